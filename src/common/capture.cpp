@@ -1,0 +1,263 @@
+// Child processes through the shell: start, read to the end, reap.
+//
+// This is popen(3) and pclose(3) taken apart, for two reasons: the child must start with the signal mask that
+// the caller had, while this process holds SIGALRM back from before the start; and a timer's jump may only
+// leave from the waits, never from inside the C library's heap or streams.
+#include "common/capture.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "common/log.h"
+#include "common/text.h"
+#include "common/text_filter.h"
+
+namespace {
+
+constexpr size_t COMMAND_SIZE = 20480;         // the command as it was asked for
+constexpr size_t FILTERED_COMMAND_SIZE = 1024; // the command as the shell gets it
+constexpr size_t LINE_SIZE = 20480;            // the least step by which a buffer grows
+
+// The output so far. `text` is the caller's `*out`: after a jump the caller finds a heap block there.
+struct Output {
+    char *own; // the caller's buffer
+    char **text;
+    size_t length;
+    size_t capacity; // characters, without the terminator
+    size_t step;
+    int grown;
+};
+
+struct Child {
+    pid_t pid;
+    int pipe;
+};
+
+void beginOutput(Output *output, char *buffer, int size, char **out) {
+    output->own = buffer;
+    output->text = out;
+    output->length = 0;
+    output->capacity = size > 1 ? static_cast<size_t>(size) - 1 : 0;
+    output->step = std::max(output->capacity, LINE_SIZE);
+    output->grown = 0;
+    *out = buffer;
+    buffer[0] = '\0';
+}
+
+// Makes room for `more` characters. False when the allocation fails; the partial output is then released.
+bool growOutput(Output *output, size_t more) {
+    const size_t steps = (output->step + more - 1) / output->step;
+    const size_t capacity = output->capacity + steps * output->step;
+    // Not zeroed: `append` terminates, and a megabyte of fresh pages is not worth touching for nothing.
+    auto *larger =
+        static_cast<char *>(output->grown != 0 ? realloc(*output->text, capacity + 1) : malloc(capacity + 1));
+    if (larger == nullptr) {
+        if (output->grown != 0) {
+            free(*output->text);
+        }
+        *output->text = nullptr;
+        DRAVIK_LOG(LOG_ERROR, "Malloc %d byte space failed.\n", static_cast<int>(capacity + 1));
+        return false;
+    }
+    if (output->grown == 0) {
+        memcpy(larger, output->own, output->length);
+    }
+    *output->text = larger;
+    output->capacity = capacity;
+    output->grown = 1;
+    return true;
+}
+
+void append(Output *output, size_t added) {
+    output->length += added;
+    (*output->text)[output->length] = '\0';
+}
+
+// Starts the shell with its output in a pipe and with the signal mask `mask`.
+bool startShell(const char *command, const sigset_t *mask, Child *child) {
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0) {
+        return false;
+    }
+    if (ends[1] == STDOUT_FILENO) {
+        // This process was started without standard output: the child's copy must survive the exec.
+        fcntl(ends[1], F_SETFD, 0);
+    }
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    posix_spawnattr_setsigmask(&attributes, mask);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
+
+    char shell[] = "sh";
+    char option[] = "-c";
+    char *const arguments[] = {shell, option, const_cast<char *>(command), nullptr};
+    const int failed = posix_spawn(&child->pid, "/bin/sh", &actions, &attributes, arguments, environ);
+
+    posix_spawnattr_destroy(&attributes);
+    posix_spawn_file_actions_destroy(&actions);
+    close(ends[1]);
+    if (failed != 0) {
+        close(ends[0]);
+        return false;
+    }
+    child->pipe = ends[0];
+    return true;
+}
+
+// Waits for output with the signal mask `waiting`, then reads at most `size` bytes: the bytes read, 0 at the
+// end of the output.
+size_t readSome(int fd, char *to, size_t size, const sigset_t *waiting) {
+    for (;;) {
+        pollfd ready = {fd, POLLIN, 0};
+        if (ppoll(&ready, 1, nullptr, waiting) < 0) {
+            if (errno == EINTR) {
+                continue;
+            }
+            return 0;
+        }
+        const ssize_t got = read(fd, to, size);
+        if (got >= 0) {
+            return static_cast<size_t>(got);
+        }
+        if (errno != EINTR && errno != EAGAIN) {
+            return 0;
+        }
+    }
+}
+
+// Reads the child's output to its end, straight into the buffer while it has room. A full buffer is not yet
+// an overflow: only what comes after it is, so that is read aside first.
+bool readAll(int fd, Output *output, const sigset_t *waiting) {
+    for (;;) {
+        const size_t room = output->capacity - output->length;
+        if (room > 0) {
+            const size_t got = readSome(fd, *output->text + output->length, room, waiting);
+            if (got == 0) {
+                return true;
+            }
+            append(output, got);
+            continue;
+        }
+        char aside[LINE_SIZE];
+        const size_t got = readSome(fd, aside, sizeof(aside), waiting);
+        if (got == 0) {
+            return true;
+        }
+        if (!growOutput(output, got)) {
+            return false;
+        }
+        memcpy(*output->text + output->length, aside, got);
+        append(output, got);
+    }
+}
+
+// The wait status of the child; a child that somebody else has reaped counts as ended well. A child may close
+// its output and go on: the timer must be able to end this wait too.
+int reap(pid_t pid, const sigset_t *waiting) {
+    sigset_t held;
+    int status = 0;
+    pid_t ended;
+    do {
+        sigprocmask(SIG_SETMASK, waiting, &held);
+        ended = waitpid(pid, &status, 0);
+        const int error = errno;
+        sigprocmask(SIG_SETMASK, &held, nullptr);
+        errno = error;
+    } while (ended < 0 && errno == EINTR);
+    return ended < 0 ? 0 : status;
+}
+
+// Runs `shell_command` and fills `output`: the exit status, or one of the negative results. `logged` is the
+// text that the log shows. Signals of `waiting` are let in only during the waits.
+int capture(const char *shell_command, const char *logged, Output *output, const sigset_t *child_mask,
+            const sigset_t *waiting) {
+    Child child = {-1, -1};
+    if (!startShell(shell_command, child_mask, &child)) {
+        DRAVIK_LOG(LOG_ERROR, "Popen command [%s] failed\n", logged);
+        return EXE_NOT_STARTED;
+    }
+    const bool complete = readAll(child.pipe, output, waiting);
+    close(child.pipe);
+    const int status = reap(child.pid, waiting);
+    if (!complete) {
+        return EXE_NO_MEMORY;
+    }
+    const int exit_status = (status >> 8) & 0xFF;
+    if (exit_status != 0) {
+        DRAVIK_LOG(LOG_ERROR, "Execute command [%s] failed, exit code [%d]\n", logged, exit_status);
+        DRAVIK_LOG(LOG_ERROR, "Error message: %s\n", *output->text);
+    } else {
+        DRAVIK_LOG(LOG_DEBUG, "Execute command [%s] successfully.\n", logged);
+    }
+    return exit_status;
+}
+
+// `exe_query` and `exe_cmd` are one but for what stands behind the command.
+int captureFiltered(const char *command, const char *suffix, char *buffer, int size, char **out, int *grown) {
+    char asked[COMMAND_SIZE] = "";
+    snprintf(asked, sizeof(asked), "%s%s", command, suffix);
+    char cut[FILTERED_COMMAND_SIZE] = "";
+    tessaline_strncpy(cut, asked, sizeof(cut) - 1);
+    char filtered[FILTERED_COMMAND_SIZE] = "";
+    cleanString(filtered, cut);
+
+    Output output = {};
+    beginOutput(&output, buffer, size, out);
+    sigset_t mask;
+    sigprocmask(SIG_SETMASK, nullptr, &mask);
+    const int result = capture(filtered, asked, &output, &mask, &mask);
+    if (result == 0) {
+        *grown = output.grown;
+    }
+    return result;
+}
+
+} // namespace
+
+int exe_query(const char *command, char *buffer, int size, char **out, int *grown) {
+    return captureFiltered(command, "", buffer, size, out, grown);
+}
+
+int exe_cmd(const char *command, char *buffer, int size, char **out, int *grown) {
+    return captureFiltered(command, " 2>&1", buffer, size, out, grown);
+}
+
+int exe_cmd_nonblocking(const char *command, char *buffer, int size, char **out, int *grown) {
+    char asked[COMMAND_SIZE] = "";
+    snprintf(asked, sizeof(asked), "%s 2>&1", command);
+
+    Output output = {};
+    beginOutput(&output, buffer, size, out);
+    sigset_t alarm_only;
+    sigemptyset(&alarm_only);
+    sigaddset(&alarm_only, SIGALRM);
+    sigset_t held;
+    sigprocmask(SIG_BLOCK, &alarm_only, &held);
+    sigset_t open = held; // the caller's mask, with the alarm let in
+    sigdelset(&open, SIGALRM);
+
+    const int result = capture(asked, asked, &output, &open, &open);
+    sigprocmask(SIG_SETMASK, &held, nullptr);
+    if (result == EXE_NO_MEMORY) {
+        *grown = EXE_NO_MEMORY;
+        return EXE_NO_MEMORY;
+    }
+    if (result != 0) {
+        *grown = EXE_NOT_STARTED;
+        return EXE_NOT_STARTED;
+    }
+    *grown = output.grown;
+    return *grown;
+}

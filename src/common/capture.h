@@ -1,0 +1,38 @@
+// The capture layer: run a command line through the shell, collect everything it prints, give back its exit
+// status. The one way in which this system starts other programs.
+//
+// The output goes into the caller's buffer; when it does not fit, `*out` is pointed at a larger heap block.
+// Growth: by the initial capacity (size - 1) or 20480 bytes, whichever is more, as often as needed. The
+// output is terminated; a NUL byte that the child prints is data, which text functions take for the end.
+//
+// `exe_query` and `exe_cmd` pass the command text through the character filter of text_filter.h, so that a
+// ";" or a "<" reaches the shell as "%", and cut it at 1023 characters; the log shows the unfiltered text.
+#pragma once
+
+// What the functions below answer when there is no exit status.
+constexpr int EXE_NOT_STARTED = -1;
+constexpr int EXE_NO_MEMORY = -2;
+
+// Runs `command`; its error output goes where this process's goes.
+//   buffer, size   where the output goes while it fits; taken for empty on entry; `size` is at least 1
+//   out            set to `buffer`, or to the heap block after a growth; null after EXE_NO_MEMORY
+//   grown          set to 1 when `*out` is a heap block that the caller must free, and to 0 otherwise, when
+//                  the exit status is 0. After any other exit status the flag keeps the caller's value; the
+//                  caller tells a growth by `*out` differing from `buffer`.
+// Returns the exit status 0 to 255 (bits 8 to 15 of the wait status: a child killed by a signal counts as 0),
+// EXE_NOT_STARTED when the shell could not be started, EXE_NO_MEMORY when a growth failed.
+// Logged at level 0: "Popen command [%s] failed\n"; "Malloc %d byte space failed.\n" with the size asked for;
+// for an exit status other than 0 "Execute command [%s] failed, exit code [%d]\n" and "Error message: %s\n"
+// with the output; at level 3 "Execute command [%s] successfully.\n".
+int exe_query(const char *command, char *buffer, int size, char **out, int *grown);
+
+// The same with " 2>&1" behind the command, so that its error output is captured too.
+int exe_cmd(const char *command, char *buffer, int size, char **out, int *grown);
+
+// The same as `exe_cmd` without the character filter. Returns EXE_NOT_STARTED also for an exit status other
+// than 0, otherwise the growth flag; failures are stored in the flag too.
+//
+// A SIGALRM handler may leave this function by a non-local jump: SIGALRM is blocked throughout and let in
+// only while the function waits in a system call, and the frame owns nothing that a destructor must release.
+// The child and its pipe are then abandoned; a heap block is in `*out` and belongs to the caller.
+int exe_cmd_nonblocking(const char *command, char *buffer, int size, char **out, int *grown);

@@ -47,15 +47,15 @@ class TaskOutput {
     char *text = nullptr; // what the capture layer filled: `pages` or a heap block
 };
 
-// Runs `command` with the filter. The exit status, or a negative result, which is logged.
-int run(const char *command, TaskOutput *output) {
+// Runs `command` with the filter for `operation`. The exit status, or a negative result, which is logged.
+int run(const char *operation, const char *command, TaskOutput *output) {
     int grown = 0;
     const int result =
         output->pages == nullptr
             ? EXE_NO_MEMORY
             : exe_cmd(command, output->pages, static_cast<int>(TASK_OUTPUT_SIZE), &output->text, &grown);
     if (result < 0 || output->text == nullptr) {
-        DRAVIK_LOG(LOG_ERROR, "Execute command [%s] failed\n", command);
+        dravik_log(LOG_ERROR, __FILE__, __LINE__, operation, "Execute command [%s] failed\n", command);
         return result < 0 ? result : EXE_NO_MEMORY;
     }
     return result;
@@ -115,12 +115,12 @@ int runTimed(const char *command, TaskOutput *output, volatile int *flag) {
 
 s_ecItems *exeLiunxTaskCmd(const char *command) {
     TaskOutput output;
-    return run(command, &output) < 0 ? &EC_exe_cmd_failed : &EC_ok;
+    return run(__func__, command, &output) < 0 ? &EC_exe_cmd_failed : &EC_ok;
 }
 
 s_ecItems *exeLiunxInfoCmd(const char *command, char *out, unsigned int size) {
     TaskOutput output;
-    const int exit_status = run(command, &output);
+    const int exit_status = run(__func__, command, &output);
     if (exit_status < 0) {
         return &EC_exe_cmd_failed;
     }

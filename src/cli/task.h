@@ -25,11 +25,11 @@ s_ecItems *exeLiunxTaskCmd(const char *command);
 s_ecItems *exeLiunxInfoCmd(const char *command, char *out, unsigned int size);
 
 // The same for a command that may hang: after five seconds it is given up. Runs without the character filter.
-// EC_info_ok; EC_exe_cmd_failed (also for an exit status other than 0; "Execute command [%s] failed\n" when
-// nothing was printed at all to copy, or the run failed); EC_exe_cmd_timeout ("Execute command [%s]
-// timeout\n", nothing copied). Uses SIGALRM and the real-time interval timer and restores the handler that
-// SIGALRM had. After a time-out the child is left alone and the timer goes on expiring every five seconds:
-// callers end soon after.
+// EC_info_ok; EC_exe_cmd_failed, logged at level 0 as "Execute command [%s] failed\n", also for an exit status
+// other than 0 (what was printed is copied then too); EC_exe_cmd_timeout, logged as "Execute command [%s]
+// timeout\n", nothing copied.
+// Uses SIGALRM and the real-time interval timer and restores the handler that SIGALRM had. After a time-out
+// the child is left alone and the timer goes on expiring every five seconds: callers end soon after.
 s_ecItems *exeLiunxInfoCmd_nonblocking(const char *command, char *out, unsigned int size);
 
 // A handler as signal(2) knows it.

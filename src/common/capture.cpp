@@ -27,9 +27,14 @@ constexpr size_t COMMAND_SIZE = 20480;         // the command as it was asked fo
 constexpr size_t FILTERED_COMMAND_SIZE = 1024; // the command as the shell gets it
 constexpr size_t LINE_SIZE = 20480;            // the least step by which a buffer grows
 
+// A line of the command log in the name of the operation that was called.
+#define CAPTURE_LOG(output, level, ...)                                                                      \
+    dravik_log(level, __FILE__, __LINE__, (output)->operation, __VA_ARGS__)
+
 // The output so far. `text` is the caller's `*out`: after a jump the caller finds a heap block there.
 struct Output {
-    char *own; // the caller's buffer
+    const char *operation; // the public operation at work; the log names it
+    char *own;             // the caller's buffer
     char **text;
     size_t length;
     size_t capacity; // characters, without the terminator
@@ -42,7 +47,8 @@ struct Child {
     int pipe;
 };
 
-void beginOutput(Output *output, char *buffer, int size, char **out) {
+void beginOutput(Output *output, const char *operation, char *buffer, int size, char **out) {
+    output->operation = operation;
     output->own = buffer;
     output->text = out;
     output->length = 0;
@@ -65,7 +71,7 @@ bool growOutput(Output *output, size_t more) {
             free(*output->text);
         }
         *output->text = nullptr;
-        DRAVIK_LOG(LOG_ERROR, "Malloc %d byte space failed.\n", static_cast<int>(capacity + 1));
+        CAPTURE_LOG(output, LOG_ERROR, "Malloc %d byte space failed.\n", static_cast<int>(capacity + 1));
         return false;
     }
     if (output->grown == 0) {
@@ -185,7 +191,7 @@ int capture(const char *shell_command, const char *logged, Output *output, const
             const sigset_t *waiting) {
     Child child = {-1, -1};
     if (!startShell(shell_command, child_mask, &child)) {
-        DRAVIK_LOG(LOG_ERROR, "Popen command [%s] failed\n", logged);
+        CAPTURE_LOG(output, LOG_ERROR, "Popen command [%s] failed\n", logged);
         return EXE_NOT_STARTED;
     }
     const bool complete = readAll(child.pipe, output, waiting);
@@ -196,16 +202,17 @@ int capture(const char *shell_command, const char *logged, Output *output, const
     }
     const int exit_status = (status >> 8) & 0xFF;
     if (exit_status != 0) {
-        DRAVIK_LOG(LOG_ERROR, "Execute command [%s] failed, exit code [%d]\n", logged, exit_status);
-        DRAVIK_LOG(LOG_ERROR, "Error message: %s\n", *output->text);
+        CAPTURE_LOG(output, LOG_ERROR, "Execute command [%s] failed, exit code [%d]\n", logged, exit_status);
+        CAPTURE_LOG(output, LOG_ERROR, "Error message: %s\n", *output->text);
     } else {
-        DRAVIK_LOG(LOG_DEBUG, "Execute command [%s] successfully.\n", logged);
+        CAPTURE_LOG(output, LOG_DEBUG, "Execute command [%s] successfully.\n", logged);
     }
     return exit_status;
 }
 
 // `exe_query` and `exe_cmd` are one but for what stands behind the command.
-int captureFiltered(const char *command, const char *suffix, char *buffer, int size, char **out, int *grown) {
+int captureFiltered(const char *operation, const char *command, const char *suffix, char *buffer, int size,
+                    char **out, int *grown) {
     char asked[COMMAND_SIZE] = "";
     snprintf(asked, sizeof(asked), "%s%s", command, suffix);
     char cut[FILTERED_COMMAND_SIZE] = "";
@@ -214,7 +221,7 @@ int captureFiltered(const char *command, const char *suffix, char *buffer, int s
     cleanString(filtered, cut);
 
     Output output = {};
-    beginOutput(&output, buffer, size, out);
+    beginOutput(&output, operation, buffer, size, out);
     sigset_t mask;
     sigprocmask(SIG_SETMASK, nullptr, &mask);
     const int result = capture(filtered, asked, &output, &mask, &mask);
@@ -227,11 +234,11 @@ int captureFiltered(const char *command, const char *suffix, char *buffer, int s
 } // namespace
 
 int exe_query(const char *command, char *buffer, int size, char **out, int *grown) {
-    return captureFiltered(command, "", buffer, size, out, grown);
+    return captureFiltered(__func__, command, "", buffer, size, out, grown);
 }
 
 int exe_cmd(const char *command, char *buffer, int size, char **out, int *grown) {
-    return captureFiltered(command, " 2>&1", buffer, size, out, grown);
+    return captureFiltered(__func__, command, " 2>&1", buffer, size, out, grown);
 }
 
 int exe_cmd_nonblocking(const char *command, char *buffer, int size, char **out, int *grown) {
@@ -239,7 +246,7 @@ int exe_cmd_nonblocking(const char *command, char *buffer, int size, char **out,
     snprintf(asked, sizeof(asked), "%s 2>&1", command);
 
     Output output = {};
-    beginOutput(&output, buffer, size, out);
+    beginOutput(&output, __func__, buffer, size, out);
     sigset_t alarm_only;
     sigemptyset(&alarm_only);
     sigaddset(&alarm_only, SIGALRM);

@@ -29,7 +29,7 @@ constexpr char DRAVIK_DATE_REG[] = "^(Jan|Feb|Mar|Apr|May|Jun|Jul|Aug|Sept|Oct|N
 // give 0 lines and EC_info_ok.
 // Returns EC_info_ok; EC_parse_cmd_out for a malformed block, logged at level 0 as "Parse %dth line in
 // 'velomux -ll' output failed." with the line's index from 0; EC_molloc_failed. After a failure the records
-// before the failing one are valid and the one being filled is the last.
+// before the failing one are valid; the one being filled is linked behind them as a spare node.
 s_ecItems *parseQueryCmdResultList(char *text, s_dravik *head, unsigned int *lines);
 
 // Parses the group and path lines lines[from] to lines[to - 1] of one device into the list of the head

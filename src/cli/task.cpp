@@ -4,12 +4,10 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <ctime>
-#include <sys/mman.h>
 #include <sys/time.h>
 
+#include "cli/task_output.h"
 #include "common/capture.h"
 #include "common/log.h"
 
@@ -21,39 +19,12 @@ namespace {
 constexpr time_t TIME_OUT_SECONDS = 5;
 constexpr int STATUS_TIMED_OUT = -9;
 
-// The output of one command: 2 MiB of zeroed pages that cost nothing until the output reaches them, and the
-// larger heap block that may have taken their place.
-class TaskOutput {
-  public:
-    TaskOutput()
-        : pages(static_cast<char *>(
-              mmap(nullptr, TASK_OUTPUT_SIZE, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0))) {
-        if (pages == MAP_FAILED) {
-            pages = nullptr;
-        }
-    }
-    ~TaskOutput() {
-        if (text != nullptr && text != pages) {
-            free(text);
-        }
-        if (pages != nullptr) {
-            munmap(pages, TASK_OUTPUT_SIZE);
-        }
-    }
-    TaskOutput(const TaskOutput &) = delete;
-    TaskOutput &operator=(const TaskOutput &) = delete;
-
-    char *pages;
-    char *text = nullptr; // what the capture layer filled: `pages` or a heap block
-};
-
 // Runs `command` with the filter for `operation`. The exit status, or a negative result, which is logged.
 int run(const char *operation, const char *command, TaskOutput *output) {
     int grown = 0;
-    const int result =
-        output->pages == nullptr
-            ? EXE_NO_MEMORY
-            : exe_cmd(command, output->pages, static_cast<int>(TASK_OUTPUT_SIZE), &output->text, &grown);
+    const int result = output->pages == nullptr
+                           ? EXE_NO_MEMORY
+                           : exe_cmd(command, output->pages, TaskOutput::size, &output->text, &grown);
     if (result < 0 || output->text == nullptr) {
         dravik_log(LOG_ERROR, __FILE__, __LINE__, operation, "Execute command [%s] failed\n", command);
         return result < 0 ? result : EXE_NO_MEMORY;
@@ -104,8 +75,7 @@ int runTimed(const char *command, TaskOutput *output, volatile int *flag) {
         return errno;
     }
     int grown = 0;
-    const int status = exe_cmd_nonblocking(command, output->pages, static_cast<int>(TASK_OUTPUT_SIZE),
-                                           &output->text, &grown);
+    const int status = exe_cmd_nonblocking(command, output->pages, TaskOutput::size, &output->text, &grown);
     *flag = grown;
     setitimer(ITIMER_REAL, &before, nullptr);
     return status;

@@ -1,0 +1,100 @@
+// The topology queries.
+#include "cli/topology.h"
+
+#include <cstdio>
+
+#include "cli/listing.h"
+#include "cli/task.h"
+#include "cli/task_output.h"
+#include "cli/tools.h"
+#include "common/capture.h"
+#include "common/log.h"
+#include "common/text.h"
+#include "common/text_filter.h"
+
+namespace {
+
+// What a shell answers for a tool that it found but could not run, and for one that it did not find.
+constexpr int SHELL_CANNOT_RUN = 126;
+constexpr int SHELL_NOT_FOUND = 127;
+
+// One of the two ways to run the tool: with its error output or without.
+using capture_operation = int (*)(const char *, char *, int, char **, int *);
+
+// Runs the tool. False when it could not be run, which is logged; otherwise its exit status is of no concern:
+// what it printed decides.
+bool runTool(const char *function, capture_operation operation, const char *command, TaskOutput *output) {
+    int grown = 0;
+    const int result = output->pages == nullptr
+                           ? EXE_NO_MEMORY
+                           : operation(command, output->pages, TaskOutput::size, &output->text, &grown);
+    if (result < 0 || result == SHELL_CANNOT_RUN || result == SHELL_NOT_FOUND) {
+        dravik_log(LOG_ERROR, __FILE__, __LINE__, function, "Execute command [%s] failed", command);
+        return false;
+    }
+    return true;
+}
+
+s_ecItems *parseInto(s_dravik *head, TaskOutput *output, unsigned int *lines) {
+    initDravik(head);
+    DRAVIK_TRACE("== before parseQueryCmdResult");
+    s_ecItems *result = parseQueryCmdResultList(output->text, head, lines);
+    DRAVIK_TRACE("== after parseQueryCmdResult");
+    return result;
+}
+
+s_ecItems *queryAll(const char *function, s_dravik *head, unsigned int *lines) {
+    char command[TASK_COMMAND_SIZE] = "";
+    snprintf(command, sizeof(command), "%s -ll 2> /dev/null", CMD_velomux);
+    TaskOutput output;
+    if (!runTool(function, exe_query, command, &output)) {
+        return &EC_exe_cmd_failed;
+    }
+    return parseInto(head, &output, lines);
+}
+
+bool namesAcceptedVendor(const char *text) {
+    return find_str(text, "KORVEL") != nullptr || find_str(text, "HUAWEI") != nullptr ||
+           find_str(text, "HITACHI") != nullptr;
+}
+
+s_ecItems *noSuchDevice(const char *device_name) {
+    initEcItems1(&EC_no_this_device, device_name);
+    return &EC_no_this_device;
+}
+
+s_ecItems *querySingle(const char *function, s_dravik *head, const char *device_name, unsigned int *lines) {
+    if (!isPlainWord(device_name)) {
+        return noSuchDevice(device_name);
+    }
+    char command[TASK_COMMAND_SIZE] = "";
+    snprintf(command, sizeof(command), "%s -ll %s", CMD_velomux, device_name);
+    TaskOutput output;
+    if (!runTool(function, exe_cmd, command, &output)) {
+        return &EC_exe_cmd_failed;
+    }
+    if (!namesAcceptedVendor(output.text)) {
+        return noSuchDevice(device_name);
+    }
+    return parseInto(head, &output, lines);
+}
+
+} // namespace
+
+s_ecItems *queryDravikInfo(s_dravik *head) {
+    unsigned int lines = 0;
+    return queryAll(__func__, head, &lines);
+}
+
+s_ecItems *queryDravikStats(s_dravik *head, unsigned int *lines) {
+    return queryAll(__func__, head, lines);
+}
+
+s_ecItems *querySingleDravikInfo(s_dravik *head, const char *device_name) {
+    unsigned int lines = 0;
+    return querySingle(__func__, head, device_name, &lines);
+}
+
+s_ecItems *querySingleDravikStats(s_dravik *head, const char *device_name, unsigned int *lines) {
+    return querySingle(__func__, head, device_name, lines);
+}

@@ -1,0 +1,506 @@
+// The checks of the administration commands' parameters: what each command line answers and leaves behind.
+#include "cli/cli_tags.h"
+
+#include <cstring>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+const std::string SCSI_WWID = "3600000000000000000000000000000ab";
+const std::string NVME_WWID = "eui.600000000000000000000000000000ab";
+const std::string NAME_60 = std::string(60, 'a');
+const std::string NAME_61 = std::string(61, 'a');
+
+// The outcome of a check: the record's code and name, and its words.
+struct Outcome {
+    const s_ecItems *record;
+    std::string word;
+};
+
+bool operator==(const Outcome &a, const Outcome &b) {
+    return a.record == b.record && a.word == b.word;
+}
+
+std::ostream &operator<<(std::ostream &out, const Outcome &outcome) {
+    return out << outcome.record->code << " \"" << outcome.record->message << "\" [" << outcome.word << "]";
+}
+
+// Records without words may carry some of an earlier test; only those that take a word are asked for it.
+Outcome outcomeOf(const s_ecItems *record) {
+    return {record, std::strstr(record->message, "%s") == nullptr ? "" : record->items[0]};
+}
+
+Outcome is(const s_ecItems &record, const std::string &word = "") {
+    return {&record, word};
+}
+
+void emptyBuffers() {
+    for (char *buffer : {gParamMpathxVal, gParamPathVal, gParamStateVal, gParamGroupVal, gParamChooserVal,
+                         gParamWwidVal, gParamAliasVal, gParamIntervalVal, gParamHostportVal}) {
+        memset(buffer, 0, PARAM_SIZE);
+    }
+    gParamHostInterfaceType = HOST_INTERFACE_SCSI;
+}
+
+// Checks the command line without emptying the buffers first.
+Outcome checkAgain(const std::vector<std::string> &words) {
+    std::vector<const char *> argv = {"dravik"};
+    for (const std::string &word : words) {
+        argv.push_back(word.c_str());
+    }
+    argv.push_back(nullptr);
+    return outcomeOf(checkCliParams(static_cast<int>(argv.size()) - 1, argv.data()));
+}
+
+Outcome check(const std::vector<std::string> &words) {
+    emptyBuffers();
+    return checkAgain(words);
+}
+
+} // namespace
+
+// ---- buffers and tables
+
+TEST(Params, TablesOfSelectorsAreReadInParallelAndEndWithAnEmptyRow) {
+    const char *const stored[] = {"round-robin", "queue-length", "service-time", ""};
+    const char *const listed[] = {"round-robin 0", "queue-length 0", "service-time 0", ""};
+    const char *const shown[] = {"smart-distribution-extend", "least-queue-depth-extend",
+                                 "round-robin-extend", ""};
+    for (int row = 0; row < 4; ++row) {
+        EXPECT_STREQ(gChooserVals[row], stored[row]);
+        EXPECT_STREQ(gQueryChooserVals[row], listed[row]);
+        EXPECT_STREQ(gChooserDisplayVals[row], shown[row]);
+    }
+}
+
+// ---- character tests
+
+TEST(Params, IsDigitHoldsForDigitsOnly) {
+    EXPECT_TRUE(isDigit(""));
+    EXPECT_TRUE(isDigit("0123456789"));
+    EXPECT_FALSE(isDigit("1a"));
+    EXPECT_FALSE(isDigit("-1"));
+    EXPECT_FALSE(isDigit("1 "));
+    EXPECT_FALSE(isDigit("\xd9\xa1")); // a digit of another script
+}
+
+TEST(Params, IsHexHoldsForEitherCase) {
+    EXPECT_TRUE(isHex(""));
+    EXPECT_TRUE(isHex("0123456789abcdefABCDEF"));
+    EXPECT_FALSE(isHex("g"));
+    EXPECT_FALSE(isHex("0x1"));
+}
+
+TEST(Params, IsDigitorOrLetterHoldsForAsciiLettersAndDigits) {
+    EXPECT_TRUE(isDigitorOrLetter(""));
+    EXPECT_TRUE(isDigitorOrLetter("azAZ09"));
+    EXPECT_FALSE(isDigitorOrLetter("a_b"));
+    EXPECT_FALSE(isDigitorOrLetter("a@"));
+    EXPECT_FALSE(isDigitorOrLetter("\xc3\xa9"));
+}
+
+TEST(Params, IsUpperLetterTestsForPresenceNotForAll) {
+    EXPECT_TRUE(isUpperLetter("A"));
+    EXPECT_TRUE(isUpperLetter("zzzZ"));
+    EXPECT_FALSE(isUpperLetter("abc09"));
+    EXPECT_FALSE(isUpperLetter(""));
+}
+
+TEST(Params, CharacterTestsTakeNullForEmpty) {
+    EXPECT_TRUE(isDigit(nullptr));
+    EXPECT_TRUE(isHex(nullptr));
+    EXPECT_TRUE(isDigitorOrLetter(nullptr));
+    EXPECT_FALSE(isUpperLetter(nullptr));
+}
+
+// ---- commands without parameters
+
+TEST(Params, CommandsWithoutParametersRefuseTheFirstOne) {
+    for (const char *name : {"config", "scan", "aggregation", "status", "start", "stop", "restart", "version",
+                             "lsalias", "lspathpolicy", "port", "refresh", "mkconfig"}) {
+        EXPECT_EQ(check({name}), is(EC_ok)) << name;
+        EXPECT_EQ(check({name, "-x", "y"}), is(EC_invalid_param, "-x")) << name;
+        EXPECT_EQ(check({name, ""}), is(EC_invalid_param, "")) << name;
+    }
+}
+
+TEST(Params, ACommandLineWithoutACommandIsNotReadPastItsEnd) {
+    EXPECT_EQ(check({}), is(EC_ok));
+    EXPECT_EQ(outcomeOf(checkCliParams(0, nullptr)), is(EC_ok));
+}
+
+TEST(Params, ANullArgumentCountsAsEmpty) {
+    const char *argv[] = {"dravik", "delete", nullptr, nullptr};
+    EXPECT_EQ(outcomeOf(checkCliParams(3, argv)), is(EC_devicename_format_error));
+}
+
+TEST(Params, AWordIsShownWithItsFirst64Characters) {
+    EXPECT_EQ(check({"status", std::string(100, 'x')}), is(EC_invalid_param, std::string(64, 'x')));
+}
+
+// ---- delete and query
+
+TEST(Params, DeleteWantsExactlyOneDevice) {
+    EXPECT_EQ(check({"delete"}), is(EC_miss_idiskx));
+    EXPECT_EQ(check({"delete", "mpatha", "mpathb"}), is(EC_parameter_number_error));
+    EXPECT_EQ(check({"delete", "mpatha"}), is(EC_ok));
+    EXPECT_STREQ(gParamMpathxVal, "mpatha");
+}
+
+TEST(Params, QueryWithoutDeviceIsOkAndLeavesTheDeviceAlone) {
+    emptyBuffers();
+    strcpy(gParamMpathxVal, "before");
+    EXPECT_EQ(checkAgain({"query"}), is(EC_ok));
+    EXPECT_STREQ(gParamMpathxVal, "before");
+}
+
+TEST(Params, QueryTakesAtMostOneDevice) {
+    EXPECT_EQ(check({"query", "mpatha"}), is(EC_ok));
+    EXPECT_STREQ(gParamMpathxVal, "mpatha");
+    EXPECT_EQ(check({"query", "mpatha", "mpathb"}), is(EC_parameter_number_error));
+}
+
+TEST(Params, ADeviceNameOf61CharactersFailsDeleteAndQueryButPassesDevstats) {
+    for (const char *name : {"delete", "query"}) {
+        EXPECT_EQ(check({name, NAME_60}), is(EC_ok)) << name;
+        EXPECT_EQ(check({name, NAME_61}), is(EC_devicename_length_error)) << name;
+        // the length is looked at first
+        EXPECT_EQ(check({name, std::string(61, '%')}), is(EC_devicename_length_error)) << name;
+    }
+    EXPECT_EQ(check({"devstats", "-path_alias", NAME_61}), is(EC_ok));
+    EXPECT_STREQ(gParamMpathxVal, NAME_61.c_str());
+}
+
+TEST(Params, DeviceNamesAreWwidShapedOrBeginWithALetter) {
+    const std::string upper_nvme = "eui." + std::string(32, 'Z');
+    for (const std::string &good : {std::string("a"), std::string("Z"), std::string("a.b-c_9"), SCSI_WWID,
+                                    "3" + std::string(32, 'Z'), // letters and digits, not only hexadecimal
+                                    upper_nvme, NVME_WWID}) {
+        EXPECT_EQ(check({"delete", good}), is(EC_ok)) << good;
+        EXPECT_EQ(check({"query", good}), is(EC_ok)) << good;
+        EXPECT_EQ(check({"devstats", "-path_alias", good}), is(EC_ok)) << good;
+    }
+    for (const std::string &bad :
+         {std::string("1"), std::string("_a"), std::string(".a"), std::string("-a"), std::string("a b"),
+          std::string("a;b"), std::string("a/b"), std::string("a\n"), SCSI_WWID.substr(1), SCSI_WWID + "0",
+          "3" + std::string(31, '0') + "_"}) {
+        EXPECT_EQ(check({"delete", bad}), is(EC_devicename_format_error)) << bad;
+        EXPECT_EQ(check({"query", bad}), is(EC_devicename_format_error)) << bad;
+        EXPECT_EQ(check({"devstats", "-path_alias", bad}), is(EC_devicename_format_error)) << bad;
+    }
+    EXPECT_EQ(check({"delete", ""}), is(EC_devicename_format_error));
+}
+
+TEST(Params, ADeviceNameEndsUpCutTo256Characters) {
+    EXPECT_EQ(check({"devstats", "-path_alias", std::string(400, 'a')}), is(EC_ok));
+    EXPECT_EQ(std::string(gParamMpathxVal), std::string(256, 'a'));
+}
+
+// ---- devstats
+
+TEST(Params, DevstatsTakesDeviceAndIntervalInAnyOrder) {
+    EXPECT_EQ(check({"devstats"}), is(EC_ok));
+    EXPECT_EQ(check({"devstats", "-interval", "5"}), is(EC_ok));
+    EXPECT_STREQ(gParamIntervalVal, "5");
+    EXPECT_EQ(check({"devstats", "-interval", "00001", "-path_alias", "mpatha"}), is(EC_ok));
+    EXPECT_STREQ(gParamIntervalVal, "00001");
+    EXPECT_STREQ(gParamMpathxVal, "mpatha");
+}
+
+TEST(Params, DevstatsCountsItsArgumentsBeforeItReadsThem) {
+    EXPECT_EQ(check({"devstats", "-x", "1", "-y", "2", "-z"}), is(EC_parameter_number_error));
+}
+
+TEST(Params, DevstatsRefusesUnknownNamesAndMissingValues) {
+    EXPECT_EQ(check({"devstats", "-alias", "a"}), is(EC_invalid_param_name, "-alias"));
+    EXPECT_EQ(check({"devstats", "-interval"}), is(EC_miss_param_val, "-interval"));
+    EXPECT_EQ(check({"devstats", "-path_alias"}), is(EC_miss_param_val, "-path_alias"));
+    EXPECT_EQ(check({"devstats", "-path_alias", "a", "-interval"}), is(EC_miss_param_val, "-interval"));
+}
+
+TEST(Params, DevstatsRefusesANameGivenTwice) {
+    EXPECT_EQ(check({"devstats", "-interval", "1", "-interval", "2"}), is(EC_param_duped, "-interval"));
+    EXPECT_EQ(check({"devstats", "-path_alias", "a", "-path_alias", "b"}), is(EC_param_duped, "-path_alias"));
+    EXPECT_EQ(check({"devstats", "-interval", "", "-interval", "2"}), is(EC_param_duped, "-interval"));
+}
+
+TEST(Params, ADuplicateThatStandsLastIsAMissingValue) {
+    EXPECT_EQ(check({"devstats", "-interval", "1", "-interval"}), is(EC_miss_param_val, "-interval"));
+    EXPECT_EQ(check({"setalias", "-wwid", SCSI_WWID, "-wwid"}), is(EC_miss_param_val, "-wwid"));
+    EXPECT_EQ(check({"setpathpolicy", "-chooser", "round-robin-extend", "-chooser"}),
+              is(EC_miss_param_val, "-chooser"));
+}
+
+TEST(Params, DevstatsIntervalHoldsDigitsOnly) {
+    EXPECT_EQ(check({"devstats", "-interval", "1s"}), is(EC_interval_format_error));
+    EXPECT_EQ(check({"devstats", "-interval", "-1"}), is(EC_interval_format_error));
+    EXPECT_EQ(check({"devstats", "-interval", "1.5"}), is(EC_interval_format_error));
+    EXPECT_EQ(check({"devstats", "-interval", ""}), is(EC_ok));
+}
+
+TEST(Params, DevstatsLooksAtTheIntervalBeforeTheDevice) {
+    EXPECT_EQ(check({"devstats", "-path_alias", "9", "-interval", "x"}), is(EC_interval_format_error));
+}
+
+TEST(Params, DevstatsWithAnEmptyDeviceMeansAllDevices) {
+    EXPECT_EQ(check({"devstats", "-path_alias", "", "-interval", "1"}), is(EC_ok));
+    EXPECT_STREQ(gParamMpathxVal, "");
+}
+
+TEST(Params, DevstatsClearsAliasAndIntervalButNotTheDevice) {
+    emptyBuffers();
+    strcpy(gParamAliasVal, "alias");
+    strcpy(gParamIntervalVal, "7");
+    strcpy(gParamMpathxVal, "mpathz");
+    EXPECT_EQ(checkAgain({"devstats"}), is(EC_ok));
+    EXPECT_STREQ(gParamAliasVal, "");
+    EXPECT_STREQ(gParamIntervalVal, "");
+    EXPECT_STREQ(gParamMpathxVal, "mpathz");
+}
+
+// ---- setstate
+
+TEST(Params, SetstateWithItsThreePairsPasses) {
+    EXPECT_EQ(check({"setstate", "-path_alias", "mpatha", "-device_name", "sdb", "-state", "offline"}),
+              is(EC_ok));
+    EXPECT_STREQ(gParamMpathxVal, "mpatha");
+    EXPECT_STREQ(gParamPathVal, "sdb");
+    EXPECT_STREQ(gParamStateVal, "offline");
+    EXPECT_EQ(check({"setstate", "-state", "online", "-device_name", "sdb", "-path_alias", "mpatha"}),
+              is(EC_ok));
+    EXPECT_STREQ(gParamStateVal, "online");
+}
+
+TEST(Params, SetstateWithFewerPairsMissesOne) {
+    EXPECT_EQ(check({"setstate"}), is(EC_miss_device_path_state));
+    EXPECT_EQ(check({"setstate", "-path_alias", "mpatha", "-device_name", "sdb"}),
+              is(EC_miss_device_path_state));
+    EXPECT_EQ(check({"setstate", "-path_alias", "mpatha", "-state", "online"}),
+              is(EC_miss_device_path_state));
+}
+
+TEST(Params, SetstateDoesNotTellARepetition) {
+    EXPECT_EQ(check({"setstate", "-path_alias", "mpatha", "-state", "online", "-state", "offline"}),
+              is(EC_ok));
+    EXPECT_STREQ(gParamStateVal, "offline");
+    EXPECT_STREQ(gParamPathVal, "");
+    EXPECT_EQ(check({"setstate", "-path_alias", "a", "-device_name", "b", "-device_name", "c"}),
+              is(EC_miss_device_path_state));
+    EXPECT_EQ(check({"setstate", "-state", "online", "-device_name", "b", "-device_name", "c"}),
+              is(EC_miss_device_path_state));
+}
+
+TEST(Params, SetstateRefusesOtherStates) {
+    for (const char *state : {"on", "onlinee", "ONLINE", "", " online"}) {
+        EXPECT_EQ(check({"setstate", "-path_alias", "a", "-device_name", "b", "-state", state}),
+                  is(EC_invalid_param_value, state));
+        EXPECT_STREQ(gParamStateVal, "");
+    }
+}
+
+TEST(Params, SetstateCountsItsArgumentsAfterItHasReadThem) {
+    EXPECT_EQ(check({"setstate", "-path_alias", "a", "-device_name", "b", "-state", "online", "-x", "y"}),
+              is(EC_invalid_param_name, "-x"));
+    EXPECT_EQ(
+        check({"setstate", "-path_alias", "a", "-device_name", "b", "-state", "online", "-state", "online"}),
+        is(EC_parameter_number_error));
+    EXPECT_EQ(check({"setstate", "-path_alias", "a", "-device_name", "b", "-state"}),
+              is(EC_miss_param_val, "-state"));
+}
+
+TEST(Params, SetstateClearsWhatItFillsOnceItHasParameters) {
+    emptyBuffers();
+    strcpy(gParamMpathxVal, "m");
+    strcpy(gParamPathVal, "p");
+    strcpy(gParamStateVal, "online");
+    EXPECT_EQ(checkAgain({"setstate"}), is(EC_miss_device_path_state));
+    EXPECT_STREQ(gParamMpathxVal, "m");
+    EXPECT_EQ(checkAgain({"setstate", "-x"}), is(EC_invalid_param_name, "-x"));
+    EXPECT_STREQ(gParamMpathxVal, "");
+    EXPECT_STREQ(gParamPathVal, "");
+    EXPECT_STREQ(gParamStateVal, "");
+}
+
+// ---- setpathpolicy
+
+TEST(Params, SetpathpolicyStoresTheSelectorOfTheSameRow) {
+    const char *const rows[][2] = {{"smart-distribution-extend", "round-robin"},
+                                   {"least-queue-depth-extend", "queue-length"},
+                                   {"round-robin-extend", "service-time"}};
+    for (const auto &row : rows) {
+        EXPECT_EQ(check({"setpathpolicy", "-chooser", row[0]}), is(EC_ok)) << row[0];
+        EXPECT_STREQ(gParamChooserVal, row[1]);
+        EXPECT_STREQ(gParamGroupVal, "multibus");
+        EXPECT_EQ(gParamHostInterfaceType, 0);
+    }
+}
+
+TEST(Params, SetpathpolicyDoesNotTakeTheKernelsNames) {
+    for (const char *value : {"round-robin", "queue-length", "service-time", "", "round-robin-extend "}) {
+        EXPECT_EQ(check({"setpathpolicy", "-chooser", value}), is(EC_invalid_param_value, value));
+        EXPECT_STREQ(gParamChooserVal, "");
+        EXPECT_STREQ(gParamGroupVal, "multibus");
+    }
+}
+
+TEST(Params, SetpathpolicyScsiAndNvmeStandBeforeTheChooser) {
+    EXPECT_EQ(check({"setpathpolicy", "-nvme", "-chooser", "round-robin-extend"}), is(EC_ok));
+    EXPECT_EQ(gParamHostInterfaceType, 1);
+    EXPECT_EQ(checkAgain({"setpathpolicy", "-scsi", "-chooser", "round-robin-extend"}), is(EC_ok));
+    EXPECT_EQ(gParamHostInterfaceType, 0);
+    EXPECT_EQ(check({"setpathpolicy", "-chooser", "round-robin-extend", "-scsi"}),
+              is(EC_need_fisrt_set_scsi));
+    EXPECT_EQ(check({"setpathpolicy", "-chooser", "round-robin-extend", "-nvme"}),
+              is(EC_need_fisrt_set_nvme));
+    EXPECT_EQ(gParamHostInterfaceType, 1);
+}
+
+TEST(Params, SetpathpolicyMissesItsChooser) {
+    EXPECT_EQ(check({"setpathpolicy"}), is(EC_miss_group_chooser));
+    EXPECT_EQ(check({"setpathpolicy", "-scsi"}), is(EC_miss_group_chooser));
+    EXPECT_EQ(check({"setpathpolicy", "-nvme"}), is(EC_miss_group_chooser));
+    EXPECT_EQ(check({"setpathpolicy", "-chooser"}), is(EC_miss_param_val, "-chooser"));
+    EXPECT_EQ(check({"setpathpolicy", "-nvme", "-chooser"}), is(EC_miss_param_val, "-chooser"));
+}
+
+TEST(Params, SetpathpolicyRefusesOtherNames) {
+    EXPECT_EQ(check({"setpathpolicy", "-x", "y"}), is(EC_invalid_param_name, "-x"));
+    EXPECT_EQ(check({"setpathpolicy", "-scsi", "-nvme"}), is(EC_invalid_param_name, "-nvme"));
+    EXPECT_EQ(check({"setpathpolicy", "-scsi", "multibus"}), is(EC_invalid_param_name, "multibus"));
+}
+
+TEST(Params, SetpathpolicyNamesTheSecondChooserByItsValue) {
+    EXPECT_EQ(check({"setpathpolicy", "-chooser", "round-robin-extend", "-chooser", "anything"}),
+              is(EC_param_duped, "anything"));
+    EXPECT_EQ(check({"setpathpolicy", "-chooser", "round-robin-extend", "-chooser", "round-robin-extend",
+                     "-scsi", "-scsi", "-scsi"}),
+              is(EC_param_duped, "round-robin-extend"));
+}
+
+TEST(Params, SetpathpolicyClearsWhatItFillsOnceItHasParameters) {
+    emptyBuffers();
+    strcpy(gParamGroupVal, "g");
+    strcpy(gParamChooserVal, "c");
+    gParamHostInterfaceType = HOST_INTERFACE_NVME;
+    EXPECT_EQ(checkAgain({"setpathpolicy"}), is(EC_miss_group_chooser));
+    EXPECT_EQ(gParamHostInterfaceType, 1);
+    EXPECT_EQ(checkAgain({"setpathpolicy", "-x"}), is(EC_invalid_param_name, "-x"));
+    EXPECT_STREQ(gParamGroupVal, "");
+    EXPECT_STREQ(gParamChooserVal, "");
+    EXPECT_EQ(gParamHostInterfaceType, 0);
+}
+
+// ---- setalias
+
+namespace {
+
+Outcome setAlias(const std::string &wwid, const std::string &alias) {
+    return check({"setalias", "-wwid", wwid, "-alias", alias});
+}
+
+} // namespace
+
+TEST(Params, SetaliasKeepsWwidAndAliasInAnyOrder) {
+    EXPECT_EQ(setAlias(SCSI_WWID, "mydisk"), is(EC_ok));
+    EXPECT_STREQ(gParamWwidVal, SCSI_WWID.c_str());
+    EXPECT_STREQ(gParamAliasVal, "mydisk");
+    EXPECT_EQ(check({"setalias", "-alias", "mydisk", "-wwid", SCSI_WWID}), is(EC_ok));
+}
+
+TEST(Params, SetaliasMissesItsParameters) {
+    EXPECT_EQ(check({"setalias"}), is(EC_miss_alias_wwid));
+    EXPECT_EQ(check({"setalias", "-alias", "a"}), is(EC_miss_wwid));
+    EXPECT_EQ(check({"setalias", "-wwid", SCSI_WWID}), is(EC_miss_alias));
+    EXPECT_EQ(check({"setalias", "-wwid", "", "-alias", ""}), is(EC_miss_wwid));
+    EXPECT_EQ(check({"setalias", "-wwid"}), is(EC_miss_param_val, "-wwid"));
+    EXPECT_EQ(check({"setalias", "-path_alias", "a"}), is(EC_invalid_param_name, "-path_alias"));
+}
+
+TEST(Params, SetaliasRefusesABufferAlreadyFilled) {
+    EXPECT_EQ(check({"setalias", "-wwid", "a", "-wwid", "b"}), is(EC_param_duped, "-wwid"));
+    EXPECT_EQ(check({"setalias", "-alias", "a", "-alias", "b"}), is(EC_param_duped, "-alias"));
+    // an empty value has filled nothing
+    EXPECT_EQ(check({"setalias", "-alias", "", "-alias", "b", "-wwid", SCSI_WWID}),
+              is(EC_parameter_number_error));
+}
+
+TEST(Params, SetaliasClearsWhatItFillsOnceItHasParameters) {
+    emptyBuffers();
+    strcpy(gParamWwidVal, "w");
+    strcpy(gParamAliasVal, "a");
+    EXPECT_EQ(checkAgain({"setalias"}), is(EC_miss_alias_wwid));
+    EXPECT_STREQ(gParamWwidVal, "w");
+    EXPECT_EQ(checkAgain({"setalias", "-x"}), is(EC_invalid_param_name, "-x"));
+    EXPECT_STREQ(gParamWwidVal, "");
+    EXPECT_STREQ(gParamAliasVal, "");
+}
+
+TEST(Params, SetaliasScsiWwidIs33LowerCaseHexadecimalCharacters) {
+    EXPECT_EQ(setAlias("3" + std::string(32, 'f'), "a"), is(EC_ok));
+    EXPECT_EQ(setAlias("3" + std::string(31, 'f'), "a"), is(EC_wwid_length_error));
+    EXPECT_EQ(setAlias("3" + std::string(33, 'f'), "a"), is(EC_wwid_length_error));
+    EXPECT_EQ(setAlias("3" + std::string(31, 'f') + "_", "a"), is(EC_wwid_format_error));
+    EXPECT_EQ(setAlias("3" + std::string(31, 'f') + "g", "a"), is(EC_wwid_format_error));
+    EXPECT_EQ(setAlias("3" + std::string(31, 'f') + "G", "a"), is(EC_wwid_format_error));
+    EXPECT_EQ(setAlias("3" + std::string(31, 'f') + "F", "a"), is(EC_upper_letter_error));
+}
+
+TEST(Params, SetaliasNvmeWwidIsEuiAnd32LowerCaseHexadecimalCharacters) {
+    EXPECT_EQ(setAlias("eui." + std::string(32, '0'), "a"), is(EC_ok));
+    EXPECT_EQ(setAlias("eui." + std::string(31, '0'), "a"), is(EC_wwid_length_error));
+    EXPECT_EQ(setAlias("eui." + std::string(33, '0'), "a"), is(EC_wwid_length_error));
+    EXPECT_EQ(setAlias("eui." + std::string(31, '0') + ".", "a"), is(EC_wwid_format_error));
+    EXPECT_EQ(setAlias("eui." + std::string(31, '0') + "z", "a"), is(EC_wwid_format_error));
+    EXPECT_EQ(setAlias("eui." + std::string(31, '0') + "A", "a"), is(EC_upper_letter_error));
+    EXPECT_EQ(setAlias("EUI." + std::string(32, '0'), "a"), is(EC_wwid_format_error));
+    EXPECT_EQ(setAlias("2" + std::string(32, '0'), "a"), is(EC_wwid_format_error));
+}
+
+TEST(Params, SetaliasLooksAtTheWwidBeforeTheAlias) {
+    EXPECT_EQ(setAlias("3", NAME_61), is(EC_wwid_length_error));
+}
+
+TEST(Params, SetaliasAliasIsANameOfAtMost60Characters) {
+    EXPECT_EQ(setAlias(SCSI_WWID, NAME_60), is(EC_ok));
+    EXPECT_EQ(setAlias(SCSI_WWID, NAME_61), is(EC_alias_length_error));
+    EXPECT_EQ(setAlias(SCSI_WWID, "a"), is(EC_ok));
+    EXPECT_EQ(setAlias(SCSI_WWID, "9a"), is(EC_alias_format_error));
+    EXPECT_EQ(setAlias(SCSI_WWID, "_a"), is(EC_alias_format_error));
+    EXPECT_EQ(setAlias(SCSI_WWID, "a;reboot"), is(EC_alias_format_error));
+}
+
+TEST(Params, SetaliasAnAliasThatIsTheWwidItselfIsAccepted) {
+    EXPECT_EQ(setAlias(SCSI_WWID, SCSI_WWID), is(EC_ok));
+    EXPECT_EQ(setAlias(NVME_WWID, NVME_WWID), is(EC_ok));
+    EXPECT_EQ(setAlias(SCSI_WWID, "3" + std::string(32, '1')), is(EC_alias_wwid_error));
+    EXPECT_EQ(setAlias(SCSI_WWID, NVME_WWID), is(EC_alias_wwid_error));
+}
+
+TEST(Params, SetaliasAnAliasThatBeginsWithIdiskIsRefused) {
+    EXPECT_EQ(setAlias(SCSI_WWID, "idisk5"), is(EC_set_idisk_error));
+    EXPECT_EQ(setAlias(SCSI_WWID, "idisk"), is(EC_set_idisk_error));
+    EXPECT_EQ(setAlias(SCSI_WWID, "myidisk"), is(EC_ok));
+    EXPECT_EQ(setAlias(SCSI_WWID, "Idisk"), is(EC_ok));
+}
+
+// ---- delalias
+
+TEST(Params, DelaliasTakesAnyWwid) {
+    EXPECT_EQ(check({"delalias", "-wwid", "any;thing"}), is(EC_ok));
+    EXPECT_STREQ(gParamWwidVal, "any;thing");
+    EXPECT_EQ(check({"delalias", "-wwid", ""}), is(EC_ok));
+    EXPECT_EQ(check({"delalias", "-wwid", std::string(300, 'w')}), is(EC_ok));
+    EXPECT_EQ(std::string(gParamWwidVal), std::string(256, 'w'));
+}
+
+TEST(Params, DelaliasRefusesOtherShapesOfItsCommandLine) {
+    EXPECT_EQ(check({"delalias"}), is(EC_miss_wwid));
+    EXPECT_EQ(check({"delalias", "-alias", "a"}), is(EC_invalid_param_name, "-alias"));
+    EXPECT_EQ(check({"delalias", "-wwid"}), is(EC_miss_param_val, "-wwid"));
+    EXPECT_EQ(check({"delalias", "-wwid", "w", "-wwid"}), is(EC_parameter_number_error));
+    EXPECT_STREQ(gParamWwidVal, "w");
+}

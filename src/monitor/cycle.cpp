@@ -1,0 +1,110 @@
+// The monitor's lists and its cycle.
+#include "monitor/cycle.h"
+
+#include <cstdio>
+#include <ctime>
+#include <unistd.h>
+
+#include "cli/topology.h"
+#include "common/log.h"
+#include "monitor/change_log.h"
+#include "monitor/snapshot.h"
+
+s_lunPath *g_pLunPath = nullptr;
+s_lunPath *g_pOldLunPath = nullptr;
+s_dravik *g_pDravik = nullptr;
+
+char lunPathDir[8] = "/dumps/";
+char lunPathFileName[12] = "data.dravik";
+char lunPathFile[512] = "";
+
+namespace {
+
+constexpr long PERIOD_SECONDS = 10;
+constexpr size_t ERROR_TEXT_SIZE = 256;
+
+bool failed(const s_ecItems *result) {
+    return result != nullptr && result->code != 0;
+}
+
+// Logs a failure of the cycle with the formatted record, which brings its own full stop: these lines end in two.
+#define LOG_FAILURE(level, what, result)                                                                     \
+    do {                                                                                                     \
+        char text[ERROR_TEXT_SIZE] = "";                                                                     \
+        getErrorMsg(result, text, sizeof(text));                                                             \
+        DRAVIK_LOG(level, what " Error message: %s.", text);                                                 \
+        DRAVIK_TRACE(what " Error message: %s.", text);                                                      \
+    } while (false)
+
+} // namespace
+
+void initMonitor() {
+    g_pLunPath = mallocLunpath();
+    g_pOldLunPath = mallocLunpath();
+    g_pDravik = mallocDravik();
+    snprintf(lunPathFile, sizeof(lunPathFile), "%s%s", lunPathDir, lunPathFileName);
+    readLunPathToFile(g_pOldLunPath, lunPathFile);
+}
+
+[[noreturn]] void start() {
+    DRAVIK_TRACE("Start velomux monitor...");
+    for (;;) {
+        DRAVIK_TRACE("One monitor...");
+        const time_t begun = time(nullptr);
+        oneMonitor();
+        sleep(pauseAfterCycle(difftime(time(nullptr), begun)));
+    }
+}
+
+unsigned int pauseAfterCycle(double elapsed) {
+    const long seconds = static_cast<long>(elapsed);
+    return seconds < PERIOD_SECONDS ? static_cast<unsigned int>(PERIOD_SECONDS - seconds) : 1;
+}
+
+void oneMonitor() {
+    const s_ecItems *result = getLunPath();
+    if (failed(result)) {
+        LOG_FAILURE(LOG_ERROR, "Get lun and path information failed.", result);
+        return;
+    }
+    cmpAndLog();
+    result = cpyLunpath(g_pLunPath, g_pOldLunPath);
+    if (failed(result)) {
+        LOG_FAILURE(LOG_ERROR, "Copy lun and path information failed.", result);
+    }
+}
+
+s_ecItems *getLunPath() {
+    initDravik(g_pDravik);
+    initLunpath(g_pLunPath);
+    s_ecItems *result = queryDravikInfo(g_pDravik);
+    if (failed(result)) {
+        LOG_FAILURE(LOG_ERROR, "Query Dravik infomation failed.", result);
+        return result;
+    }
+    result = cvtDravikToLunpath(g_pDravik, g_pLunPath);
+    if (failed(result)) {
+        LOG_FAILURE(LOG_ERROR, "Convert data from Struct s_dravik to s_lunPath failed.", result);
+        return result;
+    }
+    return &EC_ok;
+}
+
+void test() {
+    DRAVIK_TRACE("== Start velomux monitor test...");
+    const s_ecItems *result = getLunPath();
+    if (failed(result)) {
+        constexpr unsigned int LEVEL_ONE = 1; // no named level: its word is "LEVEL[1]"
+        LOG_FAILURE(LOG_ERROR, "Get lun and path information failed.", result);
+        char text[ERROR_TEXT_SIZE] = "";
+        getErrorMsg(result, text, sizeof(text));
+        DRAVIK_LOG(LEVEL_ONE, "Get lun and path information failed. Error message: %s.", text);
+        return;
+    }
+    printLunPath(g_pLunPath);
+    DRAVIK_TRACE("== Start writeLunPathToFile...");
+    DRAVIK_TRACE("== Start readLunPathToFile...");
+    readLunPathToFile(g_pOldLunPath, lunPathFile);
+    DRAVIK_TRACE("== End readLunPathToFile");
+    printLunPath(g_pOldLunPath);
+}

@@ -101,9 +101,8 @@ char *tessaline_strncpy(char *d, const char *s, size_t n) {
     if (n == 0) {
         return d;
     }
-    const size_t length = strnlen(s, n);
-    memcpy(d, s, length);
-    memset(d + length, 0, n + 1 - length);
+    strncpy(d, s, n); // it fills the rest with zero bytes too; only the terminator behind is ours
+    d[n] = '\0';
     return d;
 }
 

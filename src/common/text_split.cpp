@@ -7,6 +7,19 @@
 
 #include "common/text.h"
 
+namespace {
+
+// The next place of `delimiter`, `length` characters long, in `s`; null when there is none, as for an empty
+// delimiter. A listing is split at single characters, for which there is a faster search.
+char *nextDelimiter(const char *s, const char *delimiter, size_t length) {
+    if (length == 0) {
+        return nullptr;
+    }
+    return length == 1 ? tessaline_strchr(s, *delimiter) : tessaline_strstr(s, delimiter);
+}
+
+} // namespace
+
 char *get_next_line(char *s) {
     char *newline = find_char(s, '\n');
     if (newline == nullptr) {
@@ -59,8 +72,8 @@ char **_strsplit(const char *s, const char *delimiter, unsigned int *count) {
     }
     const size_t skip = strlen(delimiter);
     size_t fields = 1;
-    const char *hit = skip == 0 ? nullptr : strstr(s, delimiter);
-    for (; hit != nullptr; hit = strstr(hit + skip, delimiter)) {
+    for (const char *hit = nextDelimiter(s, delimiter, skip); hit != nullptr;
+         hit = nextDelimiter(hit + skip, delimiter, skip)) {
         ++fields;
     }
     const size_t length = strlen(s);
@@ -71,14 +84,14 @@ char **_strsplit(const char *s, const char *delimiter, unsigned int *count) {
     auto **array = static_cast<char **>(block);
     auto *field = static_cast<char *>(block) + (fields + 1) * sizeof(char *);
     memcpy(field, s, length + 1);
-    for (size_t i = 0; i + 1 < fields; ++i) {
-        array[i] = field;
-        char *end = strstr(field, delimiter);
-        *end = '\0';
-        field = end + skip;
+    size_t filled = 0;
+    array[filled++] = field;
+    while ((field = nextDelimiter(field, delimiter, skip)) != nullptr) {
+        *field = '\0';
+        field += skip;
+        array[filled++] = field;
     }
-    array[fields - 1] = field;
-    array[fields] = nullptr;
+    array[filled] = nullptr;
     if (count != nullptr) {
         *count = static_cast<unsigned int>(fields);
     }

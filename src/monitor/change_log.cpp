@@ -5,6 +5,7 @@
 #include "monitor/change_log.h"
 
 #include <cstring>
+#include <vector>
 
 #include "common/log.h"
 #include "monitor/cycle.h"
@@ -43,15 +44,11 @@ void logPath(const char *event, const s_lunPath *p) {
 
 // Logs every volume of `list` that `other` does not know. A volume's records follow one another, so only the
 // first of a run is looked up; a WWID that comes again later is looked up, and logged, again.
-bool logMissingLuns(const s_lunPath *list, const LunIndex *other, const char *event) {
+bool logMissingLuns(const LunIndex *list, const LunIndex *other, const char *event) {
     bool changed = false;
-    const s_lunPath *previous = nullptr;
-    for (const s_lunPath *p = firstLunpath(list); p != nullptr; previous = p, p = nextLunpath(p)) {
-        if (previous != nullptr && sameWwid(previous, p)) {
-            continue;
-        }
-        if (findInLunIndex(other, p->lun_wwid) == nullptr) {
-            logLun(event, p);
+    for (const LunIndex::Entry &entry : list->entries) {
+        if (entry.begins_run && findSameWwid(other, entry) == NO_ENTRY) {
+            logLun(event, entry.record);
             changed = true;
         }
     }
@@ -89,25 +86,30 @@ bool logPathChanges(const s_lunPath *before, const s_lunPath *now) {
     return changed;
 }
 
-bool logLostAndChangedPaths(const s_lunPath *before, const LunIndex *now) {
+// `known` receives, for each record of `now`, whether a record of `before` was found to bear its name.
+bool logLostAndChangedPaths(const LunIndex *before, const LunIndex *now, std::vector<char> *known) {
     bool changed = false;
-    for (const s_lunPath *p = firstLunpath(before); p != nullptr; p = nextLunpath(p)) {
-        const s_lunPath *found = findInLunIndex(now, p->path_dev_name);
-        if (found == nullptr) {
-            logPath("deleted", p);
+    known->assign(now->entries.size(), 0);
+    for (const LunIndex::Entry &entry : before->entries) {
+        const size_t found = findSameName(now, entry);
+        if (found == NO_ENTRY) {
+            logPath("deleted", entry.record);
             changed = true;
-        } else if (logPathChanges(p, found)) {
+            continue;
+        }
+        (*known)[found] = 1;
+        if (logPathChanges(entry.record, now->entries[found].record)) {
             changed = true;
         }
     }
     return changed;
 }
 
-bool logNewPaths(const s_lunPath *now, const LunIndex *before) {
+bool logNewPaths(const LunIndex *now, const LunIndex *before, const std::vector<char> &known) {
     bool changed = false;
-    for (const s_lunPath *p = firstLunpath(now); p != nullptr; p = nextLunpath(p)) {
-        if (findInLunIndex(before, p->path_dev_name) == nullptr) {
-            logPath("created", p);
+    for (size_t i = 0; i < now->entries.size(); ++i) {
+        if (known[i] == 0 && findSameName(before, now->entries[i]) == NO_ENTRY) {
+            logPath("created", now->entries[i].record);
             changed = true;
         }
     }
@@ -117,20 +119,17 @@ bool logNewPaths(const s_lunPath *now, const LunIndex *before) {
 } // namespace
 
 void cmpAndLog() {
-    // One index for each list and key, rebuilt in place from cycle to cycle. Never destroyed: the monitor runs
-    // until it is killed.
+    // Rebuilt in place from cycle to cycle; the monitor runs until it is killed.
     static LunIndex before;
     static LunIndex now;
+    static std::vector<char> known;
 
-    buildLunIndex(&before, LunKey::wwid, g_pOldLunPath);
-    buildLunIndex(&now, LunKey::wwid, g_pLunPath);
-    bool changed = logMissingLuns(g_pOldLunPath, &now, "deleted");
-    changed = logMissingLuns(g_pLunPath, &before, "created") || changed;
-
-    buildLunIndex(&before, LunKey::dev_name, g_pOldLunPath);
-    buildLunIndex(&now, LunKey::dev_name, g_pLunPath);
-    changed = logLostAndChangedPaths(g_pOldLunPath, &now) || changed;
-    changed = logNewPaths(g_pLunPath, &before) || changed;
+    buildLunIndex(&before, g_pOldLunPath);
+    buildLunIndex(&now, g_pLunPath);
+    bool changed = logMissingLuns(&before, &now, "deleted");
+    changed = logMissingLuns(&now, &before, "created") || changed;
+    changed = logLostAndChangedPaths(&before, &now, &known) || changed;
+    changed = logNewPaths(&now, &before, known) || changed;
 
     if (changed) {
         writeLunPathToFile(g_pLunPath, lunPathFile);

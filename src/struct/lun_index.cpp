@@ -1,79 +1,97 @@
-// The index over lun-path records: open addressing with linear probing.
+// The index over lun-path records.
 #include "struct/lun_index.h"
 
-#include <algorithm>
 #include <cstring>
 
 namespace {
 
-constexpr size_t FEWEST_SLOTS = 64;
+constexpr size_t FEWEST_CELLS = 64;
 
-size_t keyLength(LunKey key) {
-    return key == LunKey::wwid ? LUN_WWID_LENGTH : LUN_TEXT_LENGTH;
-}
-
-const char *keyOf(LunKey key, const s_lunPath *record) {
-    return key == LunKey::wwid ? record->lun_wwid : record->path_dev_name;
-}
-
-// FNV-1a over the compared characters, folded once more so that the low bits depend on all of them.
-uint64_t hashText(const char *text, size_t length) {
+// FNV-1a over the characters that are compared, folded so that the low bits depend on all of them.
+uint32_t hashText(const char *text, size_t length) {
     uint64_t hash = 14695981039346656037U;
     for (size_t i = 0; i < length && text[i] != '\0'; ++i) {
         hash = (hash ^ static_cast<unsigned char>(text[i])) * 1099511628211U;
     }
-    return hash ^ (hash >> 32U);
+    return static_cast<uint32_t>(hash ^ (hash >> 32U));
 }
 
-// The slot that holds the key `text`, or the free one where it belongs.
-size_t slotFor(const LunIndex *index, const char *text, uint64_t hash) {
-    const size_t mask = index->slots.size() - 1;
+bool sameName(const LunIndex::Entry &a, const LunIndex::Entry &b) {
+    return a.name_hash == b.name_hash &&
+           strncmp(a.record->path_dev_name, b.record->path_dev_name, LUN_TEXT_LENGTH) == 0;
+}
+
+bool sameWwid(const LunIndex::Entry &a, const LunIndex::Entry &b) {
+    return a.wwid_hash == b.wwid_hash &&
+           strncmp(a.record->lun_wwid, b.record->lun_wwid, LUN_WWID_LENGTH) == 0;
+}
+
+using same_key = bool (*)(const LunIndex::Entry &, const LunIndex::Entry &);
+
+// The cell that holds the first entry with the key of `key`, or the free cell where it belongs.
+template <same_key same>
+size_t cellFor(const std::vector<LunIndex::Entry> &entries, const std::vector<uint32_t> &cells, uint32_t hash,
+               const LunIndex::Entry &key) {
+    const size_t mask = cells.size() - 1;
     size_t i = hash & mask;
-    while (index->slots[i].record != nullptr &&
-           (index->slots[i].hash != hash ||
-            strncmp(keyOf(index->key, index->slots[i].record), text, keyLength(index->key)) != 0)) {
+    while (cells[i] != 0 && !same(entries[cells[i] - 1], key)) {
         i = (i + 1) & mask;
     }
     return i;
 }
 
-void resetSlots(LunIndex *index, size_t records) {
-    size_t wanted = FEWEST_SLOTS;
-    while (wanted < records * 2) {
-        wanted *= 2;
+// Walks the list once and notes of each record what the tables need.
+void noteRecords(LunIndex *index, const s_lunPath *head) {
+    index->entries.clear();
+    LunIndex::Entry entry = {};
+    for (s_lunPath *p = firstLunpath(head); p != nullptr; p = nextLunpath(p)) {
+        entry.begins_run =
+            entry.record == nullptr || strncmp(entry.record->lun_wwid, p->lun_wwid, LUN_WWID_LENGTH) != 0;
+        if (entry.begins_run) {
+            entry.wwid_hash = hashText(p->lun_wwid, LUN_WWID_LENGTH);
+        }
+        entry.name_hash = hashText(p->path_dev_name, LUN_TEXT_LENGTH);
+        entry.record = p;
+        index->entries.push_back(entry);
     }
-    const size_t size = std::max(wanted, index->slots.size());
-    index->slots.assign(size, LunIndex::Slot{nullptr, 0});
+}
+
+void resetCells(std::vector<uint32_t> *cells, size_t records) {
+    size_t size = FEWEST_CELLS;
+    while (size < records * 2) {
+        size *= 2;
+    }
+    cells->assign(size, 0);
+}
+
+size_t numberIn(uint32_t cell) {
+    return cell == 0 ? NO_ENTRY : cell - 1;
 }
 
 } // namespace
 
-void buildLunIndex(LunIndex *index, LunKey key, const s_lunPath *head) {
-    size_t records = 0;
-    for (const s_lunPath *p = firstLunpath(head); p != nullptr; p = nextLunpath(p)) {
-        ++records;
-    }
-    resetSlots(index, records);
-    index->key = key;
-    const char *previous = nullptr;
-    for (s_lunPath *p = firstLunpath(head); p != nullptr; p = nextLunpath(p)) {
-        const char *text = keyOf(key, p);
-        // The records of one volume follow one another: only the first of a run can be the first of its key.
-        if (previous != nullptr && strncmp(previous, text, keyLength(key)) == 0) {
-            continue;
-        }
-        previous = text;
-        const uint64_t hash = hashText(text, keyLength(key));
-        LunIndex::Slot &slot = index->slots[slotFor(index, text, hash)];
-        if (slot.record == nullptr) {
-            slot = {p, hash};
+void buildLunIndex(LunIndex *index, const s_lunPath *head) {
+    noteRecords(index, head);
+    resetCells(&index->by_name, index->entries.size());
+    resetCells(&index->by_wwid, index->entries.size());
+    uint32_t number = 0;
+    for (const LunIndex::Entry &entry : index->entries) {
+        ++number;
+        uint32_t &name =
+            index->by_name[cellFor<sameName>(index->entries, index->by_name, entry.name_hash, entry)];
+        name = name == 0 ? number : name;
+        if (entry.begins_run) {
+            uint32_t &wwid =
+                index->by_wwid[cellFor<sameWwid>(index->entries, index->by_wwid, entry.wwid_hash, entry)];
+            wwid = wwid == 0 ? number : wwid;
         }
     }
 }
 
-s_lunPath *findInLunIndex(const LunIndex *index, const char *text) {
-    if (text == nullptr || index->slots.empty()) {
-        return nullptr;
-    }
-    return index->slots[slotFor(index, text, hashText(text, keyLength(index->key)))].record;
+size_t findSameName(const LunIndex *index, const LunIndex::Entry &key) {
+    return numberIn(index->by_name[cellFor<sameName>(index->entries, index->by_name, key.name_hash, key)]);
+}
+
+size_t findSameWwid(const LunIndex *index, const LunIndex::Entry &key) {
+    return numberIn(index->by_wwid[cellFor<sameWwid>(index->entries, index->by_wwid, key.wwid_hash, key)]);
 }

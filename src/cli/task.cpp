@@ -8,8 +8,10 @@
 #include <sys/time.h>
 
 #include "cli/task_output.h"
+#include "cli/tools.h"
 #include "common/capture.h"
 #include "common/log.h"
+#include "common/text_filter.h"
 
 sigjmp_buf invoke_env;
 volatile int invoke_count = 0;
@@ -88,6 +90,12 @@ s_ecItems *exeLiunxTaskCmd(const char *command) {
     return run(__func__, command, &output) < 0 ? &EC_exe_cmd_failed : &EC_ok;
 }
 
+s_ecItems *runScript(const char *script) {
+    char command[TASK_COMMAND_SIZE] = "";
+    snprintf(command, sizeof(command), "%s %s", CMD_sh, script);
+    return exeLiunxTaskCmd(command);
+}
+
 s_ecItems *exeLiunxInfoCmd(const char *command, char *out, unsigned int size) {
     TaskOutput output;
     const int exit_status = run(__func__, command, &output);
@@ -131,6 +139,14 @@ s_ecItems *exeLiunxInfoCmd_nonblocking(const char *command, char *out, unsigned 
         return &EC_exe_cmd_failed;
     }
     return &EC_info_ok;
+}
+
+bool mayRunWith(const char *operation, const char *word, const char *command) {
+    const bool may_run = isPlainWord(word);
+    if (!may_run) {
+        dravik_log(LOG_ERROR, __FILE__, __LINE__, operation, "Execute command [%s] failed\n", command);
+    }
+    return may_run;
 }
 
 signal_handler my_signal(int signal_number, signal_handler handler) {

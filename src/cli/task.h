@@ -18,6 +18,9 @@ constexpr unsigned int TASK_COMMAND_SIZE = 1024;
 // command [%s] failed\n".
 s_ecItems *exeLiunxTaskCmd(const char *command);
 
+// Runs the script file `script` with bash, by `exeLiunxTaskCmd`.
+s_ecItems *runScript(const char *script);
+
 // Runs `command` for its output, of which at most `size` - 1 characters are copied into `out` whenever it
 // ran, also for an exit status other than 0. EC_info_ok for exit status 0. EC_exe_cmd_failed otherwise,
 // logged at level 0 as "Execute command [%s] failed\n" when it could not be run, else as "Command [%s]
@@ -31,6 +34,11 @@ s_ecItems *exeLiunxInfoCmd(const char *command, char *out, unsigned int size);
 // Uses SIGALRM and the real-time interval timer and restores the handler that SIGALRM had. After a time-out
 // the child is left alone and the timer goes on expiring every five seconds: callers end soon after.
 s_ecItems *exeLiunxInfoCmd_nonblocking(const char *command, char *out, unsigned int size);
+
+// Whether `word`, which a listing or a user has supplied, may stand in `command`: see isPlainWord in
+// common/text_filter.h. Where it may not, the command counts as one that could not be run, which is logged at
+// level 0 in the name of `operation` as "Execute command [%s] failed\n".
+bool mayRunWith(const char *operation, const char *word, const char *command);
 
 // A handler as signal(2) knows it.
 using signal_handler = void (*)(int);

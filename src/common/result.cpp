@@ -24,6 +24,10 @@ void setItem(s_ecItems *record, int index, const char *text) {
 
 } // namespace
 
+bool isFailure(const s_ecItems *record) {
+    return record != nullptr && record->code != 0;
+}
+
 void getErrorMsg(const s_ecItems *record, char *out, unsigned int size) {
     if (record == nullptr || out == nullptr || size == 0) {
         return;
@@ -37,7 +41,7 @@ void getErrorMsg(const s_ecItems *record, char *out, unsigned int size) {
 
 void print_ec(const s_ecItems *record) {
     print__();
-    if (record != nullptr && record->code != 0) {
+    if (isFailure(record)) {
         char text[MESSAGE_SIZE] = "";
         getErrorMsg(record, text, sizeof(text));
         puts(text);

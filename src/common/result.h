@@ -79,6 +79,9 @@ EC_RECORDS(EC_DECLARE)
 // The success of commands that print their own output: all zero, so that `EC_ok` is never touched by them.
 extern s_ecItems EC_info_ok;
 
+// Whether `record` tells of a failure. A null record counts as a success.
+bool isFailure(const s_ecItems *record);
+
 // Writes "Error(%04d): " and the formatted message of `record` into `out`, at most `size` - 1 characters; the
 // message itself is cut at 255. Nothing is written for a null argument or a size of 0.
 void getErrorMsg(const s_ecItems *record, char *out, unsigned int size);

@@ -1,0 +1,31 @@
+// Showing the host's Fibre Channel ports.
+#include "cli/port.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+
+#include "cli/task.h"
+#include "cli/task_output.h"
+#include "cli/tools.h"
+#include "common/log.h"
+#include "common/text_split.h"
+
+s_ecItems *lsport() {
+    char command[TASK_COMMAND_SIZE] = "";
+    snprintf(command, sizeof(command), "%s %s", CMD_sh, SH_fcport);
+    const TaskOutput output;
+    s_ecItems *result = exeLiunxInfoCmd(command, output.pages, TASK_OUTPUT_SIZE);
+    if (isFailure(result)) {
+        return result;
+    }
+    unsigned int count = 0;
+    const std::unique_ptr<char *, void (*)(void *)> pieces(strsplit_count(output.pages, "\n", &count), free);
+    print__();
+    // Nothing is added behind the last piece: output without a final newline has the separator on its line.
+    for (unsigned int i = 0; i < count; ++i) {
+        printf(i == 0 ? "%s" : "\n%s", pieces.get()[i]);
+    }
+    print__();
+    return result;
+}

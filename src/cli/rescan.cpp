@@ -1,0 +1,86 @@
+// Discovering volumes, reviving and clearing paths, and the product's identification.
+#include "cli/rescan.h"
+
+#include <cstdio>
+#include <memory>
+#include <unistd.h>
+
+#include "cli/deletion.h"
+#include "cli/task.h"
+#include "cli/tools.h"
+#include "cli/topology.h"
+#include "common/log.h"
+#include "common/text.h"
+
+namespace {
+
+// Between the discovery and the rebuilding of the maps, for the new devices to appear.
+constexpr unsigned int SETTLE_SECONDS = 1;
+
+using DravikList = std::unique_ptr<s_dravik, decltype(&freeDravik)>;
+
+// A path that the array has taken away: faulty, in a group whose priority begins with 0.
+bool isDead(const s_path_dev *path) {
+    return path->group_priority[0] == '0' && isBeginwith(path->checker_state, "faulty") == 1;
+}
+
+// Deletes the device's dead paths and flushes its map when no other path is left. The first failure ends it.
+s_ecItems *clearDevice(const s_dravik *device) {
+    unsigned int live = 0;
+    for (const s_path_dev *path = firstPathDev(device->pdev); path != nullptr; path = nextPathDev(path)) {
+        if (!isDead(path)) {
+            ++live;
+            continue;
+        }
+        s_ecItems *result = delOneDrive(path->dev_name);
+        if (isFailure(result)) {
+            return result;
+        }
+    }
+    return live > 0 ? &EC_ok : delPathInfo(device->device_number);
+}
+
+} // namespace
+
+s_ecItems *scan() {
+    runScript(CMD_G2SCAN_FILE);
+    return runScript(CMD_CONNECT_NVME_FILE);
+}
+
+s_ecItems *aggregation() {
+    runScript(SH_run_all_offline_path);
+    char command[TASK_COMMAND_SIZE] = "";
+    snprintf(command, sizeof(command), "%s -r", CMD_velomux);
+    return exeLiunxTaskCmd(command);
+}
+
+s_ecItems *refresh() {
+    const DravikList devices(mallocDravik(), freeDravik);
+    s_ecItems *result = devices == nullptr ? &EC_molloc_failed : queryDravikInfo(devices.get());
+    if (isFailure(result)) {
+        return result;
+    }
+    for (const s_dravik *device = firstDravik(devices.get()); device != nullptr;
+         device = nextDravik(device)) {
+        result = clearDevice(device);
+        if (isFailure(result)) {
+            return result;
+        }
+    }
+    result = scan();
+    if (isFailure(result)) {
+        return result;
+    }
+    sleep(SETTLE_SECONDS);
+    return aggregation();
+}
+
+s_ecItems *version() {
+    print__();
+    puts("Software name: Dravik");
+    puts("Vendor: Korvel");
+    printf("Version: %s\n", DRAVIK_VERSION);
+    puts("Copyright (c) Korvel. All rights reserved.");
+    print__();
+    return &EC_info_ok;
+}

@@ -1,0 +1,55 @@
+# shellcheck shell=bash
+# What a broken tool does in place of the real one: TOOL is the real one, FAULT its fault, VALUE and STATUS belong
+# to the fault. The tool keeps its record of calls: by itself where it is run, here where it is not.
+
+record() { echo "${TOOL##*/} ${*//$'\n'/\\n}" >>/sim/calls.log; }
+
+case $FAULT in
+hang)
+    record "$@"
+    exec sleep 1000000
+    ;;
+crash)
+    # Dead in the middle of its output.
+    "$TOOL" "$@" | head -n 3
+    kill -SEGV $$
+    ;;
+rubbish)
+    record "$@"
+    printf 'x\001\377\n'
+    printf '%s\n' '@@@ 0xdeadbeef ,,, ((((' '|' '  `- nothing here is a path' 'size=' "policy='" ''
+    ;;
+half)
+    text=$("$TOOL" "$@")
+    printf '%s' "${text:0:${#text}/2}"
+    ;;
+silent) record "$@" ;;
+fail)
+    record "$@"
+    echo "${TOOL##*/}: error" >&2
+    exit "${VALUE:-1}"
+    ;;
+slow)
+    # The clock moves, nobody waits.
+    # shellcheck disable=SC2034 # read by dials.sh
+    SIM=/sim
+    # shellcheck source=dials.sh
+    . /sim/lib/dials.sh
+    dial clock_offset
+    setDial clock_offset $((dialValue + VALUE))
+    exec "$TOOL" "$@"
+    ;;
+huge)
+    # The real output, then five MiB of warnings.
+    "$TOOL" "$@"
+    status=$?
+    yes 'Dec 06 10:15:02 | sdzz: prioritizer did not answer, using the default' | head -c 5242880
+    exit "$status"
+    ;;
+says)
+    record "$@"
+    cat "$TOOL.text"
+    # shellcheck disable=SC2153 # set by the script that sources this
+    exit "$STATUS"
+    ;;
+esac

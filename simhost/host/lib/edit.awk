@@ -1,0 +1,121 @@
+# Makes one change in the state: -v op=OPERATION -v who=NAME -v what=... -v to=...; prints the changed state.
+# Exit status 3: nothing in the state bears that name.
+#   path-state   path WHO gets the three states TO ("failed faulty running")
+#   port-state   so do all paths through the array's port WHO
+#   volume-state all paths of volume WHO
+#   remove       path WHO leaves the host; restore-removed: the removed paths of all mapped volumes come back
+#   word         volume WHO becomes "volume", "flushed" or "unmapped" (TO)
+#   volume-key   the key WHAT of volume WHO gets the value TO
+#   rename       volume WHO gets the alias TO
+#   group-key    the key WHAT of group number GROUP (0: all) of volume WHO gets the value TO
+#   remap        flushed volumes that still have a path are mapped again
+#   aliases      the aliases of the multipath configuration file CONF are taken up
+
+function value(name,    at, rest) {
+    at = index($0, " " name "=")
+    if (at == 0)
+        return ""
+    rest = substr($0, at + length(name) + 2)
+    at = index(rest, " ")
+    return at > 0 ? substr(rest, 1, at - 1) : rest
+}
+
+function setValue(name, text,    i) {
+    for (i = 2; i <= NF; i++)
+        if (index($i, name "=") == 1)
+            $i = name "=" text
+}
+
+function isMeant(    dm) {
+    if (who == $2 && $2 != "-")
+        return 1
+    dm = value("dm")
+    return who == value("wwid") || who == "dm-" dm || who == "/dev/dm-" dm || who == "/dev/mapper/" $2 ||
+        who == value("vdisk")
+}
+
+function setStates() {
+    split(to, state, " ")
+    $5 = state[1]
+    $6 = state[2]
+    if (state[3] != "")
+        $7 = state[3]
+    found = 1
+}
+
+# multipaths { multipath { wwid 3600... alias "data" } }: only these two words matter, whatever the layout.
+function readConf(    line, n, part, i, wwid, alias) {
+    while ((getline line < conf) > 0) {
+        sub(/^[ \t]*[#!].*/, "", line)
+        gsub(/[{}]/, " & ", line)
+        gsub(/"/, "", line)
+        n = split(line, part, /[ \t]+/)
+        for (i = 1; i <= n; i++) {
+            if (part[i] == "{" || part[i] == "}") {
+                if (wwid != "" && alias != "")
+                    aliasOf[wwid] = alias
+                wwid = alias = ""
+            } else if (part[i] == "wwid") {
+                wwid = part[++i]
+            } else if (part[i] == "alias") {
+                alias = part[++i]
+            }
+        }
+    }
+    close(conf)
+}
+
+BEGIN {
+    if (op == "aliases")
+        readConf()
+    if (op == "remap" || op == "aliases" || op == "restore-removed")
+        found = 1
+}
+
+# Which volumes still have a path is only known after their lines: the state is read twice for that.
+op == "remap" && NR == FNR {
+    if ($1 == "volume" || $1 == "flushed" || $1 == "unmapped")
+        current = FNR
+    else if ($1 == "path")
+        hasPath[current] = 1
+    next
+}
+
+$1 == "volume" || $1 == "flushed" || $1 == "unmapped" {
+    inside = isMeant()
+    mapped = $1 != "unmapped"
+    groupNumber = 0
+    if (op == "aliases")
+        $2 = value("wwid") in aliasOf ? aliasOf[value("wwid")] : value("alias0")
+    if (op == "remap" && $1 == "flushed" && hasPath[FNR])
+        $1 = "volume"
+    if (inside && (op == "word" || op == "volume-key" || op == "rename"))
+        found = 1
+    if (inside && op == "word")
+        $1 = to
+    if (inside && op == "volume-key")
+        setValue(what, to)
+    if (inside && op == "rename") {
+        $2 = to
+        setValue("alias0", to)
+    }
+}
+$1 == "group" {
+    groupNumber++
+    if (inside && op == "group-key" && (group == 0 || group == groupNumber)) {
+        setValue(what, to)
+        found = 1
+    }
+}
+$1 == "path" {
+    if ((op == "path-state" && $2 == who) || (op == "port-state" && value("port") == who) ||
+        (op == "volume-state" && inside))
+        setStates()
+    if (op == "remove" && $2 == who) {
+        $1 = "removed"
+        found = 1
+    }
+}
+$1 == "removed" && mapped && op == "restore-removed" { $1 = "path" }
+{ print }
+END { exit found ? 0 : 3 }

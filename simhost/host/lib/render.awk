@@ -1,0 +1,130 @@
+# Prints the listing of the multipath tool from the state: -v want= all mapped volumes, or the one that is meant.
+# With -v dead=FILE it also writes there the maps none of whose paths works, one "dm-N" a line.
+
+function value(name,    at, rest) {
+    at = index($0, " " name "=")
+    if (at == 0)
+        return ""
+    rest = substr($0, at + length(name) + 2)
+    at = index(rest, " ")
+    return at > 0 ? substr(rest, 1, at - 1) : rest
+}
+
+# A blank inside a value is written as "~" in the state.
+function plain(text) {
+    gsub(/~/, " ", text)
+    return text
+}
+
+function isWanted(    i) {
+    if (want == "" || want == name || want == wwid || want == "dm-" dm || want == "/dev/dm-" dm ||
+        want == "/dev/mapper/" name || (name == "-" && want == "/dev/mapper/" wwid))
+        return 1
+    for (i = 1; i <= paths; i++)
+        if (pathName[i] == want || "/dev/" pathName[i] == want || pathNumber[i] == want)
+            return 1
+    return 0
+}
+
+# The group whose paths carry the I/O: the one with the highest priority among those with a working path.
+function activeGroup(    g, best) {
+    best = 0
+    for (g = 1; g <= groups; g++)
+        if (working[g] > 0 && (best == 0 || prio[g] + 0 > prio[best] + 0))
+            best = g
+    return best
+}
+
+function printGroup(g, active,    status, shown) {
+    status = groupStatus[g]
+    shown = prio[g]
+    if (status == "-") {
+        status = g == active ? "active" : "enabled"
+        if (working[g] == 0 && firstPath[g] <= lastPath[g])
+            shown = 0
+    }
+    printf "%s-+- policy='%s' prio=%s status=%s\n", g < groups ? "|" : "`", selector[g], shown, status
+}
+
+function printVolume(    g, i, active, alive, w1, w2, w3) {
+    if (!held)
+        return
+    held = 0
+    alive = 0
+    for (g = 1; g <= groups; g++)
+        alive += working[g]
+    if (dead != "" && paths > 0 && alive == 0)
+        print "dm-" dm > dead
+    if (!isWanted())
+        return
+    if (name == "-")
+        print wwid " dm-" dm " " header
+    else
+        print name " (" wwid ") dm-" dm " " header
+    print sizeLine
+    w1 = w2 = w3 = 0
+    for (i = 1; i <= paths; i++) {
+        if (length(address[i]) > w1)
+            w1 = length(address[i])
+        if (length(pathName[i]) > w2)
+            w2 = length(pathName[i])
+        if (length(pathNumber[i]) > w3)
+            w3 = length(pathNumber[i])
+    }
+    active = activeGroup()
+    for (g = 1; g <= groups; g++) {
+        printGroup(g, active)
+        for (i = firstPath[g]; i <= lastPath[g]; i++)
+            printf "%s %s- %-" w1 "s %-" w2 "s %-" w3 "s %s\n", g < groups ? "|" : " ",
+                i < lastPath[g] ? "|" : "`", address[i], pathName[i], pathNumber[i], states[i]
+    }
+}
+
+$1 == "path" {
+    if (!held)
+        next
+    pathName[++paths] = $2
+    address[paths] = $3
+    pathNumber[paths] = $4
+    states[paths] = $5 " " $6 " " $7
+    lastPath[groups] = paths
+    if ($5 != "failed" && $6 != "faulty")
+        working[groups]++
+    next
+}
+
+$1 == "group" {
+    if (!held)
+        next
+    groups++
+    firstPath[groups] = paths + 1
+    lastPath[groups] = paths
+    working[groups] = 0
+    selector[groups] = plain(value("selector"))
+    prio[groups] = value("prio")
+    groupStatus[groups] = value("status")
+    next
+}
+
+$1 == "volume" || $1 == "flushed" || $1 == "unmapped" {
+    printVolume()
+    if ($1 != "volume")
+        next
+    held = 1
+    groups = paths = 0
+    name = $2
+    wwid = value("wwid")
+    dm = value("dm")
+    header = sprintf("%-8s,%s", plain(value("vendor")), plain(value("product")))
+    sizeLine = "size=" value("size") " features='" plain(value("features")) "' hwhandler='" \
+        plain(value("hwhandler")) "' wp=" value("wp")
+    next
+}
+
+$1 == "message" {
+    printVolume()
+    if (want == "")
+        print substr($0, 9)
+}
+
+END { printVolume() }

@@ -1,0 +1,5 @@
+# shellcheck shell=bash
+# The kernel's counters.
+makeCounters() { :; }
+setLoad() { :; }
+onCounters() { :; }

@@ -1,0 +1,47 @@
+# shellcheck shell=bash
+# Going into a simulated host: chroot, a clean environment, the preload library; always by exec, so that signals and
+# exit statuses pass through.
+
+# With a real /proc (SIMHOST_REAL_PROC=1, for programs built with a sanitizer): in a mount namespace of its own, the
+# real one lies over the host's /proc, and the simulated files move to /sim/proc, where the preload library sends
+# those who open them.
+# shellcheck disable=SC2016 # the text is run by the shell inside the namespace
+MOUNT_PROC='mount --bind "$1/proc" "$1/sim/proc" && mount --rbind /proc "$1/proc" && exec chroot "$@"'
+
+# prepareEntry VAR=VALUE...: fills ENTRY with the words before the command to run; the pairs enter the environment.
+prepareEntry() {
+    local -a namespace=() inside
+    local name
+    inside=("$HOST" /usr/bin/env -i PATH=/usr/sbin:/usr/bin HOME=/root TZ=UTC LC_ALL=C LD_PRELOAD=/sim/preload.so)
+    for name in TERM DRAVIK_CLI_DEBUG SIMHOST_SLEEPS SIMHOST_REAL_PROC ASAN_OPTIONS UBSAN_OPTIONS; do
+        [[ ${!name-} ]] && inside+=("$name=${!name}")
+    done
+    inside+=("$@")
+    ((EUID == 0)) || namespace=(unshare -r)
+    if [[ ${SIMHOST_REAL_PROC-} ]]; then
+        ((EUID == 0)) && namespace=(unshare)
+        ENTRY=("${namespace[@]}" -m sh -c "$MOUNT_PROC" enter "${inside[@]}")
+    else
+        ENTRY=(${namespace[@]+"${namespace[@]}"} chroot "${inside[@]}")
+    fi
+}
+
+runInHost() {
+    (($# > 0)) || die "run: which command?"
+    prepareEntry
+    exec "${ENTRY[@]}" "$@"
+}
+
+shellInHost() {
+    prepareEntry "PS1=[$(basename "$HOST")] \\w # "
+    exec "${ENTRY[@]}" bash --norc -i
+}
+
+# The change log as it stands, and as it grows.
+showLog() {
+    [[ ! -e $HOST/dumps/dravik_monitor.log ]] || cat "$HOST/dumps/dravik_monitor.log"
+}
+
+watchLog() {
+    exec tail -n +1 -F "$HOST/dumps/dravik_monitor.log" 2>/dev/null
+}

@@ -128,6 +128,14 @@ installProduct() {
         [[ -e $HOST/usr/bin/$program ]] && programs+=("$HOST/usr/bin/$program")
     done
     ((${#programs[@]} == 0)) || addLibraries "$HOST" "${programs[@]}"
+    # Sanitized programs need a real /proc; "run" looks for this file.
+    if grep -qs '^DRAVIK_SANITIZE:BOOL=ON' "$from/CMakeCache.txt"; then : >"$SIM/real_proc"; fi
+}
+
+# add PROGRAM...: further programs of this machine, in /usr/bin.
+addPrograms() {
+    cp -L "$@" "$HOST/usr/bin/"
+    addLibraries "$HOST" "$@"
 }
 
 buildHost() {

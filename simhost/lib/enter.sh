@@ -2,7 +2,7 @@
 # Going into a simulated host: chroot, a clean environment, the preload library; always by exec, so that signals and
 # exit statuses pass through.
 
-# With a real /proc (SIMHOST_REAL_PROC=1, for programs built with a sanitizer): in a mount namespace of its own, the
+# With a real /proc (SIMHOST_REAL_PROC=1, or a product built with sanitizers): in a mount namespace of its own, the
 # real one lies over the host's /proc, and the simulated files move to /sim/proc, where the preload library sends
 # those who open them.
 # shellcheck disable=SC2016 # the text is run by the shell inside the namespace
@@ -12,6 +12,7 @@ MOUNT_PROC='mount --bind "$1/proc" "$1/sim/proc" && mount --rbind /proc "$1/proc
 prepareEntry() {
     local -a namespace=() inside
     local name
+    [[ ! -e $SIM/real_proc ]] || local SIMHOST_REAL_PROC=1
     inside=("$HOST" /usr/bin/env -i PATH=/usr/sbin:/usr/bin HOME=/root TZ=UTC LC_ALL=C LD_PRELOAD=/sim/preload.so)
     for name in TERM DRAVIK_CLI_DEBUG SIMHOST_SLEEPS SIMHOST_REAL_PROC ASAN_OPTIONS UBSAN_OPTIONS; do
         [[ ${!name-} ]] && inside+=("$name=${!name}")

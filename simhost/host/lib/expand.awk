@@ -58,7 +58,7 @@ function newPlainDisk() {
     while (("x" letters(plainDisks, "abcdefghijklmnopqrtuvwxyz")) in taken)
         plainDisks++
     pathName = "x" letters(plainDisks, "abcdefghijklmnopqrtuvwxyz")
-    pathNumber = "240:" plainDisks
+    pathNumber = "240:" plainDisks + 0
     plainDisks++
 }
 
@@ -185,15 +185,15 @@ function openVolume(state, alias,    n, names, i, nvme) {
     for (i = 1; i <= n; i++)
         line = line " " names[i] "=" volume[names[i]]
     print line
-    volume["paths"] = given("paths", 2)
-    volume["groups"] = given("groups", 1)
+    volume["paths"] = given("paths", 2) + 0
+    volume["groups"] = given("groups", 1) + 0
     open = 1
     groupIndex = 0
     pathIndex = 0
 }
 
 function printMany(    count, prefix, i, saved, name) {
-    count = given("volumes", 1)
+    count = given("volumes", 1) + 0
     prefix = given("prefix", "mpath")
     for (i = 0; i < count; i++) {
         while ((prefix letters(manyIndex, LOWER)) in taken)

@@ -1,4 +1,5 @@
-// The face of the administration tool's front: command table, parameters, dispatch.
+// The face of the administration tool's front: command table, dispatch, parameters.
 #pragma once
 
-#include "cli/params.h" // IWYU pragma: export
+#include "cli/command_table.h" // IWYU pragma: export
+#include "cli/params.h"        // IWYU pragma: export

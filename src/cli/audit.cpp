@@ -1,0 +1,120 @@
+// The audit line of the commands that change the host.
+#include "cli/audit.h"
+
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "cli/caller.h"
+#include "common/log.h"
+
+namespace {
+
+// In all well below the 1023 characters at which the log cuts a message or a line.
+constexpr size_t COMMAND_SIZE = 480;
+constexpr size_t RESULT_SIZE = 300;
+constexpr size_t WHO_SIZE = 2 * USER_NAME_SIZE + COMMAND_SIZE + 64;
+
+constexpr int ENDING_SIGNALS[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
+
+char who[WHO_SIZE] = "user unknown ran []"; // everything up to the colon
+
+// What the handler writes, made ready beforehand: inside it neither the clock's conversion nor the log's own
+// lock may be used.
+char interrupted_line[WHO_SIZE + 128];
+char log_path[64];
+
+// Without the log's lock, which this very process may be holding: a single write in append mode stays in one
+// piece as it is.
+void writeInterruptedLine(int signal_number) {
+    char number[] = "00\n";
+    number[0] = static_cast<char>('0' + signal_number / 10 % 10);
+    number[1] = static_cast<char>('0' + signal_number % 10);
+    const size_t length = strlen(interrupted_line);
+    memcpy(interrupted_line + length, signal_number < 10 ? number + 1 : number, sizeof(number) - 1);
+    const int fd = open(log_path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600);
+    if (fd >= 0 && write(fd, interrupted_line, strlen(interrupted_line)) < 0) {
+        // A line that cannot be written is lost, as every other.
+    }
+}
+
+// SA_RESETHAND has put the default action back: the signal, raised again, ends the process as it would have.
+void onEndingSignal(int signal_number) {
+    writeInterruptedLine(signal_number);
+    raise(signal_number);
+}
+
+void prepareInterruptedLine() {
+    char seconds[32] = "";
+    const time_t now = time(nullptr);
+    tm local = {};
+    if (localtime_r(&now, &local) != nullptr) {
+        strftime(seconds, sizeof(seconds), "%Y-%m-%d %T.", &local);
+    }
+    memset(interrupted_line, 0, sizeof(interrupted_line));
+    snprintf(interrupted_line, sizeof(interrupted_line), "[%s000] INFO  audit %d %s: ended by signal ",
+             seconds, __LINE__, who);
+    snprintf(log_path, sizeof(log_path), "%s%s", g_log_file_dir, g_log_file_name);
+}
+
+void catchEndingSignals() {
+    struct sigaction action = {};
+    action.sa_handler = onEndingSignal;
+    sigfillset(&action.sa_mask);
+    action.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND);
+    for (const int number : ENDING_SIGNALS) {
+        struct sigaction before = {};
+        // A signal that the parent had us ignore does not end us.
+        if (sigaction(number, nullptr, &before) == 0 && before.sa_handler == SIG_DFL) {
+            sigaction(number, &action, nullptr);
+        }
+    }
+}
+
+void releaseEndingSignals() {
+    for (const int number : ENDING_SIGNALS) {
+        struct sigaction before = {};
+        if (sigaction(number, nullptr, &before) == 0 && before.sa_handler == onEndingSignal) {
+            signal(number, SIG_DFL);
+        }
+    }
+}
+
+} // namespace
+
+void beginAudit(int argc, const char *const *argv) {
+    char user[USER_NAME_SIZE] = "";
+    runningUser(user, sizeof(user));
+    char login[USER_NAME_SIZE] = "";
+    loginUser(login, sizeof(login));
+    char command[COMMAND_SIZE] = "";
+    shownCommandLine(argc, argv, command, sizeof(command));
+    snprintf(who, sizeof(who), "user %s%s%s%s ran [%s]", user, login[0] == '\0' ? "" : " (login ", login,
+             login[0] == '\0' ? "" : ")", command);
+    prepareInterruptedLine();
+    catchEndingSignals();
+}
+
+void auditResult(const s_ecItems *result) {
+    char text[256] = "Command executed successfully.";
+    if (result->code != 0) {
+        getErrorMsg(result, text, sizeof(text));
+    }
+    auditText(text);
+}
+
+void auditText(const char *text) {
+    char shown[RESULT_SIZE] = "";
+    shownText(text, shown, sizeof(shown));
+    // Held back meanwhile: one of the two lines is written, not both.
+    sigset_t all;
+    sigfillset(&all);
+    sigset_t before;
+    sigprocmask(SIG_BLOCK, &all, &before);
+    dravik_log(LOG_INFO, __FILE__, __LINE__, "audit", "%s: %s", who, shown);
+    releaseEndingSignals();
+    sigprocmask(SIG_SETMASK, &before, nullptr);
+}

@@ -1,0 +1,176 @@
+// The lock of the commands that change the host.
+#include "cli/command_lock.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <fcntl.h>
+#include <string>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "cli/caller.h"
+
+const char *const COMMAND_LOCK_FILES[] = {"/run/dravik.lock", "/var/run/dravik.lock", "/var/lock/dravik.lock",
+                                          nullptr};
+
+namespace {
+
+constexpr size_t HOLDER_SIZE = 512;
+constexpr unsigned int TICKS_PER_SECOND = 10;
+
+int held_fd = -1;
+
+// ---- the file
+
+// Whether the open file is one that only this user can have made and can open: in a folder that anyone may
+// write to, another user could otherwise hold the lock for ever or have his file written to.
+bool isOwnFile(int fd) {
+    struct stat attributes = {};
+    return fstat(fd, &attributes) == 0 && S_ISREG(attributes.st_mode) && attributes.st_uid == geteuid() &&
+           attributes.st_nlink == 1;
+}
+
+// The descriptor of the lock file `path`, or -1 with errno.
+int openLockFile(const char *path) {
+    // Not to wait for the other end of a FIFO that somebody has put there.
+    const int fd = open(path, O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0600);
+    if (fd < 0) {
+        return -1;
+    }
+    if (!isOwnFile(fd) || fchmod(fd, 0600) != 0) {
+        close(fd);
+        errno = EPERM;
+        return -1;
+    }
+    return fd;
+}
+
+// Whether `path` still leads to the open file: a cleaner may have removed it, and others then lock a new one.
+bool isStillThere(int fd, const char *path) {
+    struct stat opened = {};
+    struct stat named = {};
+    return fstat(fd, &opened) == 0 && stat(path, &named) == 0 && opened.st_dev == named.st_dev &&
+           opened.st_ino == named.st_ino;
+}
+
+void writeHolder(int fd, const char *command_line) {
+    char user[USER_NAME_SIZE] = "";
+    runningUser(user, sizeof(user));
+    char text[HOLDER_SIZE] = "";
+    snprintf(text, sizeof(text), "%ld\n%s\n%s", static_cast<long>(getpid()), user, command_line);
+    const size_t length = strlen(text);
+    // Never empty in between: written over the old text first, cut to length after.
+    if (pwrite(fd, text, length, 0) < 0 || ftruncate(fd, static_cast<off_t>(length)) != 0) {
+        // A full disk: the lock holds all the same, those who wait will not read for whom.
+    }
+}
+
+// Who has the lock, for a message: "process 4711 (user root): dravik scan".
+std::string holderOf(int fd) {
+    char text[HOLDER_SIZE] = "";
+    const ssize_t length = pread(fd, text, sizeof(text) - 1, 0);
+    if (length <= 0) {
+        return "another dravik command";
+    }
+    char *user = strchr(text, '\n');
+    char *command = user == nullptr ? nullptr : strchr(user + 1, '\n');
+    if (command == nullptr) {
+        return "another dravik command";
+    }
+    *user++ = '\0';
+    *command++ = '\0';
+    char shown[HOLDER_SIZE] = "";
+    shownText((std::string("process ") + text + " (user " + user + "): " + command).c_str(), shown,
+              sizeof(shown));
+    return shown;
+}
+
+// ---- waiting
+
+// The outcome of one attempt at one place.
+enum class Attempt { taken, busy, impossible };
+
+// Tries once; the file stays open in `*fd` unless the attempt is impossible, which leaves errno.
+Attempt tryOnce(const char *path, int *fd) {
+    if (*fd >= 0 && !isStillThere(*fd, path)) {
+        close(*fd);
+        *fd = -1;
+    }
+    if (*fd < 0) {
+        *fd = openLockFile(path);
+    }
+    if (*fd < 0) {
+        return Attempt::impossible;
+    }
+    if (flock(*fd, LOCK_EX | LOCK_NB) == 0) {
+        return isStillThere(*fd, path) ? Attempt::taken : Attempt::busy;
+    }
+    if (errno == EWOULDBLOCK || errno == EINTR) {
+        return Attempt::busy;
+    }
+    const int error = errno;
+    close(*fd);
+    *fd = -1;
+    errno = error;
+    return Attempt::impossible;
+}
+
+void sleepOneTick() {
+    timespec tick = {0, 1000000000L / TICKS_PER_SECOND};
+    while (nanosleep(&tick, &tick) != 0 && errno == EINTR) {
+    }
+}
+
+// Tries at one place until it is taken, impossible, or the time is over. Ticks are counted, no clock is read:
+// one that is set in the meantime neither lengthens nor shortens the wait.
+Attempt waitAt(const char *path, unsigned int seconds, int *fd) {
+    Attempt attempt = tryOnce(path, fd);
+    bool said = false;
+    for (unsigned int tick = 0; attempt == Attempt::busy && tick < seconds * TICKS_PER_SECOND; ++tick) {
+        sleepOneTick(); // also leaves a fresh holder the time to write down who he is
+        attempt = tryOnce(path, fd);
+        if (attempt == Attempt::busy && !said) {
+            fprintf(stderr, "dravik: waiting up to %u seconds for %s\n", seconds, holderOf(*fd).c_str());
+            said = true;
+        }
+    }
+    return attempt;
+}
+
+} // namespace
+
+int takeCommandLock(const char *command_line, const char *const *files, unsigned int seconds) {
+    std::string reasons;
+    for (const char *const *file = files; *file != nullptr; ++file) {
+        int fd = -1;
+        const Attempt attempt = waitAt(*file, seconds, &fd);
+        if (attempt == Attempt::taken) {
+            writeHolder(fd, command_line);
+            held_fd = fd;
+            return COMMAND_LOCK_TAKEN;
+        }
+        if (attempt == Attempt::busy) {
+            fprintf(stderr, "dravik: gave up after %u seconds, nothing was changed: still running is %s\n",
+                    seconds, holderOf(fd).c_str());
+            close(fd);
+            return COMMAND_LOCK_BUSY;
+        }
+        reasons += std::string(reasons.empty() ? "" : ", ") + *file + ": " + strerror(errno);
+    }
+    fprintf(
+        stderr,
+        "dravik: no lock file can be made (%s), going on: another command may change the host at the same "
+        "time\n",
+        reasons.c_str());
+    return COMMAND_LOCK_IMPOSSIBLE;
+}
+
+void releaseCommandLock() {
+    if (held_fd >= 0) {
+        close(held_fd);
+        held_fd = -1;
+    }
+}

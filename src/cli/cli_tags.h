@@ -2,4 +2,5 @@
 #pragma once
 
 #include "cli/command_table.h" // IWYU pragma: export
+#include "cli/dispatch.h"      // IWYU pragma: export
 #include "cli/params.h"        // IWYU pragma: export

@@ -1,11 +1,12 @@
 // The face of `common/`: text, logging, result records, running commands, the distribution's name.
 #pragma once
 
-#include "common/capture.h"     // IWYU pragma: export
-#include "common/log.h"         // IWYU pragma: export
-#include "common/os_name.h"     // IWYU pragma: export
-#include "common/result.h"      // IWYU pragma: export
-#include "common/text.h"        // IWYU pragma: export
-#include "common/text_buffer.h" // IWYU pragma: export
-#include "common/text_filter.h" // IWYU pragma: export
-#include "common/text_split.h"  // IWYU pragma: export
+#include "common/capture.h"      // IWYU pragma: export
+#include "common/log.h"          // IWYU pragma: export
+#include "common/os_name.h"      // IWYU pragma: export
+#include "common/replace_file.h" // IWYU pragma: export
+#include "common/result.h"       // IWYU pragma: export
+#include "common/text.h"         // IWYU pragma: export
+#include "common/text_buffer.h"  // IWYU pragma: export
+#include "common/text_filter.h"  // IWYU pragma: export
+#include "common/text_split.h"   // IWYU pragma: export

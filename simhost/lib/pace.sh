@@ -90,45 +90,58 @@ showMonitor() {
     fi
 }
 
-drainPipe() {
-    local fd _
-    exec {fd}<>"$SIM/$1"
-    while read -r -t 0 -u "$fd"; do LC_ALL=C read -r -N 1 -u "$fd" _; done
-    exec {fd}>&-
+# Holds the pipe NAME open in pipeFd: a byte that is written while nobody holds a pipe is lost with its writer.
+holdPipe() { exec {pipeFd}<>"$SIM/$1"; }
+dropPipe() { exec {pipeFd}>&-; }
+
+# Empties the pipe that is held.
+drainHeldPipe() {
+    local _
+    while read -r -t 0 -u "$pipeFd"; do LC_ALL=C read -r -N 1 -u "$pipeFd" _; done
 }
 
-# Waits for one byte of the pipe sim/asleep, while the monitor lives.
+drainPipe() {
+    local pipeFd
+    holdPipe "$1"
+    drainHeldPipe
+    dropPipe
+}
+
+# Waits for one byte of the pipe sim/asleep, which is held, while the monitor lives.
 waitForSleep() {
-    local fd _ since=$SECONDS
-    exec {fd}<>"$SIM/asleep"
-    until LC_ALL=C read -r -N 1 -t 0.2 -u "$fd" _; do
+    local _ since=$SECONDS
+    until LC_ALL=C read -r -N 1 -t 0.2 -u "$pipeFd" _; do
         monitorRuns || die "the monitor ended: $(tail -n 3 "$SIM/monitor.err")"
         ((SECONDS - since < STEP_LIMIT)) || die "the monitor did not finish its cycle within $STEP_LIMIT seconds"
     done
-    exec {fd}>&-
 }
 
 # settle: returns when the monitor is in its sleep.
 settleMonitor() {
+    local pipeFd
     monitorRuns || die "the monitor does not run"
+    holdPipe asleep
     dial asleep
     # The bell may be one of an earlier sleep, so only the dial tells.
     while ((dialValue == 0)); do
         waitForSleep
         dial asleep
     done
+    dropPipe
 }
 
 # step [N]: N times a tick and the whole cycle after it.
 stepMonitor() {
-    local i
+    local i pipeFd
     [[ ${1-1} =~ ^[0-9]+$ ]] || die "step: \"$1\" is not a number"
     settleMonitor
+    holdPipe asleep
     for ((i = 0; i < ${1-1}; i++)); do
-        drainPipe asleep
+        drainHeldPipe
         printf . >"$SIM/tick"
         waitForSleep
     done
+    dropPipe
 }
 
 # speed X: how many times faster than real time cycles follow one another; 0: by step only.

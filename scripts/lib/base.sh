@@ -1,0 +1,71 @@
+# shellcheck shell=bash
+# What every helper script starts from: locale, search path, messages, usage, plain words.
+#
+# The programs read a script's standard output and standard error as one text, and in places judge it by its
+# first character or its number of lines. So a script says nothing that it does not mean to say, and every
+# message begins with the script's name, never with a digit.
+
+# Bytes, not characters: names are compared and counted byte by byte whatever the administrator's locale.
+export LC_ALL=C
+# Service managers start us with a short search path; the stack's tools live in the sbin folders.
+export PATH="${PATH:+$PATH:}/usr/sbin:/usr/bin:/sbin:/bin"
+umask 022
+
+SCRIPT_NAME=${0##*/}
+# Exit statuses of every script; a script with statuses of its own says so in its header.
+readonly EXIT_FAILED=1 EXIT_USAGE=2
+
+# say TEXT: one line of report.
+say() {
+    printf '%s\n' "$1"
+}
+
+# warn TEXT: one line of complaint; the script goes on.
+warn() {
+    printf '%s: %s\n' "$SCRIPT_NAME" "$1" >&2
+}
+
+# fail TEXT: one line of complaint, then the end.
+fail() {
+    warn "$1"
+    exit "$EXIT_FAILED"
+}
+
+# The script's usage without the word "usage"; set by each script.
+USAGE=$SCRIPT_NAME
+
+# bad_argument TEXT: the complaint, the usage line (the script's USAGE), exit status 2.
+bad_argument() {
+    warn "$1"
+    printf 'usage: %s\n' "$USAGE" >&2
+    exit "$EXIT_USAGE"
+}
+
+# answer_help ARGS: a sole -h or --help is answered with the usage line and success.
+answer_help() {
+    if (($# == 1)) && [[ $1 == -h || $1 == --help ]]; then
+        printf 'usage: %s\n' "$USAGE"
+        exit 0
+    fi
+}
+
+# take_no_arguments ARGS: for scripts that are called without any.
+take_no_arguments() {
+    answer_help "$@"
+    (($# == 0)) || bad_argument "takes no arguments"
+}
+
+# is_wwid WORD: letters, digits and . _ : -, not beginning with a dash, at most 255 of them.
+is_wwid() {
+    [[ ${#1} -le 255 && $1 =~ ^[A-Za-z0-9._:][A-Za-z0-9._:-]*$ ]]
+}
+
+# is_kernel_name WORD: the name of a block device as the kernel gives it (sdb, nvme0n1): no slash, no leading dot.
+is_kernel_name() {
+    [[ ${#1} -le 64 && $1 =~ ^[A-Za-z0-9][A-Za-z0-9._:!-]*$ ]]
+}
+
+# have_tool NAME: whether the host has this command.
+have_tool() {
+    command -v -- "$1" >/dev/null 2>&1
+}

@@ -1,0 +1,15 @@
+# shellcheck shell=bash
+# The face of the configuration rooms: where the file is, and everything that reads or changes it.
+
+readonly CONF_PATH=/etc/velomux.conf
+
+LIB=${BASH_SOURCE[0]%/*}
+{
+    source "$LIB/lock.sh"
+    source "$LIB/replace_file.sh"
+    source "$LIB/conf_scan.sh"
+    source "$LIB/conf_edit.sh"
+    source "$LIB/device_blocks.sh"
+    source "$LIB/conf_block.sh"
+    source "$LIB/conf_alias.sh"
+}

@@ -1,0 +1,11 @@
+#!/bin/bash
+# Shows or sets the path policy of the HITACHI arrays in /etc/velomux.conf.
+# usage: policy_rl.sh query | policy_rl.sh set GROUP SELECTOR
+# Promise: see lib/policy.sh; the file changes at once or not at all, and nothing in it but the two values.
+set -euo pipefail
+LIB=$(dirname -- "${BASH_SOURCE[0]}")/lib
+source "$LIB/base.sh"
+source "$LIB/conf.sh"
+source "$LIB/policy.sh"
+
+policy_main hitachi "$@"

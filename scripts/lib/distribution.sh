@@ -10,12 +10,12 @@ os_name() {
 }
 
 # take_line MAX: reads the next line of standard input into LINE, its line feed included, at most MAX bytes of
-# it; what is left of a longer line is the next line. Fails at the end of the input.
+# it; what is left of a longer line is the next line. Fails on an empty line and at the end of the input.
 take_line() {
     if IFS= read -r -n "$1" LINE; then
         ((${#LINE} == $1)) || LINE+=$'\n'
     fi
-    [[ -n $LINE ]]
+    [[ -n $LINE && $LINE != $'\n' ]]
 }
 
 # CentOS Linux release 7.9.2009 (Core)  gives  "CentOS Linux 7.9.2009 "
@@ -33,6 +33,7 @@ os_name_from_redhat() {
             name+=${LINE:i:1}
         fi
     done
+    [[ -n $name ]] || return 1
     OS_NAME=$name
 }
 

@@ -1,0 +1,75 @@
+#!/usr/bin/env bats
+# The scripts give the same answers and the same bytes with every awk that a host may have.
+
+load helpers
+
+setup_file() { make_base; }
+
+setup() {
+    make_root
+    stand_in velomux <<<'#!/bin/bash'
+    printf 'Red Hat Enterprise Linux release 8.4 (Ootpa)\n' >"$ROOT/etc/redhat-release"
+}
+
+# Every operation once, on a file with something of everything, the answers in one text.
+all_operations() {
+    printf '# caf\xe9 {\r\ndefaults {\r\n\tx "a { b" ! }\r\n}\r\nmultipaths { multipath { wwid "1e3" alias "a.b" } }' | conf
+    script g2mpiocfg
+    script policy set multibus queue-length
+    script policy query
+    script policy_nvme query
+    script alias set 1e3 a.b || true
+    script alias set 1000 a.b || true
+    script alias set 1000 aXb
+    script alias set 1e3 c
+    script alias query
+    script alias del 1000
+    script alias del 1000 || true
+    cp "$ROOT$CONF" "$ROOT/tmp/whole"
+    sed 's/^}/} }/' "$ROOT/tmp/whole" | conf
+    script alias query || true
+    cat -A "$ROOT/tmp/whole"
+}
+
+expected() {
+    cat <<'E'
+KORVEL QVX: block added (group_by_prio, round-robin)
+NVME KORVELQVX: block added (group_by_prio, round-robin)
+HUAWEI XSG1: block added (group_by_prio, round-robin)
+HITACHI DF.*: block added (group_by_prio, round-robin)
+multibus
+queue-length
+group_by_prio
+round-robin
+4 the pair of wwid 1e3 and alias a.b exists already
+5 the alias a.b belongs to another wwid
+1e3 c
+1000 aXb
+7 the wwid 1000 has no alias
+alias.sh: /etc/velomux.conf: line 4: a closing brace without an opening one
+# cafM-i {^M$
+defaults {^M$
+^Ix "a { b" ! }^M$
+}^M$
+multipaths { multipath { wwid "1e3" alias "c" } ^M$
+}^M$
+E
+    bash -c 'source "$0/lib/base.sh"; source "$0/lib/device_blocks.sh"
+        block_select korvel; block_text multibus queue-length
+        for name in nvme huawei hitachi; do block_select "$name"; block_text group_by_prio round-robin; done' \
+        "$SCRIPTS_SOURCE" | sed 's/$/^M$/'
+}
+
+with_awk() {
+    type -P "$1" >/dev/null || skip "$1 is not installed"
+    rm "$ROOT/usr/bin/awk"
+    copy_program "$1" "$ROOT" awk
+    all_operations >"$BATS_TEST_TMPDIR/out"
+    expected >"$BATS_TEST_TMPDIR/expected"
+    same_file "$BATS_TEST_TMPDIR/expected" "$BATS_TEST_TMPDIR/out"
+}
+
+@test "the scripts work with mawk" { with_awk mawk; }
+@test "the scripts work with gawk" { with_awk gawk; }
+@test "the scripts work with the original awk" { with_awk original-awk; }
+@test "the scripts work with the awk of busybox" { with_awk busybox; }

@@ -4,13 +4,14 @@
 buildUsage() {
     cat <<'END'
 usage: simhost build DIR [--scenario NAME|FILE|'many volumes=N paths=N transport=T'] [--generation GEN]
-                         [--from BUILD_DIR] [--dumps] [--no-diskstats]
+                         [--from BUILD_DIR] [--dumps] [--no-diskstats] [--cpus N]
   Makes a simulated host in the new or empty folder DIR.
   --scenario      a file, the name of one in simhost/scenarios (default: default), or the text of one
   --generation    the Linux it is (default: rhel8); "simhost generations" lists them
   --from          installs what was built there: its install rule, and its preload library
   --dumps         makes /dumps, as after the product's first run
   --no-diskstats  a kernel without /proc/diskstats
+  --cpus          how many processors its kernel shows (default: 2)
 END
 }
 
@@ -139,10 +140,10 @@ addPrograms() {
 }
 
 buildHost() {
-    local dir='' scenario=default generation=rhel8 from='' dumps='' diskstats=yes
+    local treeMade dir='' scenario=default generation=rhel8 from='' dumps='' diskstats=yes cpus=2
     while (($# > 0)); do
         case $1 in
-        --scenario | --generation | --from)
+        --scenario | --generation | --from | --cpus)
             (($# >= 2)) || die "$1 needs a value"
             declare "${1#--}=$2"
             shift
@@ -188,8 +189,9 @@ buildHost() {
     printf '%s\n' "$text" >"$SIM/scenario"
     awk -f "$SIM/lib/expand.awk" "$SIM/scenario" "$SIM/scenario" >"$SIM/state" || die "the scenario is not understood"
     makeTree
+    treeMade=''
+    makeCounters "$diskstats" "$cpus"
     renderListing
     [[ ! $dumps ]] || mkdir -m 700 "$HOST/dumps"
-    makeCounters "$diskstats"
     if [[ $from ]]; then installProduct "$from"; fi
 }

@@ -50,6 +50,7 @@ unmapVolume() {
     meantVolume "${1-}"
     if [[ ${2-} == --stale ]]; then
         editState volume-state "who=dm-$volumeDm" 'to=failed faulty running'
+        editState volume-key "who=dm-$volumeDm" what=export to=off
     else
         dropTree "$volumeDm"
         editState word "who=dm-$volumeDm" to=unmapped
@@ -58,21 +59,35 @@ unmapVolume() {
     unlockState
 }
 
-# map VOLUME: one that was unmapped; map ALIAS key=value...: a new one, with the words of a scenario's volume line.
+# addVolume ALIAS key=value...: a new line of the state, filled out; its number is then in volumeDm.
+addVolume() {
+    cp "$SIM/state" "$SIM/state.wanted"
+    printf 'volume %s\n' "$*" >>"$SIM/state.wanted"
+    awk -f "$SIM/lib/expand.awk" "$SIM/state.wanted" "$SIM/state.wanted" >"$SIM/state.new" || die "map: not understood"
+    mv "$SIM/state.new" "$SIM/state"
+    volumeDm=$(sed -n 's/^volume [^ ]* dm=\([0-9]*\) .*/\1/p' "$SIM/state" | tail -n 1)
+}
+
+# map VOLUME [--at-scan]: one that was unmapped; map ALIAS key=value... [--at-scan]: a new one, with the words of a
+# scenario's volume line. With --at-scan it appears when the host scans for it.
 mapVolume() {
-    (($# > 0)) || die "map: which volume?"
+    local later='' word
+    local -a words=()
+    for word in "$@"; do
+        if [[ $word == --at-scan ]]; then later=yes; else words+=("$word"); fi
+    done
+    [[ ${words[0]-} ]] || die "map: which volume?"
     lockState
-    if findVolume "$1"; then
-        [[ $# == 1 ]] || die "there is a volume $1 already"
-        editState word "who=dm-$volumeDm" to=volume
-        editState volume-state "who=dm-$volumeDm" 'to=active ready running'
-        makeTree "$volumeDm"
+    if ! findVolume "${words[0]}"; then
+        addVolume "${words[@]}"
+    elif ((${#words[@]} > 1)); then
+        die "there is a volume ${words[0]} already"
+    fi
+    editState map "who=dm-$volumeDm"
+    if [[ $later ]]; then
+        editState word "who=dm-$volumeDm" to=unmapped
+        editState volume-key "who=dm-$volumeDm" what=export to=at-scan
     else
-        cp "$SIM/state" "$SIM/state.wanted"
-        printf 'volume %s\n' "$*" >>"$SIM/state.wanted"
-        awk -f "$SIM/lib/expand.awk" "$SIM/state.wanted" "$SIM/state.wanted" >"$SIM/state.new" || die "map: not understood"
-        mv "$SIM/state.new" "$SIM/state"
-        findVolume "$1" || findVolume "$(sed -n 's/^volume .* wwid=\([^ ]*\) .*/\1/p' "$SIM/state" | tail -n 1)"
         makeTree "$volumeDm"
     fi
     renderListing
@@ -128,7 +143,7 @@ setInUse() {
     volumeKey "$1" inuse "$2"
 }
 
-PAGES='normal zero-count many-pages no-d0 long empty no-nul nul-inside check-condition errno'
+PAGES='normal zero-count many-pages no-d0 long empty no-nul nul-inside check-condition errno no-nsid not-block'
 
 setPage() {
     [[ " $PAGES " == *" ${2-} "* ]] || die "page: one of $PAGES"

@@ -17,8 +17,7 @@ typedef unsigned (*sleep_type)(unsigned);
 /* Set in the monitor's own process only, from an environment variable that its children do not inherit. */
 static bool paced;
 static bool sleepsAtOnce;
-static struct timespec cycleStart;
-static double cycleOffset;
+static struct timespec cycleStart; /* on the real clock */
 
 static void realTime(struct timespec *now) {
     NEXT(clock_gettime_type, clock_gettime);
@@ -32,25 +31,18 @@ static bool cycleStandsStill(void) {
     return paced && dialValue(DIAL_SPEED) <= 0;
 }
 
-static void startCycle(void) {
-    realTime(&cycleStart);
-    cycleOffset = dialValue(DIAL_CLOCK_SLEPT);
-}
-
 static void simulatedTime(struct timespec *now) {
     const long frozen = (long)dialValue(DIAL_CLOCK_FROZEN);
-    double slept = dialValue(DIAL_CLOCK_SLEPT);
 
     if (frozen != 0) {
         now->tv_sec = frozen;
         now->tv_nsec = 0;
     } else if (cycleStandsStill()) {
         *now = cycleStart;
-        slept = cycleOffset;
     } else {
         realTime(now);
     }
-    now->tv_sec += (time_t)(dialValue(DIAL_CLOCK_OFFSET) + slept);
+    now->tv_sec += (time_t)(dialValue(DIAL_CLOCK_OFFSET) + dialValue(DIAL_CLOCK_SLEPT));
 }
 
 __attribute__((constructor(102))) static void readPace(void) {
@@ -60,7 +52,7 @@ __attribute__((constructor(102))) static void readPace(void) {
     sleepsAtOnce = getenv("SIMHOST_SLEEPS") != NULL;
     (void)unsetenv("SIMHOST_PACED");
     if (paced)
-        startCycle();
+        realTime(&cycleStart);
 }
 
 int clock_gettime(clockid_t id, struct timespec *now) {
@@ -142,7 +134,7 @@ static unsigned pacedSleep(unsigned seconds) {
         const long passed = speed > 0 ? to.tv_sec - from.tv_sec : 0;
         setDial(DIAL_CLOCK_SLEPT, (long)dialValue(DIAL_CLOCK_SLEPT) + (long)seconds - passed);
     }
-    startCycle();
+    realTime(&cycleStart);
     return slept ? 0 : seconds;
 }
 

@@ -16,7 +16,7 @@
    A name, blanks, the number right-aligned, a newline: 32 bytes. */
 #define DIAL_LINE 32
 #define DIAL_NAME 16
-#define DIALS_SIZE (DIAL_COUNT * DIAL_LINE)
+#define DIALS_SIZE ((size_t)DIAL_COUNT * DIAL_LINE)
 
 static const char *dials;
 
@@ -34,7 +34,7 @@ __attribute__((constructor(101))) static void mapDials(void) {
     if (fd < 0)
         return;
     /* A shorter file would end in a bus error at the first read behind its end. */
-    if (lseek(fd, 0, SEEK_END) >= DIALS_SIZE) {
+    if (lseek(fd, 0, SEEK_END) >= (off_t)DIALS_SIZE) {
         void *map = mmap(NULL, DIALS_SIZE, PROT_READ, MAP_SHARED, fd, 0);
         dials = map == MAP_FAILED ? NULL : map;
     }

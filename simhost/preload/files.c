@@ -95,16 +95,15 @@ static int openHere(int dir, const char *path, int flags, mode_t mode) {
     return fd;
 }
 
-static mode_t modeArgument(int flags, va_list rest) {
-    const bool given = (flags & O_CREAT) != 0 || (flags & O_TMPFILE) == O_TMPFILE;
-    return given ? va_arg(rest, mode_t) : 0;
+static bool takesMode(int flags) {
+    return (flags & O_CREAT) != 0 || (flags & O_TMPFILE) == O_TMPFILE;
 }
 
 #define DEFINE_OPEN(name)                                                                                    \
     int name(const char *path, int flags, ...) {                                                             \
         va_list rest;                                                                                        \
         va_start(rest, flags);                                                                               \
-        const mode_t mode = modeArgument(flags, rest);                                                       \
+        const mode_t mode = takesMode(flags) ? va_arg(rest, mode_t) : 0;                                     \
         va_end(rest);                                                                                        \
         return openHere(AT_FDCWD, path, flags, mode);                                                        \
     }
@@ -112,7 +111,7 @@ static mode_t modeArgument(int flags, va_list rest) {
     int name(int dir, const char *path, int flags, ...) {                                                    \
         va_list rest;                                                                                        \
         va_start(rest, flags);                                                                               \
-        const mode_t mode = modeArgument(flags, rest);                                                       \
+        const mode_t mode = takesMode(flags) ? va_arg(rest, mode_t) : 0;                                     \
         va_end(rest);                                                                                        \
         return openHere(dir, path, flags, mode);                                                             \
     }

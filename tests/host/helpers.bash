@@ -100,6 +100,7 @@ drop_hosts() {
     for host in "$BATS_TEST_TMPDIR"/*/sim; do
         [[ -d $host ]] || continue
         "$SIMHOST" "${host%/sim}" monitor kill >/dev/null 2>&1 || true
+        "$SIMHOST" "${host%/sim}" counters stop >/dev/null 2>&1 || true
         rm -rf "${host%/sim}"
     done
 }

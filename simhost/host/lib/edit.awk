@@ -3,8 +3,10 @@
 #   path-state   path WHO gets the three states TO ("failed faulty running")
 #   port-state   so do all paths through the array's port WHO
 #   volume-state all paths of volume WHO
-#   remove       path WHO leaves the host; restore-removed: the removed paths of all mapped volumes come back
+#   remove       path WHO leaves the host
+#   rescan       the removed paths of volumes that the array still exports come back, and volumes that wait for it
 #   word         volume WHO becomes "volume", "flushed" or "unmapped" (TO)
+#   map          volume WHO is there with all its paths, whatever became of it
 #   volume-key   the key WHAT of volume WHO gets the value TO
 #   rename       volume WHO gets the alias TO
 #   group-key    the key WHAT of group number GROUP (0: all) of volume WHO gets the value TO
@@ -68,7 +70,7 @@ function readConf(    line, n, part, i, wwid, alias) {
 BEGIN {
     if (op == "aliases")
         readConf()
-    if (op == "remap" || op == "aliases" || op == "restore-removed")
+    if (op == "remap" || op == "aliases" || op == "rescan")
         found = 1
 }
 
@@ -83,16 +85,24 @@ op == "remap" && NR == FNR {
 
 $1 == "volume" || $1 == "flushed" || $1 == "unmapped" {
     inside = isMeant()
-    mapped = $1 != "unmapped"
     groupNumber = 0
     if (op == "aliases")
         $2 = value("wwid") in aliasOf ? aliasOf[value("wwid")] : value("alias0")
     if (op == "remap" && $1 == "flushed" && hasPath[FNR])
         $1 = "volume"
-    if (inside && (op == "word" || op == "volume-key" || op == "rename"))
+    if (op == "rescan" && value("export") == "at-scan") {
+        $1 = "volume"
+        setValue("export", "on")
+    }
+    exported = value("export") == "on"
+    if (inside && (op == "word" || op == "volume-key" || op == "rename" || op == "map"))
         found = 1
     if (inside && op == "word")
         $1 = to
+    if (inside && op == "map") {
+        $1 = "volume"
+        setValue("export", "on")
+    }
     if (inside && op == "volume-key")
         setValue(what, to)
     if (inside && op == "rename") {
@@ -116,6 +126,10 @@ $1 == "path" {
         found = 1
     }
 }
-$1 == "removed" && mapped && op == "restore-removed" { $1 = "path" }
+$1 == "removed" && ((op == "rescan" && exported) || (op == "map" && inside)) { $1 = "path" }
+$1 == "path" && op == "map" && inside {
+    to = "active ready running"
+    setStates()
+}
 { print }
 END { exit found ? 0 : 3 }

@@ -174,12 +174,13 @@ function openVolume(state, alias,    n, names, i, nvme) {
     volume["hwhandler"] = given("hwhandler", "0")
     volume["wp"] = given("wp", "rw")
     volume["inuse"] = given("inuse", "off")
+    volume["export"] = given("export", "on")
     volume["page"] = given("page", "normal")
     volume["links"] = given("links", 1)
     volume["ports"] = given("ports", "-")
     volume["tree"] = given("tree", volume["transport"] == "none" ? "no" : "yes")
     volume["selector"] = given("selector", "service-time~0")
-    n = split("dm wwid size vendor product vdisk transport lun features hwhandler wp inuse page links ports tree " \
+    n = split("dm wwid size vendor product vdisk transport lun features hwhandler wp inuse export page links ports tree " \
         "selector alias0", names, " ")
     line = state " " alias
     for (i = 1; i <= n; i++)

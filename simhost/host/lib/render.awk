@@ -35,7 +35,7 @@ function activeGroup(    g, best) {
     return best
 }
 
-function printGroup(g, active,    status, shown) {
+function printGroup(g, active, last,    status, shown) {
     status = groupStatus[g]
     shown = prio[g]
     if (status == "-") {
@@ -43,10 +43,10 @@ function printGroup(g, active,    status, shown) {
         if (working[g] == 0 && firstPath[g] <= lastPath[g])
             shown = 0
     }
-    printf "%s-+- policy='%s' prio=%s status=%s\n", g < groups ? "|" : "`", selector[g], shown, status
+    printf "%s-+- policy='%s' prio=%s status=%s\n", g < last ? "|" : "`", selector[g], shown, status
 }
 
-function printVolume(    g, i, active, alive, w1, w2, w3) {
+function printVolume(    g, i, active, alive, last, w1, w2, w3) {
     if (!held)
         return
     held = 0
@@ -72,10 +72,17 @@ function printVolume(    g, i, active, alive, w1, w2, w3) {
             w3 = length(pathNumber[i])
     }
     active = activeGroup()
-    for (g = 1; g <= groups; g++) {
-        printGroup(g, active)
+    # A group whose every path left the host is none; one that never had a path is shown.
+    last = 0
+    for (g = 1; g <= groups; g++)
+        if (firstPath[g] <= lastPath[g] || !emptied[g])
+            last = g
+    for (g = 1; g <= last; g++) {
+        if (firstPath[g] > lastPath[g] && emptied[g])
+            continue
+        printGroup(g, active, last)
         for (i = firstPath[g]; i <= lastPath[g]; i++)
-            printf "%s %s- %-" w1 "s %-" w2 "s %-" w3 "s %s\n", g < groups ? "|" : " ",
+            printf "%s %s- %-" w1 "s %-" w2 "s %-" w3 "s %s\n", g < last ? "|" : " ",
                 i < lastPath[g] ? "|" : "`", address[i], pathName[i], pathNumber[i], states[i]
     }
 }
@@ -93,13 +100,18 @@ $1 == "path" {
     next
 }
 
+$1 == "removed" {
+    emptied[groups] = 1
+    next
+}
+
 $1 == "group" {
     if (!held)
         next
     groups++
     firstPath[groups] = paths + 1
     lastPath[groups] = paths
-    working[groups] = 0
+    working[groups] = emptied[groups] = 0
     selector[groups] = plain(value("selector"))
     prio[groups] = value("prio")
     groupStatus[groups] = value("status")

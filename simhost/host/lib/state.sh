@@ -30,6 +30,25 @@ renderListing() {
     awk -v "dead=$SIM/unreachable.new" -f "$SIM/lib/render.awk" "$SIM/state" >"$SIM/listing.new"
     mv "$SIM/unreachable.new" "$SIM/unreachable"
     mv "$SIM/listing.new" "$SIM/listing"
+    moveCounters 0
+}
+
+# moveCounters SECONDS: the counters of the devices that there are now, that much later under their loads. Each file is
+# replaced whole, so that a reader never meets half of one.
+moveCounters() {
+    local proc=$HOST/proc sysfs=1 name
+    # Inside, with the real /proc in its place, the simulated files lie elsewhere.
+    if [[ ! $HOST && ${SIMHOST_REAL_PROC-} ]]; then proc=/sim/proc; fi
+    # New device folders came with counters at zero.
+    [[ $1 != 0 || ${treeMade-} ]] || sysfs=0
+    treeMade=''
+    awk -v "seconds=$1" -v "sysfs=$sysfs" -v "cpus=$(<"$SIM/cpus")" -v "columns=$(<"$SIM/diskstats_columns")" \
+        -v "counters=$SIM/counters.new" -v "diskstats=$SIM/diskstats.new" -v "stat=$SIM/stat.new" \
+        -v "uptime=$SIM/uptime.new" -v "block=$HOST/sys/block" -f "$SIM/lib/counters.awk" \
+        "$SIM/counters" "$SIM/loads" "$SIM/state"
+    mv "$SIM/counters.new" "$SIM/counters"
+    for name in uptime stat diskstats; do mv "$SIM/$name.new" "$proc/$name"; done
+    if [[ -e $SIM/no_diskstats ]]; then rm "$proc/diskstats"; fi
 }
 
 # makeTree [DM]: makes the block devices, nodes and links of every volume, or of volume dm-DM, as the state wants
@@ -37,6 +56,7 @@ renderListing() {
 makeTree() {
     awk -v make=1 -v "only=${1-}" -f "$SIM/lib/tree.awk" "$SIM/state" |
         tar -x -p --no-same-owner --skip-old-files -C "$HOST/" -f -
+    treeMade=yes
 }
 
 # dropTree DM: removes what volume dm-DM has in the file tree.
@@ -119,9 +139,10 @@ takeOnlineState() {
     esac || true
 }
 
-# rescan: what was deleted here but is still mapped on the array comes back as block devices.
+# rescan: what was deleted here but is still exported by the array comes back as block devices; so does what was
+# mapped to appear at the next scan.
 rescan() {
-    editState restore-removed
+    editState rescan
     makeTree
 }
 

@@ -43,7 +43,7 @@ function entry(name, mode, type, link, content,    size, numbers, sum) {
 function folder(name) { entry(name "/", "0000755", "5", "", "") }
 function file(name, content) { entry(name, "0000644", "0", "", content) }
 # The sticky bit tells the preload library that this file stands for a block device.
-function node(name, map) { entry(name, "0001660", "0", "", map "\n") }
+function node(name, content) { entry(name, "0001660", "0", "", content "\n") }
 function symlink(name, to) { entry(name, "0000777", "2", to, "") }
 
 function volumeEntries(shown) {
@@ -105,7 +105,7 @@ function pathEntries(name,    device) {
         links(name)
         return
     }
-    node("dev/" name, "dm-" dm)
+    node("dev/" name, "dm-" dm " " name)
     folder("sys/block/" name)
     file("sys/block/" name "/stat", NO_IO)
     folder(device)

@@ -38,6 +38,16 @@ shellInHost() {
     exec "${ENTRY[@]}" bash --norc -i
 }
 
+# stop: ends everything that runs in the host: the monitor, tools that hang, forgotten shells, the live counters.
+stopHost() {
+    local process
+    stopTicker
+    for process in /proc/[0-9]*; do
+        if [[ $process/root -ef $HOST ]]; then kill -KILL "${process#/proc/}" 2>/dev/null || true; fi
+    done
+    rm -f "$SIM/monitor.pid"
+}
+
 # The change log as it stands, and as it grows.
 showLog() {
     [[ ! -e $HOST/dumps/dravik_monitor.log ]] || cat "$HOST/dumps/dravik_monitor.log"

@@ -61,10 +61,8 @@ static void fillSupportedPages(const struct array_volume *volume, unsigned char 
 
     if (answers(volume, "zero-count"))
         return;
-    page[3] = sizeof usual;
-    memcpy(page + 4, usual, sizeof usual);
-    if (answers(volume, "no-d0"))
-        page[3] = sizeof usual - 1;
+    page[3] = answers(volume, "no-d0") ? sizeof usual - 1 : sizeof usual;
+    memcpy(page + 4, usual, page[3]);
     if (answers(volume, "many-pages")) {
         /* The vendor page stands far behind the 32nd. */
         page[3] = 250;
@@ -151,13 +149,14 @@ static void recordAdmin(const struct array_volume *volume, const struct nvme_adm
 static void fillLog(const struct array_volume *volume, char *log) {
     const size_t length = strlen(volume->vdisk);
 
-    memcpy(log, volume->vdisk, length < LOG_SIZE ? length : LOG_SIZE);
     if (answers(volume, "empty"))
-        memset(log, 0, LOG_SIZE);
-    else if (answers(volume, "long") || answers(volume, "no-nul"))
+        return;
+    if (answers(volume, "long") || answers(volume, "no-nul"))
         memset(log, 'N', LOG_SIZE);
     else if (answers(volume, "nul-inside"))
-        memcpy(log, "vol\0trash", 10);
+        memcpy(log, "vol\0trash", 9);
+    else
+        memcpy(log, volume->vdisk, length < LOG_SIZE ? length : LOG_SIZE);
 }
 
 static int answerAdmin(const struct array_volume *volume, struct nvme_admin_cmd *command) {

@@ -19,7 +19,10 @@ typedef ssize_t (*writev_type)(int, const struct iovec *, int);
 typedef int (*stream_type)(FILE *);
 typedef int (*mkdir_type)(const char *, mode_t);
 typedef int (*rename_type)(const char *, const char *);
+typedef int (*renameat_type)(int, const char *, int, const char *);
+typedef int (*renameat2_type)(int, const char *, int, const char *, unsigned);
 typedef int (*unlink_type)(const char *);
+typedef int (*unlinkat_type)(int, const char *, int);
 
 bool isUnderDumps(const char *path) {
     return strncmp(path, "/dumps", 6) == 0 && (path[6] == '/' || path[6] == '\0');
@@ -168,6 +171,8 @@ int fclose(FILE *stream) {
     return EOF;
 }
 
+/* ---- changes of the folder itself, refused while it is read-only */
+
 int mkdir(const char *path, mode_t mode) {
     NEXT(mkdir_type, mkdir);
     if (lockRefuses(path) || next_mkdir.function == NULL)
@@ -182,9 +187,30 @@ int rename(const char *from, const char *to) {
     return next_rename.function(from, to);
 }
 
+int renameat(int fromDir, const char *from, int toDir, const char *to) {
+    NEXT(renameat_type, renameat);
+    if (lockRefuses(from) || lockRefuses(to) || next_renameat.function == NULL)
+        return -1;
+    return next_renameat.function(fromDir, from, toDir, to);
+}
+
+int renameat2(int fromDir, const char *from, int toDir, const char *to, unsigned flags) {
+    NEXT(renameat2_type, renameat2);
+    if (lockRefuses(from) || lockRefuses(to) || next_renameat2.function == NULL)
+        return -1;
+    return next_renameat2.function(fromDir, from, toDir, to, flags);
+}
+
 int unlink(const char *path) {
     NEXT(unlink_type, unlink);
     if (lockRefuses(path) || next_unlink.function == NULL)
         return -1;
     return next_unlink.function(path);
+}
+
+int unlinkat(int dir, const char *path, int flags) {
+    NEXT(unlinkat_type, unlinkat);
+    if (lockRefuses(path) || next_unlinkat.function == NULL)
+        return -1;
+    return next_unlinkat.function(dir, path, flags);
 }

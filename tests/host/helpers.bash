@@ -21,10 +21,11 @@ make_host_at() {
     "$SIMHOST" build "$HOST" ${from[@]+"${from[@]}"} "${@:2}"
 }
 
-# make_empty_host [OPTIONS]: a host without the product.
-make_empty_host() {
-    HOST=$BATS_TEST_TMPDIR/host
-    "$SIMHOST" build "$HOST" "$@"
+# make_empty_host [OPTIONS], make_empty_host_at NAME [OPTIONS]: a host without the product.
+make_empty_host() { make_empty_host_at host "$@"; }
+make_empty_host_at() {
+    HOST=$BATS_TEST_TMPDIR/$1
+    "$SIMHOST" build "$HOST" "${@:2}"
 }
 
 # sim COMMAND...: a command of the simulated host: sim fail-path sdb
@@ -99,10 +100,15 @@ drop_hosts() {
     local host
     for host in "$BATS_TEST_TMPDIR"/*/sim; do
         [[ -d $host ]] || continue
-        "$SIMHOST" "${host%/sim}" monitor kill >/dev/null 2>&1 || true
-        "$SIMHOST" "${host%/sim}" counters stop >/dev/null 2>&1 || true
+        "$SIMHOST" "${host%/sim}" stop
         rm -rf "${host%/sim}"
     done
 }
 
 teardown() { drop_hosts; }
+
+# add_program NAME: compiles programs/NAME.c of this folder and puts it into the host, as /usr/bin/NAME.
+add_program() {
+    "${CC:-cc}" -std=gnu11 -o "$BATS_TEST_TMPDIR/$1" "$REPO/tests/host/programs/$1.c" "${@:2}"
+    sim add "$BATS_TEST_TMPDIR/$1"
+}

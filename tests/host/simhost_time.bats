@@ -151,6 +151,7 @@ END
 
 @test "a step on a monitor that dies in its cycle ends, and says so" {
     start_lapse
+    # shellcheck disable=SC2016 # the text is the script that the host gets
     printf '#!/bin/bash\nread -r pid _ </sim/monitor.pid\nkill -KILL "$pid"\n' >"$HOST/usr/sbin/velomux"
     run sim step
     same 1 "$status"

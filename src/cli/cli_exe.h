@@ -4,6 +4,7 @@
 #include "cli/alias.h"       // IWYU pragma: export
 #include "cli/conf_file.h"   // IWYU pragma: export
 #include "cli/deletion.h"    // IWYU pragma: export
+#include "cli/devstats.h"    // IWYU pragma: export
 #include "cli/display.h"     // IWYU pragma: export
 #include "cli/host_os.h"     // IWYU pragma: export
 #include "cli/listing.h"     // IWYU pragma: export

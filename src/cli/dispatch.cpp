@@ -7,6 +7,7 @@
 #include "cli/command_table.h"
 #include "cli/conf_file.h"
 #include "cli/deletion.h"
+#include "cli/devstats.h"
 #include "cli/display.h"
 #include "cli/params.h"
 #include "cli/path_policy.h"

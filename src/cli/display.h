@@ -1,5 +1,4 @@
-// The commands `query` and `devstats` as far as the topology goes: printing it, and registering its devices
-// and paths with the statistics engine.
+// The command `query`: the topology as the user sees it.
 #pragma once
 
 #include "common/result.h"
@@ -8,14 +7,9 @@
 // ---- commands
 
 // Takes the topology, or the one device named by alias or WWID, and prints it. Returns the query's record
-// (topology.h), EC_molloc_failed when memory ran out; nothing is printed unless its code is 0.
+// (topology.h) or EC_molloc_failed; nothing is printed unless its code is 0.
 s_ecItems *query();
 s_ecItems *querySingleDevice(const char *device_name);
-
-// Takes the same and registers every device and path with the statistics engine, whose device list is sized
-// for the number of lines of the listing. Returns as above. Nothing is printed or sampled.
-s_ecItems *queryDevStats();
-s_ecItems *querySingleDevStats(const char *device_name);
 
 // ---- printing
 
@@ -49,10 +43,3 @@ void printDravik(s_dravik *first);
 //   "This device (%s) is a failed device, we get the vdisk name from file is NULL.\n", all with the WWID
 //   "the transport we obtained is not fc/iscsi/fc-nvme/rdma-nvme.\n"
 void _printOneDravik(s_dravik *device);
-
-// ---- registering
-
-// Registers `first` and the valid devices after it; one device: "dm-" and its number with its alias, then each
-// of its paths. The device list has been allocated.
-void printDravikStats(s_dravik *first);
-void _printOneDravikStats(s_dravik *device);

@@ -1,0 +1,194 @@
+# shellcheck shell=bash
+# Bash completion for dravik: commands, parameters, values, and the device and path names of this host.
+#
+# Works with the bash-completion package (as /usr/share/bash-completion/completions/dravik) and without it
+# (sourced from a profile). Needs bash 3.2 or newer.
+#
+# A Tab must never hang or cost what a listing of the multipath tool costs: the names come from the monitor's
+# snapshot file, from /dev/mapper and from /sys/block, and every look at them ends after a second.
+
+# The root that the names are taken from; only the tests set another one.
+_dravik_root=''
+
+_dravik_commands='aggregation config delalias delete lsalias lspathpolicy query restart scan setalias setstate
+    setpathpolicy start status stop version port devstats refresh'
+
+# _dravik_words WORDS PREFIX: offers those words that begin with the prefix.
+_dravik_words() {
+    local IFS=$' \t\n'
+    # The words are this file's own, none holds a character that the shell would expand.
+    # shellcheck disable=SC2207
+    COMPREPLY=($(compgen -W "$1" -- "$2"))
+}
+
+# ---- names
+
+# Prints, one a line, what the snapshot file holds of the kind "device", "path" or "wwid".
+#
+#   mpatha,360000000000000000000000000000001,8:16,sdb,ready,active,running,
+#
+# A name of 31 characters or more stands there as its first 31 characters with the WWID right behind them; it is
+# the WWID itself, or /dev/mapper tells the whole name. What holds other characters than names have is passed over:
+# nothing from a file may reach the terminal or the command line by this way.
+# shellcheck disable=SC2016 # the dollar is awk's
+_dravik_awk='
+live { sub(/.*\//, ""); mapped[$0]; by_start[substr($0, 1, 31)] = $0; known = 1; next }
+NF != 8 { next }
+{
+    alias = $1
+    if (length(alias) > 30) {
+        start = substr(alias, 1, 31)
+        if (start $2 != alias) next
+        alias = index($2, start) == 1 ? $2 : by_start[start]
+    }
+    if (kind == "path") {
+        if (of != "" && of != alias) next
+        name = $4
+    } else if (kind == "wwid") name = $2
+    else {
+        if (of != "" && of != $4 || known && !(alias in mapped)) next
+        name = alias
+    }
+    if (index(name, prefix) == 1 && name ~ /^[A-Za-z0-9._:-]+$/ && !(name in seen)) {
+        seen[name]
+        print name
+    }
+}'
+
+# _dravik_snapshot KIND PREFIX [OF]: the names of the kind that begin with the prefix; with OF only the paths of that
+# device, or the devices that have that path. Devices that /dev/mapper no longer knows are left out: the monitor
+# may have been stopped long ago. (The folder always holds the node "control", so that an empty listing means that
+# there is no such folder to be asked.)
+_dravik_snapshot() {
+    local file=$_dravik_root/dumps/data.dravik
+    local -a run=(awk)
+    [[ -f $file && -r $file ]] || return 0
+    command -v timeout >/dev/null && run=(timeout 1 awk)
+    compgen -f -- "$_dravik_root/dev/mapper/" |
+        LC_ALL=C command "${run[@]}" -F, -v kind="$1" -v prefix="$2" -v of="${3-}" "$_dravik_awk" \
+            live=1 - live=0 "$file" 2>/dev/null
+}
+
+# _dravik_entries START PATTERN: the names of the files that begin with START, as far as they match the pattern.
+_dravik_entries() {
+    compgen -f -- "$_dravik_root$1" | LC_ALL=C command sed -n "s,.*/,,; /^$2\$/p"
+}
+
+# _dravik_slaves DEVICE PREFIX: the block devices below the device's map, as the kernel has them now.
+_dravik_slaves() {
+    local node=$_dravik_root/dev/mapper/$1
+    [[ -e $node ]] || return 0
+    node=$(command readlink -f -- "$node") || return 0
+    _dravik_entries "/sys/block/${node##*/}/slaves/$2" '[A-Za-z0-9._-]*'
+}
+
+# _dravik_names KIND PREFIX [OF]: offers names, from the first source that has any.
+_dravik_names() {
+    local plain='^[A-Za-z0-9._:-]*$' names='' IFS=$'\n'
+    [[ $2 =~ $plain && ${3-} =~ $plain ]] || return 0
+    [[ $1 != path || ! ${3-} ]] || names=$(_dravik_slaves "$3" "$2")
+    [[ $names ]] || names=$(_dravik_snapshot "$@")
+    # What follows serves those who may not read the snapshot file, or have none yet.
+    if [[ ! $names && ! -r $_dravik_root/dumps/data.dravik ]]; then
+        case $1 in
+            device) names=$(_dravik_entries "/dev/mapper/$2" '[A-Za-z0-9._-]*' | command grep -vx control) ;;
+            path) names=$(_dravik_entries "/sys/block/$2" '\(sd[a-z]*\|nvme[0-9a-z]*\)') ;;
+        esac
+    fi
+    # Every source lets only plain names through, so nothing here is split or expanded but at the line ends.
+    # shellcheck disable=SC2206
+    COMPREPLY=($names)
+}
+
+# ---- parameters
+
+# _dravik_pairs PREFIX NAME...: a command with name/value pairs. Offers a value to the name before the cursor, else
+# the names that are not given yet.
+_dravik_pairs() {
+    local prefix=$1 i name rest='' alias='' path='' wwid='' given=' '
+    shift
+    for ((i = 2; i < COMP_CWORD - 1; i += 2)); do
+        name=${COMP_WORDS[i]}
+        given+="$name "
+        case $name in
+            -path_alias) alias=${COMP_WORDS[i + 1]} ;;
+            -device_name) path=${COMP_WORDS[i + 1]} ;;
+            -wwid) wwid=${COMP_WORDS[i + 1]} ;;
+        esac
+    done
+    if ((i < COMP_CWORD)); then
+        case ${COMP_WORDS[i]} in
+            -path_alias) _dravik_names device "$prefix" "$path" ;;
+            -device_name) _dravik_names path "$prefix" "$alias" ;;
+            -state) _dravik_words 'online offline' "$prefix" ;;
+            -wwid) _dravik_names wwid "$prefix" ;;
+            # A device may be named by its WWID; nobody types that twice.
+            -alias) [[ ! $prefix ]] || _dravik_words "$wwid" "$prefix" ;;
+        esac
+        return
+    fi
+    for name in "$@"; do
+        [[ $given == *" $name "* ]] || rest+=" $name"
+    done
+    _dravik_options "$rest" "$prefix"
+}
+
+# setpathpolicy [-scsi|-nvme] -chooser POLICY
+_dravik_policy() {
+    local prefix=$1 i rest='-scsi -nvme -chooser'
+    for ((i = 2; i < COMP_CWORD; i++)); do
+        case ${COMP_WORDS[i]} in
+            -scsi | -nvme) rest=-chooser ;;
+            -chooser)
+                ((i < COMP_CWORD - 1)) ||
+                    _dravik_words 'smart-distribution-extend least-queue-depth-extend round-robin-extend' "$prefix"
+                return
+                ;;
+        esac
+    done
+    _dravik_options "$rest" "$prefix"
+}
+
+# _dravik_options WORDS PREFIX: these words; right behind the command also --help, for those who type a dash.
+_dravik_options() {
+    if ((COMP_CWORD == 2)) && [[ $2 == -* ]]; then
+        _dravik_words "$1 --help" "$2"
+    else
+        _dravik_words "$1" "$2"
+    fi
+}
+
+_dravik() {
+    # The word up to the cursor; a caller other than bash may leave it out.
+    local cur=${2-${COMP_WORDS[COMP_CWORD]-}}
+    COMPREPLY=()
+    if ((COMP_CWORD == 1)); then
+        case $cur in
+            -*) _dravik_words '-h --help --version --service' "$cur" ;;
+            *) _dravik_words "$_dravik_commands help" "$cur" ;;
+        esac
+        return
+    fi
+    case ${COMP_WORDS[1]} in
+        setalias) _dravik_pairs "$cur" -wwid -alias ;;
+        delalias) _dravik_pairs "$cur" -wwid ;;
+        setstate) _dravik_pairs "$cur" -path_alias -device_name -state ;;
+        devstats) _dravik_pairs "$cur" -path_alias -interval ;;
+        setpathpolicy) _dravik_policy "$cur" ;;
+        help) ((COMP_CWORD > 2)) || _dravik_words "$_dravik_commands" "$cur" ;;
+        --service) ((COMP_CWORD > 2)) || _dravik_words 'mkconfig lsselfstart setselfstart' "$cur" ;;
+        query | delete)
+            if [[ $cur == -* ]]; then
+                _dravik_options '' "$cur"
+            elif ((COMP_CWORD == 2)); then
+                _dravik_names device "$cur"
+            fi
+            ;;
+        *)
+            # The other commands take no parameters.
+            [[ " ${_dravik_commands//$'\n'/ } " != *" ${COMP_WORDS[1]} "* ]] || _dravik_options '' "$cur"
+            ;;
+    esac
+}
+
+complete -F _dravik dravik

@@ -175,7 +175,7 @@ _dravik() {
         setstate) _dravik_pairs "$cur" -path_alias -device_name -state ;;
         devstats) _dravik_pairs "$cur" -path_alias -interval ;;
         setpathpolicy) _dravik_policy "$cur" ;;
-        help) ((COMP_CWORD > 2)) || _dravik_words "$_dravik_commands" "$cur" ;;
+        help | -h | --help) ((COMP_CWORD > 2)) || _dravik_words "$_dravik_commands" "$cur" ;;
         --service) ((COMP_CWORD > 2)) || _dravik_words 'mkconfig lsselfstart setselfstart' "$cur" ;;
         query | delete)
             if [[ $cur == -* ]]; then

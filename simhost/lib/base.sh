@@ -6,7 +6,7 @@ BASE_TOOLS=(
     awk basename bash cat chmod chown chroot cksum cmp comm cp cut date dd df diff dirname du echo env expand expr
     false find flock fold getconf grep egrep head hostname id kill ln ls md5sum mkdir mkfifo mknod mktemp mv nl nohup
     od paste printf pwd readlink realpath rm rmdir sed seq sha256sum sleep sort split stat stty sync tail tar tee test
-    timeout touch tr true truncate uname uniq wc which xargs
+    timeout touch tr true truncate uname uniq wc which xargs yes
 )
 
 # librariesOf FILE...: prints every library and loader that the programs need, each once. A script or a static
@@ -44,7 +44,7 @@ addLibraries() {
 makeBase() {
     local dir=$1 tool path name
     local -a found=()
-    mkdir -p "$dir"/usr/{bin,sbin,lib,lib64,libexec,share} "$dir"/{root,run,var/log,var/lib}
+    mkdir -p "$dir"/usr/{bin,sbin,lib,lib64,libexec,share} "$dir"/{root,run/lock,var/log,var/lib}
     mkdir -m 1777 "$dir/tmp" "$dir/var/tmp"
     for name in bin sbin lib lib64; do ln -s "usr/$name" "$dir/$name"; done
     for tool in "${BASE_TOOLS[@]}"; do

@@ -37,6 +37,8 @@ breakTool() {
     if [[ ! -e $keptAt ]]; then
         mkdir -p "${keptAt%/*}"
         mv "$HOST$toolAt" "$keptAt"
+        # A script that still runs behind the fault finds its rooms beside itself.
+        [[ ! -d $HOST${toolAt%/*}/lib || -e ${keptAt%/*}/lib ]] || ln -s "${toolAt%/*}/lib" "${keptAt%/*}/lib"
     fi
     rm -f "$HOST$toolAt"
     [[ $fault != missing ]] || return 0

@@ -42,7 +42,7 @@ startMonitor() {
     local -a program=(/usr/bin/dravik-monitor) settings=()
     while (($# > 0)); do
         case $1 in
-        --live) live=yes ;;
+        --live) live=1 ;;
         --program)
             (($# >= 2)) || die "monitor start: --program needs a command"
             program=("${@:2}")
@@ -58,7 +58,7 @@ startMonitor() {
     drainPipe tick
     drainPipe asleep
     setDial asleep 0
-    setDial speed "${live:+1}"
+    setDial speed "${live:-0}"
     prepareEntry SIMHOST_PACED=1 ${settings[@]+"${settings[@]}"}
     (
         closeInherited

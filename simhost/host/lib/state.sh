@@ -123,8 +123,10 @@ takeSysfsWrites() {
         name=${path#/sys/block/}
         name=${name%%/*}
         case $path in
-        /sys/block/*/device/delete) [[ $content == 1 ]] && removePath "$name" ;;
-        /sys/block/*/device/state) [[ $content ]] && takeOnlineState "$name" "$content" ;;
+        # Opened, but nothing written yet: looked at again the next time.
+        /sys/block/*/device/*) [[ $content || ! -e $HOST$path ]] || echo "$path" >>"$SIM/sysfs_writes" ;;&
+        /sys/block/*/device/delete) [[ $content != 1 ]] || removePath "$name" ;;
+        /sys/block/*/device/state) [[ ! $content ]] || takeOnlineState "$name" "$content" ;;
         /sys/class/*/scan) rescan ;;
         esac
     done <"$SIM/sysfs_writes.taken"

@@ -52,7 +52,7 @@ function volumeEntries(shown) {
         return
     }
     file("sim/array/dm-" dm, "vdisk " plain(value("vdisk")) "\npage " value("page") "\ntransport " transport \
-        "\nnsid " value("lun") "\n")
+        "\nnsid " lun "\n")
     if ($1 != "volume")
         return
     node("dev/dm-" dm, "dm-" dm)
@@ -62,24 +62,24 @@ function volumeEntries(shown) {
     folder("sys/block/dm-" dm)
     folder("sys/block/dm-" dm "/dm")
     file("sys/block/dm-" dm "/dm/name", shown "\n")
-    file("sys/block/dm-" dm "/dm/uuid", "mpath-" value("wwid") "\n")
+    file("sys/block/dm-" dm "/dm/uuid", "mpath-" wwid "\n")
     file("sys/block/dm-" dm "/stat", NO_IO)
 }
 
 # The names that udev makes for a SCSI path, by transport.
-function links(name,    list, n, lun, second) {
-    lun = $3
-    sub(/.*:/, "", lun)
+function links(name,    list, n, number) {
+    number = $3
+    sub(/.*:/, "", number)
     if (value("link") != "-")
         n = split(value("link"), list, ",")
     else if (transport == "fc") {
         n = 1
-        list[1] = "pci-0000:05:00." ($3 + 1) % 2 "-fc-" value("port") "-lun-" lun
+        list[1] = "pci-0000:05:00." ($3 + 1) % 2 "-fc-" value("port") "-lun-" number
         if (value("links") > 1)
-            list[++n] = "fc-0x21000024ff5d6a1" $3 + 0 "-" value("port") "-lun-" lun
+            list[++n] = "fc-0x21000024ff5d6a1" $3 + 0 "-" value("port") "-lun-" number
     } else if (transport == "iscsi") {
         n = 1
-        list[1] = "ip-" value("port") "-iscsi-iqn.2010-06.com.korvel:qvx.6a10-lun-" lun
+        list[1] = "ip-" value("port") "-iscsi-iqn.2010-06.com.korvel:qvx.6a10-lun-" number
     } else if (transport == "sas") {
         n = 1
         list[1] = "pci-0000:03:00.0-scsi-" $3
@@ -113,10 +113,13 @@ function pathEntries(name,    device) {
         file(device "/transport", substr(transport, 6) "\n")
         file(device "/address", nvmeAddress(value("port")) "\n")
         file(device "/state", "live\n")
+        file("sys/block/" name "/nsid", lun "\n")
+        file("sys/block/" name "/wwid", wwid "\n")
         return
     }
     file(device "/state", $7 "\n")
     file(device "/delete", "")
+    file(device "/wwid", "naa." substr(wwid, 2) "\n")
     links(name)
 }
 
@@ -138,9 +141,11 @@ $1 == "volume" || $1 == "flushed" || $1 == "unmapped" {
     dm = value("dm")
     transport = value("transport")
     tree = value("tree")
+    wwid = value("wwid")
+    lun = value("lun")
     skipped = (only != "" && only != dm) || ($1 == "unmapped" && make)
     if (!skipped)
-        volumeEntries($2 == "-" ? value("wwid") : $2)
+        volumeEntries($2 == "-" ? wwid : $2)
 }
 ($1 == "path" || ($1 == "removed" && !make)) && !skipped && tree != "no" { pathEntries($2) }
 

@@ -98,20 +98,18 @@ static void ringBell(const char *fifo) {
     (void)close(fd);
 }
 
-/* Waits for a tick, or at a given speed for SECONDS / speed. False when a signal came first. */
-static bool waitForTick(unsigned seconds, double speed) {
-    char tick;
-    const int fd = open(SIM_DIR "/tick", O_RDWR | O_CLOEXEC);
-    struct pollfd waiting = {.fd = fd, .events = POLLIN};
+/* Waits for a byte from the pipe TICK, or at a given speed for SECONDS / speed. False when a signal came first. */
+static bool waitForTick(int tick, unsigned seconds, double speed) {
+    char byte;
+    struct pollfd waiting = {.fd = tick, .events = POLLIN};
     const int limit = speed > 0 ? (int)(seconds * 1000 / speed) : -1;
 
-    if (fd < 0)
+    if (tick < 0)
         return true;
     const int ready = poll(&waiting, 1, limit);
     const bool interrupted = ready < 0 && errno == EINTR;
-    if (ready > 0 && read(fd, &tick, 1) < 0)
+    if (ready > 0 && read(tick, &byte, 1) < 0)
         errno = 0;
-    (void)close(fd);
     return !interrupted;
 }
 
@@ -120,13 +118,16 @@ static unsigned pacedSleep(unsigned seconds) {
     struct timespec from = {0, 0};
     struct timespec to = {0, 0};
     const double speed = dialValue(DIAL_SPEED);
+    /* Held before anyone can see that this sleep has begun: a byte in a pipe that nobody holds is lost. */
+    const int tick = open(SIM_DIR "/tick", O_RDWR | O_CLOEXEC);
 
     (void)snprintf(line, sizeof line, "%u\n", seconds);
     appendLine(SIM_DIR "/sleeps", line);
     setDial(DIAL_ASLEEP, 1);
     ringBell(SIM_DIR "/asleep");
     realTime(&from);
-    const bool slept = waitForTick(seconds, speed);
+    const bool slept = waitForTick(tick, seconds, speed);
+    (void)close(tick);
     realTime(&to);
     setDial(DIAL_ASLEEP, 0);
     if (slept) {

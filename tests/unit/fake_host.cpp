@@ -247,7 +247,11 @@ FakeHost::~FakeHost() {
 
 void FakeHost::answer(const std::string &command, const std::string &output, int outcome,
                       const std::function<void()> &effect) {
-    answers[command].push_back({output, outcome, effect});
+    answers[command] = {{output, outcome, effect}};
+}
+
+void FakeHost::thenAnswer(const std::string &command, const std::string &output, int outcome) {
+    answers[command].push_back({output, outcome, nullptr});
 }
 
 void FakeHost::startNothing() {

@@ -32,11 +32,12 @@ class FakeHost {
 
     // ---- what commands answer
 
-    // The next run of exactly `command` prints `output` and ends with `outcome`, after calling `effect`.
-    // Answers to the same command are given in the order in which they were registered, the last one again
-    // and again. Without an answer a command prints nothing and succeeds.
+    // Every run of exactly `command` prints `output` and ends with `outcome`, after calling `effect`; runs behind
+    // the first answer to the same command, when `thenAnswer` gives more, answer in that order, the last one
+    // again and again. Without an answer a command prints nothing and succeeds.
     void answer(const std::string &command, const std::string &output, int outcome = 0,
                 const std::function<void()> &effect = nullptr);
+    void thenAnswer(const std::string &command, const std::string &output, int outcome = 0);
     // Every command whose shell cannot be started, whatever it is.
     void startNothing();
 

@@ -34,7 +34,7 @@ struct FakeHostState {
         if (queue.empty()) {
             return {"", 0, nullptr};
         }
-        const FakeHost::Answer answer = queue.front();
+        FakeHost::Answer answer = queue.front();
         if (queue.size() > 1) {
             queue.erase(queue.begin());
         }
@@ -326,7 +326,8 @@ std::string listing(const std::vector<std::string> &paths, const std::string &al
     std::string text = alias + " (360000000000000000000000000000001) dm-" + number + " KORVEL,QVX\n" +
                        "size=10G features='0' hwhandler='0' wp=rw\n";
     for (const std::string &path : paths) {
-        text += "|-+- policy='service-time 0' prio=" + priority + " status=active\n| `- " + path + "\n";
+        text.append("|-+- policy='service-time 0' prio=").append(priority).append(" status=active\n");
+        text.append("| `- ").append(path).append("\n");
     }
     return text;
 }

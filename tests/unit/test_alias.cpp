@@ -38,7 +38,7 @@ std::string tableOf(const std::string &output) {
     FakeHost host;
     host.answer(QUERY, output);
     s_ecItems *result = nullptr;
-    const std::string text = printed(lsalias, &result);
+    std::string text = printed(lsalias, &result);
     EXPECT_EQ(&EC_info_ok, result);
     EXPECT_EQ(Calls{QUERY}, host.calls);
     return text;

@@ -203,7 +203,9 @@ TEST(ConfFile, TheBlockCarriesTheParametersBeforeThePolicyInForce) {
 
 TEST(ConfFile, HostileScriptOutputNeverReachesTheBlocksCommandLine) {
     for (const std::string &word : HOSTILE) {
-        EXPECT_EQ(scsiBlock("failover", "rount-robin"), blockAfter(word + "\n" + word + "\n")) << word;
+        EXPECT_EQ(scsiBlock("failover", "rount-robin"),
+                  blockAfter(std::string(word).append("\n").append(word).append("\n")))
+            << word;
     }
 }
 

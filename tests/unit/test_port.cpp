@@ -15,7 +15,7 @@ std::string shownFor(const std::string &output) {
     FakeHost host;
     host.answer(COMMAND, output);
     s_ecItems *result = nullptr;
-    const std::string text = printed(lsport, &result);
+    std::string text = printed(lsport, &result);
     EXPECT_EQ(&EC_info_ok, result);
     EXPECT_EQ(std::vector<std::string>{COMMAND}, host.calls);
     return text;

@@ -52,7 +52,7 @@ std::string selfStartOnSysV(const std::string &output) {
     host.becomeRhel6();
     host.answer(CHKCONFIG, output);
     s_ecItems *result = nullptr;
-    const std::string text = printed(lsselfstart, &result);
+    std::string text = printed(lsselfstart, &result);
     EXPECT_EQ(&EC_info_ok, result);
     EXPECT_EQ(Calls{CHKCONFIG}, host.calls);
     return text;
@@ -62,7 +62,7 @@ std::string selfStartOnSystemd(const std::string &output) {
     FakeHost host;
     host.answer(IS_ENABLED, output);
     s_ecItems *result = nullptr;
-    const std::string text = printed(lsselfstart, &result);
+    std::string text = printed(lsselfstart, &result);
     EXPECT_EQ(&EC_info_ok, result);
     EXPECT_EQ((Calls{SOFTLINK, IS_ENABLED}), host.calls);
     return text;

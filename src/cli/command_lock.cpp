@@ -19,7 +19,7 @@ const char *const COMMAND_LOCK_FILES[] = {"/run/dravik.lock", "/var/run/dravik.l
 namespace {
 
 constexpr size_t HOLDER_SIZE = 512;
-constexpr unsigned int TICKS_PER_SECOND = 10;
+constexpr unsigned int TENTHS = 10; // of the first second of a wait
 
 int held_fd = -1;
 
@@ -118,23 +118,27 @@ Attempt tryOnce(const char *path, int *fd) {
     return Attempt::impossible;
 }
 
-void sleepOneTick() {
-    timespec tick = {0, 1000000000L / TICKS_PER_SECOND};
-    while (nanosleep(&tick, &tick) != 0 && errno == EINTR) {
+// Between two attempts: tenths of a second at first, for most commands end soon, later whole seconds.
+void pauseBefore(unsigned int attempt) {
+    if (attempt < TENTHS) {
+        timespec tenth = {0, 100000000L};
+        while (nanosleep(&tenth, &tenth) != 0 && errno == EINTR) {
+        }
+    } else {
+        sleep(1);
     }
 }
 
-// Tries at one place until it is taken, impossible, or the time is over. Ticks are counted, no clock is read:
+// Tries at one place until it is taken, impossible, or the time is over. Pauses are counted, no clock is read:
 // one that is set in the meantime neither lengthens nor shortens the wait.
 Attempt waitAt(const char *path, unsigned int seconds, int *fd) {
     Attempt attempt = tryOnce(path, fd);
-    bool said = false;
-    for (unsigned int tick = 0; attempt == Attempt::busy && tick < seconds * TICKS_PER_SECOND; ++tick) {
-        sleepOneTick(); // also leaves a fresh holder the time to write down who he is
+    const unsigned int pauses = seconds == 0 ? 0 : TENTHS + seconds - 1;
+    for (unsigned int pause = 0; attempt == Attempt::busy && pause < pauses; ++pause) {
+        pauseBefore(pause); // the first also leaves a fresh holder the time to write down who he is
         attempt = tryOnce(path, fd);
-        if (attempt == Attempt::busy && !said) {
+        if (attempt == Attempt::busy && pause == 0) {
             fprintf(stderr, "dravik: waiting up to %u seconds for %s\n", seconds, holderOf(*fd).c_str());
-            said = true;
         }
     }
     return attempt;

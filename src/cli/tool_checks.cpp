@@ -30,7 +30,7 @@ s_ecItems *checkInterval() {
     if (gParamIntervalVal[0] == '\0') {
         return &EC_miss_interval;
     }
-    const unsigned int seconds = intervalSeconds();
+    const unsigned long long seconds = intervalSeconds();
     return seconds == 0 || seconds > MAX_STAT_INTERVAL ? &EC_interval_format_error : &EC_ok;
 }
 
@@ -55,10 +55,10 @@ s_ecItems *checkBeforeRun(const char *name) {
     return std::string_view("devstats") == name ? checkInterval() : &EC_ok;
 }
 
-unsigned int intervalSeconds() {
+unsigned long long intervalSeconds() {
     unsigned long long seconds = 0;
     for (const char *digit = gParamIntervalVal; *digit >= '0' && *digit <= '9'; ++digit) {
         seconds = std::min(seconds * 10 + static_cast<unsigned int>(*digit - '0'), MAX_STAT_INTERVAL + 1ULL);
     }
-    return static_cast<unsigned int>(seconds);
+    return seconds;
 }

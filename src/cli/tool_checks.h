@@ -19,8 +19,9 @@ s_ecItems *checkServiceName(const char *name);
 //              MAX_STAT_INTERVAL
 s_ecItems *checkBeforeRun(const char *name);
 
-// The longest interval in seconds that both the alarm and the engine's arithmetic take.
-constexpr unsigned int MAX_STAT_INTERVAL = 2147483647;
+// The longest interval in seconds that alarm(2) takes.
+constexpr unsigned int MAX_STAT_INTERVAL = 4294967295;
 
-// The interval in gParamIntervalVal, in seconds; above MAX_STAT_INTERVAL any number above it. Digits only.
-unsigned int intervalSeconds();
+// The interval in gParamIntervalVal in seconds, digits up to the first other character; MAX_STAT_INTERVAL + 1 for
+// any larger number.
+unsigned long long intervalSeconds();

@@ -37,17 +37,17 @@ TEST(ToolChecks, DevstatsWantsAnIntervalThatTheAlarmTakes) {
     EXPECT_EQ(checkInterval("0"), &EC_interval_format_error);
     EXPECT_EQ(checkInterval("0000"), &EC_interval_format_error);
     EXPECT_EQ(checkInterval("1"), &EC_ok);
-    EXPECT_EQ(checkInterval("2147483647"), &EC_ok);
-    EXPECT_EQ(checkInterval("2147483648"), &EC_interval_format_error);
-    EXPECT_EQ(checkInterval("4294967297"), &EC_interval_format_error);
+    EXPECT_EQ(checkInterval("4294967295"), &EC_ok);
+    EXPECT_EQ(checkInterval("4294967296"), &EC_interval_format_error);
+    EXPECT_EQ(checkInterval("18446744073709551617"), &EC_interval_format_error);
     EXPECT_EQ(checkInterval(std::string(256, '9')), &EC_interval_format_error);
 }
 
 TEST(ToolChecks, AnIntervalMayHaveLeadingZeros) {
     EXPECT_EQ(checkInterval("00001"), &EC_ok);
-    EXPECT_EQ(intervalSeconds(), 1U);
+    EXPECT_EQ(intervalSeconds(), 1ULL);
     EXPECT_EQ(checkInterval(std::string(250, '0') + "300"), &EC_ok);
-    EXPECT_EQ(intervalSeconds(), 300U);
+    EXPECT_EQ(intervalSeconds(), 300ULL);
 }
 
 TEST(ToolChecks, OtherCommandsAreNotAsked) {

@@ -1,0 +1,98 @@
+// The command `devstats`: from the topology to the statistics engine.
+#include "cli/devstats.h"
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <memory>
+#include <unistd.h>
+
+#include "cli/topology.h"
+#include "stats/cpu_stat.h"
+#include "stats/device_list.h"
+#include "stats/device_naming.h"
+#include "stats/sampling.h"
+#include "stats/settings.h"
+#include "stats/tables.h"
+
+namespace {
+
+struct FreeDravik {
+    void operator()(s_dravik *head) const {
+        freeDravik(head);
+    }
+};
+
+// Takes a topology with `ask`, which also tells the number of lines of the listing, and registers it.
+template <typename Ask> s_ecItems *registerTopology(Ask ask) {
+    const std::unique_ptr<s_dravik, FreeDravik> head(mallocDravik());
+    if (head == nullptr) {
+        return &EC_molloc_failed;
+    }
+    unsigned int lines = 0;
+    s_ecItems *result = ask(head.get(), &lines);
+    if (result->code == 0) {
+        salloc_dev_list(static_cast<int>(lines));
+        printDravikStats(firstDravik(head.get()));
+    }
+    return result;
+}
+
+// The name that the engine shows a device by.
+const char *shownName(const char *name) {
+    const char *shown = device_name(name);
+    const char *persistent = st_settings.persistent_names ? get_pretty_name_from_persistent(shown) : nullptr;
+    return persistent != nullptr ? persistent : shown;
+}
+
+} // namespace
+
+s_ecItems *queryDevStats() {
+    return registerTopology(queryDravikStats);
+}
+
+s_ecItems *querySingleDevStats(const char *device_name) {
+    return registerTopology([device_name](s_dravik *head, unsigned int *lines) {
+        return querySingleDravikStats(head, device_name, lines);
+    });
+}
+
+void printDravikStats(const s_dravik *first) {
+    for (const s_dravik *device = first; device != nullptr; device = nextDravik(device)) {
+        _printOneDravikStats(device);
+    }
+}
+
+void _printOneDravikStats(const s_dravik *device) {
+    char name[DEVICE_NAME_SIZE] = "";
+    snprintf(name, sizeof(name), "dm-%s", device->device_number);
+    update_dev_list(&dlist_idx, shownName(name), device->path_alias);
+    for (const s_path_dev *path = firstPathDev(device->pdev); path != nullptr; path = nextPathDev(path)) {
+        update_dev_list(&dlist_idx, shownName(path->dev_name), path->dev_name);
+    }
+}
+
+void sampleDevStats(unsigned int seconds) {
+    get_HZ();
+    set_disk_output_unit();
+    st_settings.disk_report = true;
+    st_settings.extended_layout = true;
+    int state = 0;
+    long count = 0;
+    set_stat_interval(&state, &count, &st_interval, static_cast<long>(seconds));
+    io_sys_init();
+    presave_device_list();
+    initSignal();
+
+    struct sigaction action = {};
+    action.sa_handler = alarm_handler;
+    sigemptyset(&action.sa_mask);
+    action.sa_flags = SA_RESTART; // the wait ends all the same
+    sigaction(SIGALRM, &action, nullptr);
+    alarm(seconds);
+
+    struct tm now = {};
+    rw_io_stat_loop(count, &now);
+    exit(0);
+}

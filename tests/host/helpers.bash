@@ -95,6 +95,18 @@ expect_text() {
     same "$expected" "$actual"
 }
 
+# descendants PID: the processes below it, the deepest first, one a line.
+descendants() {
+    local child
+    for child in $(ps -o pid= --ppid "$1"); do
+        descendants "$child"
+        echo "$child"
+    done
+}
+
+# Lines of the command log that tell who changed the host.
+audit_lines() { cli_log | grep '^INFO  audit ' || true; }
+
 # Every host of the test ends with it: a monitor left behind would hold its folder and the machine's time.
 drop_hosts() {
     local host

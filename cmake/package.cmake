@@ -35,7 +35,6 @@ set(CPACK_RPM_FILE_NAME RPM-DEFAULT)
 set(CPACK_RPM_PACKAGE_LICENSE Proprietary)
 set(CPACK_RPM_PACKAGE_GROUP "System Environment/Daemons")
 set(CPACK_RPM_PACKAGE_REQUIRES "bash, coreutils, grep, sed, gawk, util-linux")
-set(CPACK_RPM_PACKAGE_SUGGESTS device-mapper-velomux)
 set(CPACK_RPM_POST_INSTALL_SCRIPT_FILE ${scripts}/post)
 set(CPACK_RPM_PRE_UNINSTALL_SCRIPT_FILE ${scripts}/preun)
 # Folders of the distribution are not ours.

@@ -163,15 +163,16 @@ the_administrator_looks() {
     grep -q '^vdisk_name: vol_database$' <<<"$shown" || fail "the array's name of the volume is missing"
     pause 3
 
-    tell "And how busy is it? Three reports, a second apart, then Ctrl+C."
+    tell "And how busy is it? A report a second, then Ctrl+C."
     printf '  $ dravik devstats -interval 1 -path_alias mpatha\n'
     sim load mpatha mixed 400
+    sim counters advance 60 # a minute since the host was started: the first report shows it
     sim counters start
     local report
-    report=$(sim run timeout -s INT 2.5 dravik devstats -interval 1 -path_alias mpatha) || true
+    report=$(sim run timeout -s INT 3.4 dravik devstats -interval 1 -path_alias mpatha) || true
     sim counters stop
     quote <<<"$report"
-    [ "$(grep -c '^mpatha ' <<<"$report")" -eq 3 ] || fail "expected three reports of mpatha"
+    [ "$(grep -c '^mpatha ' <<<"$report")" -ge 3 ] || fail "expected three reports of mpatha"
     pause 3
 }
 

@@ -107,41 +107,54 @@ drainPipe() {
     dropPipe
 }
 
-# Waits for one byte of the pipe sim/asleep, which is held, while the monitor lives.
-waitForSleep() {
-    local _ since=$SECONDS
-    until LC_ALL=C read -r -N 1 -t 0.2 -u "$pipeFd" _; do
-        monitorRuns || die "the monitor ended: $(tail -n 3 "$SIM/monitor.err")"
-        ((SECONDS - since < STEP_LIMIT)) || die "the monitor did not finish its cycle within $STEP_LIMIT seconds"
-    done
+# Waits a moment for the bell of the pipe sim/asleep, which is held, while the monitor lives and until STEP_LIMIT
+# seconds after waitSince. A bell that is lost (a read that times out can take its byte along) or left over does
+# no harm: the callers look at what has happened.
+waitForBell() {
+    local _
+    LC_ALL=C read -r -N 1 -t 0.2 -u "$pipeFd" _ && return
+    monitorRuns || die "the monitor ended: $(tail -n 3 "$SIM/monitor.err")"
+    ((SECONDS - waitSince < STEP_LIMIT)) || die "the monitor did not finish its cycle within $STEP_LIMIT seconds"
 }
 
 # settle: returns when the monitor is in its sleep.
 settleMonitor() {
-    local pipeFd
+    local pipeFd waitSince=$SECONDS
     monitorRuns || die "the monitor does not run"
     holdPipe asleep
     dial asleep
-    # The bell may be one of an earlier sleep, so only the dial tells.
     while ((dialValue == 0)); do
-        waitForSleep
+        waitForBell
         dial asleep
     done
     dropPipe
 }
 
+# How many times the monitor has gone to sleep, in sleepCount.
+countSleeps() {
+    local -a lines
+    mapfile -t lines <"$SIM/sleeps"
+    sleepCount=${#lines[@]}
+}
+
 # step [N]: N times a tick and the whole cycle after it.
 stepMonitor() {
-    local i pipeFd
+    local i pipeFd waitSince sleepCount before
     [[ ${1-1} =~ ^[0-9]+$ ]] || die "step: \"$1\" is not a number"
-    settleMonitor
-    holdPipe asleep
     for ((i = 0; i < ${1-1}; i++)); do
+        settleMonitor
+        holdPipe asleep
         drainHeldPipe
+        countSleeps
+        before=$sleepCount
+        waitSince=$SECONDS
         printf . >"$SIM/tick"
-        waitForSleep
+        while ((sleepCount == before)); do
+            waitForBell
+            countSleeps
+        done
+        dropPipe
     done
-    dropPipe
 }
 
 # speed X: how many times faster than real time cycles follow one another; 0: by step only.

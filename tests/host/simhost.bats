@@ -7,7 +7,7 @@ setup() { make_empty_host; }
 # The listing of the default scenario.
 default_listing() {
     cat <<'END'
-Dec 06 10:15:02 | /etc/velomux.conf line 4, invalid keyword: find_velomuxs
+Dec 06 10:15:02 | /etc/velomux.conf line 4, invalid keyword: poll_quietly
 mpatha (3600b5d60001a2b3c0000000000000001) dm-0 KORVEL  ,QVX
 size=100G features='0' hwhandler='0' wp=rw
 |-+- policy='service-time 0' prio=50 status=active
@@ -35,13 +35,13 @@ mpathd (3600b5d60001a2b3c0000000000000005) dm-4 KORVEL  ,QVX
 size=20G features='0' hwhandler='0' wp=rw
 `-+- policy='service-time 0' prio=50 status=active
   `- 4:0:0:2 sdl 8:176 active ready running
-Dec 06 10:15:02 | sdzz: couldn't get asymmetric access state
+Dec 06 10:15:02 | sdzz: the array did not answer in time
 mpathe (3600b5d60001a2b3c0000000000000006) dm-5 KORVEL  ,QVX
 size=5.0G features='0' hwhandler='0' wp=rw
 `-+- policy='round-robin 0' prio=50 status=active
   |- 0:0:0:1 sdm 8:192 active ready running
   `- 0:0:1:1 sdn 8:208 active ready running
-foreign (360a98000375333534f5d423538325a49) dm-6 OTHERCO ,ARRAY 9000
+foreign (36fedcba9000000000000000000000049) dm-6 OTHERCO ,ARRAY 9000
 size=8.0G features='0' hwhandler='0' wp=rw
 `-+- policy='service-time 0' prio=50 status=active
   |- 1:0:0:4 sdo 8:224 active ready running

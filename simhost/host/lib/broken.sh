@@ -49,7 +49,7 @@ huge)
     # The real output, then five MiB of warnings.
     runReal "$@"
     status=$?
-    yes 'Dec 06 10:15:02 | sdzz: prioritizer did not answer, using the default' | head -c 5242880
+    yes 'Dec 06 10:15:02 | sdzz: the path checker did not answer, using the last state' | head -c 5242880
     exit "$status"
     ;;
 says)

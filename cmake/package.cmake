@@ -37,6 +37,8 @@ set(CPACK_RPM_PACKAGE_GROUP "System Environment/Daemons")
 set(CPACK_RPM_PACKAGE_REQUIRES "bash, coreutils, grep, sed, gawk, util-linux")
 set(CPACK_RPM_POST_INSTALL_SCRIPT_FILE ${scripts}/post)
 set(CPACK_RPM_PRE_UNINSTALL_SCRIPT_FILE ${scripts}/preun)
+# No links below /usr/lib/.build-id: they would be owned beside the programs they name.
+set(CPACK_RPM_SPEC_MORE_DEFINE "%define _build_id_links none")
 # Folders of the distribution are not ours.
 set(CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION
   /etc /etc/init.d /usr/lib/systemd /usr/lib/systemd/system /usr/share/man /usr/share/man/man5

@@ -1,0 +1,179 @@
+#!/usr/bin/env bats
+# The packages: what is in them, what installing and removing them does to a fresh root.
+
+load ../host/helpers
+
+# Made once for the whole file.
+setup_file() {
+    export PACKAGES=$BATS_FILE_TMPDIR/packages
+    mkdir -p "$PACKAGES"
+    (cd "$PACKAGES" && cpack --config "$BUILD_DIR/CPackConfig.cmake" >cpack.log 2>&1) || {
+        cat "$PACKAGES/cpack.log"
+        return 1
+    }
+    DEB=$(echo "$PACKAGES"/dravik_*.deb)
+    RPM=$(echo "$PACKAGES"/dravik-*.rpm)
+    export DEB RPM
+}
+
+# What the product promises to bring, from the sources themselves: mode and path, sorted by path.
+promised_files() {
+    {
+        echo "-rwxr-xr-x /etc/init.d/dravik-monitor"
+        echo "-rwxr-xr-x /usr/bin/dravik"
+        echo "-rwxr-xr-x /usr/bin/dravik-monitor"
+        (cd "$REPO/help" && printf -- '-rw-r--r-- /usr/bin/dravik-help/%s\n' *.help)
+        (cd "$REPO/scripts" && printf -- '-rwxr-xr-x /usr/bin/dravik-script/%s\n' *.sh)
+        (cd "$REPO/scripts/lib" && printf -- '-rw-r--r-- /usr/bin/dravik-script/lib/%s\n' *)
+        echo "-rw-r--r-- /usr/lib/systemd/system/dravik-monitor.service"
+        echo "-rw-r--r-- /usr/share/bash-completion/completions/dravik"
+        echo "-rw-r--r-- /usr/share/doc/dravik/README.md"
+        echo "-rw-r--r-- /usr/share/doc/dravik/operator-guide.md"
+        echo "-rw-r--r-- /usr/share/man/man5/dravik-files.5"
+        echo "-rw-r--r-- /usr/share/man/man8/dravik-monitor.8"
+        echo "-rw-r--r-- /usr/share/man/man8/dravik.8"
+    } | LC_ALL=C sort -k 2
+}
+
+# A root without the product: a simulated host, with the libraries that the product's dependencies would bring.
+fresh_root() {
+    make_empty_host "$@"
+    local library
+    ldd "$BUILD_DIR/dravik" "$BUILD_DIR/dravik-monitor" | awk '$3 ~ /^\// {print $3}' | sort -u |
+        while read -r library; do
+            [[ -e $HOST$library ]] || install -D "$library" "$HOST$library"
+        done
+    sim add "$(command -v mkdir)" "$(command -v rmdir)" "$(command -v rm)" >/dev/null
+}
+
+# Every file below the root but the simulated host's own notes, with its mode.
+files_of_root() {
+    (cd "$HOST" && find . -path ./sim -prune -o -path ./var/lib/dpkg -prune -o -path ./var/lib/rpm -prune \
+        -o -path ./var/log -prune -o -path ./root/.rpmdb -prune -o -path ./dev -prune -o ! -type d -printf '%M /%P\n') | LC_ALL=C sort -k 2
+}
+
+install_deb() {
+    mkdir -p "$HOST/var/lib/dpkg/"{info,updates,triggers} "$HOST/var/log"
+    touch "$HOST/var/lib/dpkg/"{status,available}
+    dpkg --root="$HOST" --force-depends --install "$DEB"
+}
+
+@test "the .deb holds exactly the promised files with their modes, all of root" {
+    same "$(promised_files)" "$(dpkg-deb -c "$DEB" | awk '$1 !~ /^d/ {sub(/^\./, "", $6); print $1, $6}' | LC_ALL=C sort -k 2)"
+    same root/root "$(dpkg-deb -c "$DEB" | awk '{print $2}' | sort -u)"
+}
+
+@test "the .rpm holds exactly the promised files with their modes, all of root" {
+    # rpm compresses manual pages when it packs them, where the distribution does so.
+    same "$(promised_files)" "$(rpm -qplv "$RPM" 2>/dev/null | awk '$1 !~ /^d/ {sub(/\.gz$/, "", $NF); print $1, $NF}' | LC_ALL=C sort -k 2)"
+    same "root root" "$(rpm -qplv "$RPM" 2>/dev/null | awk '{print $3, $4}' | sort -u)"
+}
+
+@test "no package owns a folder of the distribution, nor /dumps" {
+    same "/usr/bin/dravik-help
+/usr/bin/dravik-script
+/usr/bin/dravik-script/lib
+/usr/share/doc/dravik" "$(rpm -qplv "$RPM" 2>/dev/null | awk '$1 ~ /^d/ {print $NF}' | LC_ALL=C sort)"
+    run grep -c dumps <(dpkg-deb -c "$DEB")
+    same 0 "$output"
+}
+
+@test "the packages name what they need" {
+    run dpkg-deb -f "$DEB" Depends
+    local need
+    for need in bash coreutils grep sed "mawk | gawk" libcjson1 libc6 libstdc++6; do
+        [[ ", $output" == *", $need"* ]] || { echo "not named: $need in $output"; return 1; }
+    done
+    run rpm -qp --requires "$RPM"
+    for need in bash coreutils grep sed gawk 'libcjson.so.1()(64bit)'; do
+        [[ $'\n'$output$'\n' == *$'\n'"$need"$'\n'* ]] || { echo "not named: $need in $output"; return 1; }
+    done
+}
+
+@test "the .deb installed into a fresh root: the tool answers, /dumps is there with mode 0700" {
+    fresh_root
+    install_deb
+    same 700 "$(stat -c %a "$HOST/dumps")"
+    run in_host dravik query mpathb
+    same 0 "$status"
+    [[ $output == *"path_alias: mpathb"*"vdisk_name: vol_logs"*"Command executed successfully."* ]]
+    run in_host dravik help query
+    same 0 "$status"
+    [[ $output == *Korvel* ]]
+    start_monitor
+    [[ $(change_log | head -n 1) == "The lun is created, the properties are [ path_alias: mpatha,"* ]]
+}
+
+@test "installing starts and enables the monitor where systemd runs, removing stops it; logs and configuration stay" {
+    fresh_root
+    mkdir -p "$HOST/run/systemd/system"
+    local before
+    before=$(files_of_root)
+    cp "$HOST/etc/velomux.conf" "$BATS_TEST_TMPDIR/conf"
+    install_deb
+    expect_text calls <<'END'
+systemctl daemon-reload
+systemctl enable dravik-monitor.service
+systemctl start dravik-monitor.service
+END
+    in_host dravik query >/dev/null
+    : >"$HOST/sim/calls.log"
+    dpkg --root="$HOST" --remove dravik
+    expect_text calls <<'END'
+systemctl disable --now dravik-monitor.service
+systemctl daemon-reload
+END
+    cmp "$BATS_TEST_TMPDIR/conf" "$HOST/etc/velomux.conf"
+    [[ -s $HOST/dumps/dravik_cli.log ]]
+    rm -r "$HOST/dumps"
+    same "$before" "$(files_of_root)"
+}
+
+@test "an upgrade restarts the monitor where it runs and enables nothing" {
+    fresh_root
+    mkdir -p "$HOST/run/systemd/system"
+    install_deb
+    : >"$HOST/sim/calls.log"
+    install_deb
+    expect_text calls <<'END'
+systemctl daemon-reload
+systemctl daemon-reload
+systemctl try-restart dravik-monitor.service
+END
+}
+
+@test "purging takes what the product has written, and nothing else" {
+    fresh_root
+    install_deb
+    start_monitor
+    stop_monitor
+    in_host dravik query >/dev/null
+    echo kept >"$HOST/dumps/of-somebody-else"
+    dpkg --root="$HOST" --purge dravik
+    same of-somebody-else "$(ls "$HOST/dumps")"
+}
+
+@test "the .rpm installed with rpm into a fresh root: the tool answers, and removing leaves the logs" {
+    fresh_root --generation rhel8
+    local before
+    before=$(files_of_root)
+    rpm --root "$HOST" --install --nodeps --ignoreos "$RPM" 2>/dev/null
+    same 700 "$(stat -c %a "$HOST/dumps")"
+    run in_host dravik query mpathb
+    same 0 "$status"
+    [[ $output == *"path_alias: mpathb"*"vdisk_name: vol_logs"*"Command executed successfully."* ]]
+    rpm --root "$HOST" --erase --nodeps dravik 2>/dev/null
+    [[ -s $HOST/dumps/dravik_cli.log ]]
+    rm -r "$HOST/dumps"
+    same "$before" "$(files_of_root)"
+}
+
+@test "the packages' scripts pass shellcheck" {
+    mkdir "$BATS_TEST_TMPDIR/control"
+    dpkg-deb -e "$DEB" "$BATS_TEST_TMPDIR/control"
+    shellcheck -s sh "$BATS_TEST_TMPDIR/control/"{postinst,prerm,postrm}
+    local kind
+    for kind in POSTIN PREUN; do
+        rpm -qp --qf "%{$kind}" "$RPM" 2>/dev/null | shellcheck -s sh -
+    done
+}

@@ -37,17 +37,17 @@ void skipBlanks(Rest *rest) {
     }
 }
 
-// The number of the digits from `from` to `to`, the largest one when it is out of range.
-unsigned long boundedNumber(const char *from, const char *to) {
-    unsigned long value = 0;
+// The number of the digits from `from` to `to`; false when it is out of range.
+bool boundedNumber(const char *from, const char *to, unsigned long *number) {
+    *number = 0;
     for (; from < to; from++) {
         const auto digit = static_cast<unsigned long>(*from - '0');
-        if (value > (ULONG_MAX - digit) / 10) {
-            return ULONG_MAX;
+        if (*number > (ULONG_MAX - digit) / 10) {
+            return false;
         }
-        value = value * 10 + digit;
+        *number = *number * 10 + digit;
     }
-    return value;
+    return true;
 }
 
 // What scanf's %lu does, sign and all. False when there is no number.
@@ -68,9 +68,9 @@ bool scanNumber(Rest *rest, unsigned long *value) {
     if (rest->at == begin) {
         return false;
     }
-    if (rest->at - begin > SAFE_DIGITS) {
-        number = boundedNumber(begin, rest->at);
-        negative = negative && number != ULONG_MAX;
+    if (rest->at - begin > SAFE_DIGITS && !boundedNumber(begin, rest->at, &number)) {
+        *value = ULONG_MAX;
+        return true;
     }
     *value = negative ? 0 - number : number;
     return true;

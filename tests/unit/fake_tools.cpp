@@ -79,8 +79,12 @@ void FakeTools::lends(const std::string &name) const {
 }
 
 void FakeTools::forbids(const std::string &name) const {
-    runs(name, "");
-    std::filesystem::permissions(folder + "/bin/" + name, std::filesystem::perms::owner_read);
+    // Its interpreter is a file that nobody may execute. A tool without the execute bit would not do: some shells
+    // look on for another one and answer 127.
+    writeFile(file("no-program"), "");
+    removes(name);
+    writeFile(folder + "/bin/" + name, "#!" + file("no-program") + "\n");
+    std::filesystem::permissions(folder + "/bin/" + name, std::filesystem::perms::owner_all);
 }
 
 void FakeTools::removes(const std::string &name) const {

@@ -22,9 +22,11 @@ long allocationCount() {
 
 #ifdef SANITIZER_OWNS_THE_HEAP
 
-#include <sanitizer/allocator_interface.h>
+// gcc installs the sanitizer's runtime without this header of its interface.
+extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*on_malloc)(const volatile void *, size_t),
+                                                         void (*on_free)(const volatile void *));
 
-static const int hooks_installed = __sanitizer_install_malloc_and_free_hooks(
+[[maybe_unused]] static const int hooks_installed = __sanitizer_install_malloc_and_free_hooks(
     [](const volatile void *, size_t) { ++allocations; }, [](const volatile void *) {});
 
 #else

@@ -16,7 +16,7 @@ namespace {
 // In all well below the 1023 characters at which the log cuts a message or a line.
 constexpr size_t COMMAND_SIZE = 480;
 constexpr size_t RESULT_SIZE = 300;
-constexpr size_t WHO_SIZE = 2 * USER_NAME_SIZE + COMMAND_SIZE + 64;
+constexpr size_t WHO_SIZE = USER_NAME_SIZE + USER_NAME_SIZE + COMMAND_SIZE + 64;
 
 constexpr int ENDING_SIGNALS[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
 

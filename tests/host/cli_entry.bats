@@ -166,18 +166,22 @@ $(result 'Command executed successfully.')" -- scan
     expect_text shells </dev/null
 }
 
+# as_user CMD ARGS...: runs it inside as a user without rights.
+as_user() {
+    cp "$(command -v chroot)" "$HOST/usr/bin/chroot"
+    in_host chroot --userspec=12345:12345 / "$@"
+}
+
 @test "another user than root is told so once, and query shows him what he may read" {
     ((EUID == 0)) || skip "only root can become another user here"
     make_host
     local everything
     everything=$(in_host dravik version)
-    run --separate-stderr chroot --userspec=12345:12345 "$HOST" /usr/bin/env -i PATH=/usr/sbin:/usr/bin \
-        LD_PRELOAD=/sim/preload.so dravik version
+    run --separate-stderr as_user dravik version
     same "$everything" "$output"
     same "dravik: not running as root: what needs root will fail" "$stderr"
     same 0 "$status"
-    run --separate-stderr chroot --userspec=12345:12345 "$HOST" /usr/bin/env -i PATH=/usr/sbin:/usr/bin \
-        LD_PRELOAD=/sim/preload.so dravik query
+    run --separate-stderr as_user dravik query
     same "$(in_host dravik query | grep -v vdisk_name)" "$(grep -v vdisk_name <<<"$output")"
     same "dravik: not running as root: what needs root will fail" "$stderr"
     same 0 "$status"

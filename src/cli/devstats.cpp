@@ -18,15 +18,11 @@
 
 namespace {
 
-struct FreeDravik {
-    void operator()(s_dravik *head) const {
-        freeDravik(head);
-    }
-};
+using DravikList = std::unique_ptr<s_dravik, decltype(&freeDravik)>;
 
 // Takes a topology with `ask`, which also tells the number of lines of the listing, and registers it.
 template <typename Ask> s_ecItems *registerTopology(Ask ask) {
-    const std::unique_ptr<s_dravik, FreeDravik> head(mallocDravik());
+    const DravikList head(mallocDravik(), freeDravik);
     if (head == nullptr) {
         return &EC_molloc_failed;
     }

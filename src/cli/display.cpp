@@ -156,15 +156,11 @@ void printPathTable(const s_dravik *device) {
 
 // ---- commands
 
-struct FreeDravik {
-    void operator()(s_dravik *head) const {
-        freeDravik(head);
-    }
-};
+using DravikList = std::unique_ptr<s_dravik, decltype(&freeDravik)>;
 
 // Takes a topology with `ask` and prints it.
 template <typename Ask> s_ecItems *showTopology(Ask ask) {
-    const std::unique_ptr<s_dravik, FreeDravik> head(mallocDravik());
+    const DravikList head(mallocDravik(), freeDravik);
     if (head == nullptr) {
         return &EC_molloc_failed;
     }

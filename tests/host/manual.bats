@@ -1,0 +1,246 @@
+#!/usr/bin/env bats
+# What an administrator reads, held against the program and against itself: command table, help texts, manual
+# pages, completion, operator guide.
+
+load helpers
+load completion
+
+# ---- what the program says
+
+# COMMANDS: those that the program lists, and the one that it accepts without listing it.
+setup() {
+    local list
+    list=$("$BUILD_DIR/dravik")
+    mapfile -t COMMANDS < <(tail -n +2 <<<"$list"; echo refresh)
+    same 19 "${#COMMANDS[@]}"
+}
+
+commands() { printf '%s\n' "${COMMANDS[@]}"; }
+
+parameters() { grep -oE '\{"-[a-z_]+"|, "-[a-z_]+"' "$REPO/src/cli/params.cpp" | grep -oE -- '-[a-z_]+' | sort -u; }
+
+# The result records, one a line, "..." for each word that is filled in:  0133 This device [...] does not exist.
+records() {
+    sed -n '/^#define EC_RECORDS/,/[^\\]$/p' "$REPO/src/common/result.h" | tr -d '\n' | awk '
+        {
+            n = split($0, record, / X\(/)
+            for (i = 2; i <= n; i++) {
+                text = ""
+                rest = record[i]
+                while (match(rest, /"([^"\\]|\\.)*"/)) {
+                    text = text substr(rest, RSTART + 1, RLENGTH - 2)
+                    rest = substr(rest, RSTART + RLENGTH)
+                }
+                gsub(/%s/, "...", text)
+                gsub(/\\"/, "\"", text)
+                printf "%04d %s\n", record[i], text
+            }
+        }'
+}
+
+# ---- what the texts say
+
+# section FILE NAME: the lines of one section of a help text, set in by four blanks, which are taken away.
+section() { awk -v name="$2" '/^[A-Z]/ { inside = index($0, name) == 1; next } inside' "$1" | sed 's/^    //'; }
+
+help_synopsis() { section "$REPO/help/$1.help" SYNOPSIS | flat; }
+
+# The synopsis of a command in dravik(8): the macros between its heading and the next paragraph. Of a macro that
+# alternates two fonts the words stand together.
+#     .BI \-wwid " WWID"
+man_synopsis() {
+    awk -v name="$1" '
+        /^\.SS/ { inside = $2 == name; next }
+        inside && /^\.P/ { exit }
+        inside {
+            join = length($1) == 3 ? "" : " "
+            rest = substr($0, length($1) + 2)
+            line = ""
+            while (match(rest, /"[^"]*"|[^ ]+/)) {
+                word = substr(rest, RSTART, RLENGTH)
+                gsub(/"/, "", word)
+                line = line (line == "" ? "" : join) word
+                rest = substr(rest, RSTART + RLENGTH)
+            }
+            print line
+        }' "$REPO/man/dravik.8" | sed 's/\\-/-/g' | flat
+}
+
+man_subsections() { awk '/^\.SH/ { inside = $2 == "COMMANDS" } inside && /^\.SS/ && NF == 2 { print $2 }' "$REPO/man/dravik.8"; }
+
+# ---- the tests
+
+@test "every command has a help text, and there is no other" {
+    same "$(commands | sort)" "$(cd "$REPO/help" && printf '%s\n' *.help | sed 's/\.help$//' | sort)"
+}
+
+@test "every command has a subsection of the manual page, in alphabetical order, and there is no other" {
+    same "$(commands | sort)" "$(man_subsections)"
+}
+
+@test "every command is completed, in the order of the program's list, and no other word but help" {
+    same "$(commands; echo help)" "$(completes dravik '')"
+}
+
+@test "a help text fits 80 columns, is plain ASCII without blanks at the ends of lines, and ends with a line" {
+    local file bad=''
+    for file in "$REPO"/help/*.help; do
+        bad+=$(LC_ALL=C awk 'length > 80 || /[^ -~]/ || / $/ { print FILENAME ": " $0 }' "$file")
+        same "" "$(tail -c 1 "$file" | tr -d '\n')"
+    done
+    same "" "$bad"
+}
+
+@test "a help text names the maker by the placeholder alone" {
+    run grep -il korvel "$REPO"/help/*.help
+    expect_output </dev/null
+    same 1 "$(grep -c 'Vendor: XXXXXX' "$REPO/help/version.help")"
+}
+
+@test "every help text has the same sections in the same order, and begins with its command's name" {
+    local name
+    for name in $(commands); do
+        same "NAME SYNOPSIS DESCRIPTION PARAMETERS OUTPUT EXAMPLE RESULTS" \
+            "$(grep -E '^[A-Z]' "$REPO/help/$name.help" | grep -v '^SEE ALSO' | awk '{ print $1 }' | flat)"
+        same "    $name - " "$(sed -n 2p "$REPO/help/$name.help" | grep -o '^    [a-z]* - ')"
+    done
+}
+
+@test "help text and manual page give a command the same synopsis" {
+    local name
+    for name in $(commands); do
+        same "$(help_synopsis "$name")" "$(man_synopsis "$name")"
+    done
+}
+
+@test "every parameter that the program knows is in a help text's synopsis, in its list of parameters, and in the manual page" {
+    local name
+    same "-alias -chooser -device_name -interval -nvme -path_alias -scsi -state -wwid" "$(parameters | flat)"
+    for name in $(parameters); do
+        for command in $(commands); do help_synopsis "$command"; done | grep -qF -- "$name" || same "$name in a synopsis" ""
+        for command in $(commands); do section "$REPO/help/$command.help" PARAMETERS; done | grep -q -- "^$name" ||
+            same "$name in PARAMETERS" ""
+        grep -qF -- "\\$name" "$REPO/man/dravik.8" || same "$name in dravik.8" ""
+    done
+}
+
+@test "the parameters of a synopsis are those that the help text lists and the completion offers" {
+    local name in_synopsis
+    for name in $(commands); do
+        in_synopsis=$(help_synopsis "$name" | grep -oE -- '-[a-z_]+' | sort | flat)
+        # The policies hold dashes too, but no synopsis names them.
+        same "$name: $in_synopsis" \
+            "$name: $(section "$REPO/help/$name.help" PARAMETERS | grep -oE -- '^-[a-z_]+' | sort | flat)"
+        same "$name: $in_synopsis" "$name: $(completes dravik "$name" - | grep -vx -- --help | sort | flat)"
+    done
+}
+
+@test "the policies and states that the program knows are those that the completion offers and the help text explains" {
+    local policies
+    policies=$(sed -n '/gChooserDisplayVals\[4\]/,/;/p' "$REPO/src/cli/params.cpp" | grep -oE '"[a-z-]+"' | tr -d '"')
+    same 3 "$(wc -l <<<"$policies" | flat)"
+    same "$policies" "$(completes dravik setpathpolicy -chooser '')"
+    same "$policies" "$(section "$REPO/help/setpathpolicy.help" PARAMETERS | grep -oE '^    [a-z-]+-extend' | tr -d ' ')"
+    same "$(sed -n 's/.*PATH_STATES.*= {\(.*\), ""};/\1/p' "$REPO/src/cli/params.cpp" | tr -d '",' | flat)" \
+        "$(completes dravik setstate -path_alias database -device_name sdb -state '' | flat)"
+}
+
+@test "every result that a help text lists is one of the program's, code and text as it prints them" {
+    local name known listed
+    known=$(records | sed 's/\([0-9]*\) /Error(\1): /')
+    same 52 "$(wc -l <<<"$known" | flat)"
+    for name in $(commands); do
+        # A result stands at the section's margin, its remedy deeper; a long one runs on at the margin.
+        listed=$(section "$REPO/help/$name.help" RESULTS | grep -E '^[A-Za-z]' | flat | sed 's/ Error(/\nError(/g' |
+            grep '^Error(' || true)
+        same "" "$(grep -vxF "$known" <<<"$listed" || true)"
+    done
+}
+
+@test "every result that a command can end in by its own checks is in its help text" {
+    # Said by the parameter checks and the tool, whoever is asked: the words that stand for it in the table of params.h.
+    local name
+    for name in $(commands); do
+        case $(help_synopsis "$name") in
+            "dravik $name") grep -qF 'Error(0105): Invalid command parameter [...].' "$REPO/help/$name.help" ;;
+            *-wwid* | *-path_alias*)
+                grep -qF 'Error(0103): Invalid command parameter name [...].' "$REPO/help/$name.help"
+                grep -qF 'Error(0108): Missing value for the parameter [...].' "$REPO/help/$name.help"
+                ;;
+        esac || same "$name" ""
+    done
+}
+
+@test "the operator guide has a row for every result, word for word, and no other" {
+    same "$(records | sed 's/^\([0-9]*\) \(.*\)/| \1 | \2 |/')" \
+        "$(grep -oE '^\| [0-9]{4} \| [^|]* \|' "$REPO/docs/operator-guide.md")"
+}
+
+@test "the operator guide explains every line of the change log" {
+    local line
+    # Of a line that tells of both, "created" and "deleted" are put in.
+    { cat "$REPO"/src/monitor/change_log.cpp "$REPO"/src/cli/path_policy.cpp | tr -d '\n' | sed 's/" *"//g' |
+        grep -oE '"The [^"]*(changed|properties)[^"]*"' | tr -d '"'; } >"$BATS_TEST_TMPDIR/formats"
+    same 9 "$(wc -l <"$BATS_TEST_TMPDIR/formats" | flat)"
+    while IFS= read -r line; do
+        if [[ $line == *' is %s,'* ]]; then
+            printf '%s\n' "${line/ is %s,/ is created,}" "${line/ is %s,/ is deleted,}"
+        else
+            printf '%s\n' "$line"
+        fi
+    done <"$BATS_TEST_TMPDIR/formats" | sed 's/%s/.../g' >"$BATS_TEST_TMPDIR/lines"
+    while IFS= read -r line; do
+        grep -qF -- "\`$line\`" "$REPO/docs/operator-guide.md" || same "$line" ""
+    done <"$BATS_TEST_TMPDIR/lines"
+}
+
+@test "every file below /dumps that programs and scripts name is described in dravik-files(5)" {
+    local name files
+    files=$({
+        grep -rhoE '/dumps/[a-z_.]+[a-z]' "$REPO/src" "$REPO/scripts" | sed 's,.*/,,'
+        grep -hoE '"(dravik_[a-z_]+\.log|data\.dravik)"' "$REPO"/src/common/log.cpp "$REPO"/src/monitor/cycle.cpp | tr -d '"'
+    } | sort -u)
+    # What the programs themselves write; what the scripts add is found by the same search.
+    for name in data.dravik dravik_cli.log dravik_cli_bk.log dravik_monitor.log dravik_monitor_bk.log \
+        storage_config.json; do
+        grep -qx "$name" <<<"$files" || same "$name" ""
+    done
+    for name in $files; do
+        grep -qE "(^\.S[HS]|^\.IR?) .*${name//./\\.}" "$REPO/man/dravik-files.5" || same "$name" ""
+    done
+}
+
+@test "the manual pages are clean" {
+    local page checked=''
+    for page in "$REPO"/man/*.[58]; do
+        if type -P mandoc >/dev/null; then
+            same "" "$(mandoc -T lint "$page" 2>&1)"
+            checked=1
+        fi
+        if type -P groff >/dev/null; then
+            same "" "$(groff -t -man -ww -z "$page" 2>&1)"
+            checked=1
+        fi
+    done
+    [[ $checked ]] || skip "neither mandoc nor groff is here"
+}
+
+@test "folders of the source include downwards only, as docs/architecture.md has it" {
+    local -A may=([common]=common [struct]='common|struct' [array]='common|array' [stats]='common|stats'
+        [cli]='common|struct|array|stats|cli' [monitor]='common|struct|cli|monitor')
+    local folder bad=''
+    same "$(printf '%s\n' "${!may[@]}" | sort)" "$(cd "$REPO/src" && printf '%s\n' */ | tr -d / | sort)"
+    for folder in "${!may[@]}"; do
+        bad+=$(grep -rnE '#include "' "$REPO/src/$folder" | grep -vE "#include \"(${may[$folder]})/" || true)
+    done
+    same "" "$bad"
+    same '#include "cli/topology.h"' "$(grep -rhE '#include "cli/' "$REPO/src/monitor" | sort -u)"
+}
+
+@test "every file of the house that a document names is there" {
+    local file missing=''
+    while IFS= read -r file; do
+        [[ -e $REPO/$file || -e $REPO/src/$file ]] || missing+="$file "
+    done < <(tr '`' '\n' <"$REPO/docs/architecture.md" | grep -xE '[a-z_]+/[a-z_/.-]+\.[a-z]+' | sort -u)
+    same "" "$missing"
+}

@@ -116,10 +116,12 @@ man_subsections() { awk '/^\.SH/ { inside = $2 == "COMMANDS" } inside && /^\.SS/
 @test "every parameter that the program knows is in a help text's synopsis, in its list of parameters, and in the manual page" {
     local name
     same "-alias -chooser -device_name -interval -nvme -path_alias -scsi -state -wwid" "$(parameters | flat)"
+    local synopses lists
+    synopses=$(for name in $(commands); do help_synopsis "$name"; echo; done)
+    lists=$(for name in $(commands); do section "$REPO/help/$name.help" PARAMETERS; done)
     for name in $(parameters); do
-        for command in $(commands); do help_synopsis "$command"; done | grep -qF -- "$name" || same "$name in a synopsis" ""
-        for command in $(commands); do section "$REPO/help/$command.help" PARAMETERS; done | grep -q -- "^$name" ||
-            same "$name in PARAMETERS" ""
+        grep -qE -- "$name\b" <<<"$synopses" || same "$name in a synopsis" ""
+        grep -q -- "^$name" <<<"$lists" || same "$name in PARAMETERS" ""
         grep -qF -- "\\$name" "$REPO/man/dravik.8" || same "$name in dravik.8" ""
     done
 }

@@ -2,15 +2,15 @@
 # Gives devices their user-friendly names: the aliases in the "multipaths" section of /etc/velomux.conf.
 # usage: alias.sh set WWID ALIAS | alias.sh del WWID | alias.sh query
 # Promises:
-# - set: afterwards WWID has ALIAS, instead of another one it had before. The section and the entry are created
-#   where they are missing.
+# - set: afterwards WWID has ALIAS, instead of another one it had before. The section and the entry are
+#   created where they are missing.
 # - del: afterwards WWID has no alias; an entry that held nothing but WWID and alias goes with it.
 # - query: one line per alias in the file's order: WWID, one blank, alias.
 # - On failure of set and del the first character printed is a status digit, which is also the exit status:
 #       4  WWID has this very alias already     5  the alias belongs to another WWID     7  WWID has no alias
 #   Any other failure begins with the script's name and exits with 1, or with 2 for wrong arguments.
-# - WWIDs and aliases are compared as strings. Other entries, other settings and remarks stay byte for byte; the file
-#   changes at once or not at all.
+# - WWIDs and aliases are compared as strings. Other entries, other settings and remarks stay byte for byte;
+#   the file changes at once or not at all.
 # - The stack is told of a change (velomux -r). When that fails the change stays, and a line says so.
 set -euo pipefail
 LIB=$(dirname -- "${BASH_SOURCE[0]}")/lib
@@ -26,7 +26,7 @@ set_alias() {
     local wwid=$1 alias=$2 status=0
     is_wwid "$wwid" || bad_argument "WWID may hold letters, digits and . _ : - only"
     [[ $alias == "$wwid" ]] || [[ ${#alias} -le 60 && $alias =~ ^[A-Za-z][A-Za-z0-9_.-]*$ ]] ||
-        bad_argument "ALIAS must be the WWID, or begin with a letter and hold at most 60 letters, digits and _ . -"
+        bad_argument "ALIAS must be the WWID, or a letter and up to 59 letters, digits and _ . -"
     open_conf
     alias_set "$wwid" "$alias" || status=$?
     case $status in

@@ -2,10 +2,11 @@
 # Writes the product's device blocks into /etc/velomux.conf, or refreshes them.
 # usage: g2mpiocfg.sh
 # Promises:
-# - On RHEL, CentOS, Oracle Linux and SLES only; elsewhere it prints "distribute type is not supported" and fails.
-# - The blocks of the maker's SCSI arrays and of the HUAWEI and HITACHI arrays are there afterwards, between their
-#   marker lines; that of the maker's NVMe arrays where the system can do NVMe over Fabrics, and elsewhere it is
-#   neither added nor touched.
+# - On RHEL, CentOS, Oracle Linux and SLES only; elsewhere it prints "distribute type is not supported" and
+#   fails.
+# - The blocks of the maker's SCSI arrays and of the HUAWEI and HITACHI arrays are there afterwards, between
+#   their marker lines; that of the maker's NVMe arrays where the system can do NVMe over Fabrics, and
+#   elsewhere it is neither added nor touched.
 # - A path policy that was set before stays. Everything outside the blocks stays byte for byte.
 # - A missing file is created. A second run changes no byte, and does not even write.
 # - A file whose sections or blocks do not close is left as it is, with a message that names the line.

@@ -60,7 +60,7 @@ is_wwid() {
     [[ ${#1} -le 255 && $1 =~ ^[A-Za-z0-9._:][A-Za-z0-9._:-]*$ ]]
 }
 
-# is_kernel_name WORD: the name of a block device as the kernel gives it (sdb, nvme0n1): no slash, no leading dot.
+# is_kernel_name WORD: a block device's name as the kernel gives it (sdb, nvme0n1): no slash, no leading dot.
 is_kernel_name() {
     [[ ${#1} -le 64 && $1 =~ ^[A-Za-z0-9][A-Za-z0-9._:!-]*$ ]]
 }

@@ -1,12 +1,12 @@
 # shellcheck shell=bash
-# Finding, setting and removing the alias of a WWID in the "multipaths" section of a loaded configuration text.
+# Finding, setting and removing the alias of a WWID in the "multipaths" section of the configuration.
 #
-# An entry is a "multipath" section right inside a "multipaths" section; its WWID and alias may be quoted. WWIDs and
-# aliases are compared as strings, never as patterns. Needs conf_edit.sh.
+# An entry is a "multipath" section right inside a "multipaths" section; its WWID and alias may be quoted.
+# WWIDs and aliases are compared as strings, never as patterns. Needs conf_edit.sh.
 
 readonly CONF_ALIAS_AWK='
-# Entries 1..entries: wwid[e]; its place wwid_line, wwid_key, wwid_value, wwid_end, wwid_alone; the place of the whole
-# entry head_line, head_at, tail_line, tail_at; busy[e]: it holds more than WWID and alias.
+# Entries 1..entries: wwid[e]; its place wwid_line, wwid_key, wwid_value, wwid_end, wwid_alone; the place of
+# the whole entry head_line, head_at, tail_line, tail_at; busy[e]: it holds more than WWID and alias.
 # Aliases 1..aliases: alias[a] of entry of[a] at alias_line, alias_key, alias_value, alias_end.
 # The last multipaths section is closed at close_line, close_at.
 function on_open(nr, i) {
@@ -53,8 +53,8 @@ function on_setting(nr, k, v) {
     } else busy[inside] = 1
 }
 
-# A remark or a lone word in a line that an entry has part in belongs to the administrator: such an entry is never
-# removed whole.
+# A remark or a lone word in a line that an entry has part in belongs to the administrator: such an entry is
+# never removed whole.
 function on_line(nr, stray) {
     if (remark && left) busy[left] = 1
     if (inside && (remark || stray)) busy[inside] = 1

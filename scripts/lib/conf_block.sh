@@ -5,7 +5,7 @@
 # program's mkconfig command appends begins with a marker's text and goes on: it is no marker.
 # Needs conf_edit.sh and device_blocks.sh; every function works on the block that block_select chose.
 
-# The program's fallback where no selector was ever chosen, spelt as it spells it. No kernel has a selector of this name.
+# The program's fallback where no selector was ever chosen, as it spells it. No kernel has such a selector.
 readonly MISSPELT_SELECTOR=rount-robin
 
 readonly CONF_BLOCK_AWK='
@@ -128,9 +128,9 @@ block_awk() {
         "$2" "$CONF_BLOCK_AWK"
 }
 
-# block_policy query|peek: fills POLICY_GROUP and POLICY_SELECTOR (empty where the block does not say) from the first block.
-# Returns 0, or 4 when there is no block. A broken block ends the script with a message; "peek" takes a block
-# without group chooser markers for one that says nothing.
+# block_policy query|peek: fills POLICY_GROUP and POLICY_SELECTOR (empty where the block does not say) from
+# the first block. Returns 0, or 4 when there is no block. A broken block ends the script with a message;
+# "peek" takes a block without group chooser markers for one that says nothing.
 block_policy() {
     local output status=0
     POLICY_GROUP='' POLICY_SELECTOR=''
@@ -146,12 +146,14 @@ block_policy() {
     return "$status"
 }
 
-# block_set_policy GROUP SELECTOR: changes the policy in every block of the selected kind. Returns 0, or 4 when there is none.
+# block_set_policy GROUP SELECTOR: changes the policy in every block of the selected kind. Returns 0, or 4
+# when there is none.
 block_set_policy() {
     GROUP=$1 SELECTOR=$2 block_awk set conf_transform
 }
 
-# block_refresh GROUP SELECTOR: writes the selected block anew where it stands, or behind the text where it is missing.
+# block_refresh GROUP SELECTOR: writes the selected block anew where it stands, or behind the text where it is
+# missing.
 block_refresh() {
     BLOCK_TEXT=$(block_text "$1" "$2" && printf x)
     BLOCK_TEXT=${BLOCK_TEXT%x} block_awk refresh conf_transform

@@ -1,9 +1,9 @@
 # shellcheck shell=bash
-# Reading and changing the stack's configuration file: under one lock, checked before and after, replaced at once.
+# Reading and changing the stack's configuration file: under one lock, checked, replaced at once.
 #
-# The way of a change: conf_lock, conf_load FILE, conf_check; conf_transform PROGRAM as often as needed; conf_store.
-# Whatever a program does not touch stays byte for byte, line ends and a missing last line feed included.
-# Needs base.sh, lock.sh, replace_file.sh and conf_scan.sh.
+# The way of a change: conf_lock, conf_load FILE, conf_check; conf_transform PROGRAM as often as needed;
+# conf_store. Whatever a program does not touch stays byte for byte, line ends and a missing last line feed
+# included. Needs base.sh, lock.sh, replace_file.sh and conf_scan.sh.
 
 readonly CONF_MAX_BYTES=$((16 << 20))
 CONF_FILE='' CONF_TEXT='' CONF_OLD_TEXT='' CONF_EXISTS=''
@@ -13,8 +13,8 @@ conf_lock() {
     lock_take velomux.conf 30
 }
 
-# conf_load FILE: fills CONF_FILE (FILE with its symbolic links followed, so that a link stays a link), CONF_TEXT and
-# CONF_EXISTS (1 or empty: a missing file reads as an empty text).
+# conf_load FILE: fills CONF_FILE (FILE with its symbolic links followed, so that a link stays a link),
+# CONF_TEXT and CONF_EXISTS (1 or empty: a missing file reads as an empty text).
 conf_load() {
     CONF_FILE=$(readlink -f -- "$1") || fail "$1 leads nowhere"
     CONF_TEXT='' CONF_EXISTS=''
@@ -38,8 +38,8 @@ conf_check() {
         fail "$CONF_FILE cannot be edited: ${message:-awk failed}; it is left as it is"
 }
 
-# conf_transform PROGRAM: CONF_TEXT becomes what the program prints. Returns the program's status, CONF_TEXT unchanged
-# when that is not 0; status 3 (broken text) and awk's own failures end the script with a message.
+# conf_transform PROGRAM: CONF_TEXT becomes what the program prints. Returns the program's status, CONF_TEXT
+# unchanged when that is not 0; status 3 (broken text) and awk's own failures end the script with a message.
 conf_transform() {
     local output status=0
     output=$(conf_awk "$1" && printf x) || status=$?
@@ -59,7 +59,8 @@ conf_changed() {
     [ "$CONF_TEXT" != "$CONF_OLD_TEXT" ] || [[ -z $CONF_EXISTS ]]
 }
 
-# conf_store: makes CONF_TEXT the file's text, or ends the script with the file unchanged. An unchanged text writes nothing.
+# conf_store: makes CONF_TEXT the file's text, or ends the script with the file unchanged. An unchanged text
+# writes nothing.
 conf_store() {
     conf_changed || return 0
     conf_check

@@ -14,17 +14,17 @@
 # line where it began. The word before an opening brace names the section, be it on the brace's line or above.
 # Every other word is a keyword, and the word or string after it in the same line is its value.
 #
-# Use: printf '%s\n' "$text" | awk "$CONF_SCAN_AWK$PROGRAM". The added line feed makes the input's lines exactly
-# the pieces between the text's line feeds, so the last one is empty when the text ends in a line feed.
-# PROGRAM has an END rule; when it calls walk_all() it defines the hooks
+# Use: printf '%s\n' "$text" | awk "$CONF_SCAN_AWK$PROGRAM". The added line feed makes the input's lines
+# exactly the pieces between the text's line feeds, so the last one is empty when the text ends in a line
+# feed. PROGRAM has an END rule; when it calls walk_all() it defines the hooks
 #     on_open(nr, i)         section[depth] was just opened, its name stands at name_line, name_at
 #     on_close(nr, i)        section[depth] is about to be closed
 #     on_setting(nr, k, v)   token k is a keyword and token v its value
 #     on_line(nr, stray)     the line is done; stray: it ended with a keyword that has no value
 # It changes L[1..NR] and gone[nr] and ends with print_all(), which prints the text and the one line feed.
 # broken() prints its one message instead of a text and ends with status 3.
-# Only what every awk has is used: no gawk extensions, no interval expressions, no printf of long texts; and all
-# is printed after the whole input was read, so that the writer never meets a closed pipe.
+# Only what every awk has is used: no gawk extensions, no interval expressions, no printf of long texts; and
+# all is printed after the whole input was read, so that the writer never meets a closed pipe.
 
 # shellcheck disable=SC2016  # the dollar is awk's
 readonly CONF_SCAN_AWK='

@@ -11,8 +11,9 @@ block_select() {
     BLOCK_END="#$1 config end"
     BLOCK_CHOOSER_BEGIN="##      $1 group chooser begin"
     BLOCK_CHOOSER_END="##      $1 group chooser end"
-    # The arrays serve a volume actively through one controller and keep the other standing by: paths are grouped by the
-    # state that the array reports (asymmetric access of the SPC-4 standard, or of the NVMe Base standard).
+    # The arrays serve a volume actively through one controller and keep the other standing by: paths are
+    # grouped by the state that the array reports (asymmetric access of the SPC-4 standard, or of the NVMe
+    # Base standard).
     BLOCK_GROUP=group_by_prio
     BLOCK_SELECTOR=round-robin
     BLOCK_PRIO=alua

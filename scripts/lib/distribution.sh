@@ -1,8 +1,9 @@
 # shellcheck shell=bash
 # Which distribution this host runs, and what follows from it.
 #
-# os_name gives the text that the program finds the distribution by, made by the same rules from the same files,
-# so that scripts and program always agree. It is the raw material of the release files, not a tidy name.
+# os_name gives the text that the program finds the distribution by, made by the same rules from the same
+# files, so that scripts and program always agree. It is the raw material of the release files, not a tidy
+# name.
 
 # os_name: fills OS_NAME; "Unknown Linux" where no file tells.
 os_name() {
@@ -19,7 +20,7 @@ take_line() {
 }
 
 # CentOS Linux release 7.9.2009 (Core)  gives  "CentOS Linux 7.9.2009 "
-# Oracle Linux Server release 7.9       gives  "Oracle Linux Server 7."  (no parenthesis: one character is lost)
+# Oracle Linux Server release 7.9       gives  "Oracle Linux Server 7."  (without a parenthesis the 9 is lost)
 os_name_from_redhat() {
     local file=/etc/redhat-release i name=
     [[ ! -r /etc/oracle-release ]] || file=/etc/oracle-release
@@ -82,7 +83,8 @@ without_parenthesis() {
 }
 
 # nvme_capable: whether OS_NAME is a system that can do NVMe over Fabrics, by the same comparisons, byte by
-# byte, as the program makes. The last rule leaves out the named release itself although the others take theirs in.
+# byte, as the program makes. The last rule leaves out the named release itself although the others take
+# theirs in.
 nvme_capable() {
     case $OS_NAME in
         *Red*Server* | *Server*Red*) [[ ! $OS_NAME < "Red Hat Enterprise Linux Server 8.0" ]] ;;
@@ -94,8 +96,8 @@ nvme_capable() {
     esac
 }
 
-# supported_distribution: whether this is RHEL, CentOS, Oracle Linux or SLES. The vendors' own release files decide;
-# os-release, which relatives of these systems fill in many ways, only where there is none.
+# supported_distribution: whether this is RHEL, CentOS, Oracle Linux or SLES. The vendors' own release files
+# decide; os-release, which relatives of these systems fill in many ways, only where there is none.
 supported_distribution() {
     local id
     if [[ -r /etc/oracle-release ]]; then

@@ -3,8 +3,8 @@
 #
 # Lock file: LOCK_DIR/dravik-SUBJECT.lock, made when missing and never removed (removing a lock file that
 # others wait on would hand the lock to two of them). The kernel gives the lock back when its holder dies.
-# Where the host has no flock command the lock is a symbolic link dravik-SUBJECT.pid whose text is the holder's process
-# id; the link of a holder that is gone is cleared away by the next to come.
+# Where the host has no flock command the lock is a symbolic link dravik-SUBJECT.pid whose text is the
+# holder's process id; the link of a holder that is gone is cleared away by the next to come.
 
 LOCK_DIRS=(/run/lock /var/lock)
 LOCK_LINK=''
@@ -16,7 +16,7 @@ lock_take() {
     for dir in "${LOCK_DIRS[@]}"; do
         [[ -d $dir && -w $dir ]] && break
     done
-    [[ -d $dir ]] || mkdir -p -- "$dir" || fail "no folder for the lock file: none of ${LOCK_DIRS[*]} can be used"
+    [[ -d $dir ]] || mkdir -p -- "$dir" || fail "none of ${LOCK_DIRS[*]} can hold the lock file"
     if have_tool flock; then
         lock_by_flock "$dir/dravik-$1.lock" "$2"
     else
@@ -45,13 +45,13 @@ lock_by_flock() {
     # Appending neither empties nor changes whatever is there.
     exec 9>>"$file" || fail "cannot open the lock file $file"
     umask "$mask"
-    flock -w "$seconds" 9 || fail "$file is still held by another process after $seconds seconds; try again later"
+    flock -w "$seconds" 9 || fail "another process holds $file for $seconds seconds and more; try again later"
 }
 
 lock_by_link() {
     local link=$1 seconds=$2 holder tries
     for ((tries = 0; tries <= seconds * 5; tries++)); do
-        # Making a symbolic link either succeeds whole or finds one there: the file system decides who is first.
+        # Making a symbolic link succeeds whole or finds one there: the file system decides who is first.
         if ln -s "$$" "$link" 2>/dev/null; then
             LOCK_LINK=$link
             trap lock_release EXIT
@@ -61,7 +61,7 @@ lock_by_link() {
         sleep 0.2
     done
     holder=$(readlink -- "$link") || holder=unknown
-    fail "$link is still held by process $holder after $seconds seconds; remove it if that process is none of ours"
+    fail "process $holder holds $link for $seconds seconds and more; remove it if that is none of ours"
 }
 
 # Takes away the link of a holder that is gone. Only under a guard: without it two processes that both read

@@ -1,18 +1,19 @@
 # shellcheck shell=bash
 # The one body of the four policy scripts; each of them is this with its block's name.
 #
-#   query               prints the path grouping policy and the selector (without its trailing 0) on two lines;
-#                       an empty line where the block does not say; nothing, and success, when there is no block.
-#   set GROUP SELECTOR  writes both into the block. Prints "No configuration" and fails when there is no block.
+#   query               prints the path grouping policy and the selector (without its trailing 0) on two
+#                       lines, empty where the block does not say. No block: prints nothing and succeeds.
+#   set GROUP SELECTOR  writes both into the block. No block: prints "No configuration" and fails.
 #
 # GROUP is failover, multibus, group_by_serial, group_by_prio or group_by_node_name; SELECTOR is round-robin,
-# queue-length or service-time. Any other word is a wrong argument. The program's own fallback for a host on which no
-# selector was ever chosen is misspelt, "rount-robin": where there is no block it gets the answer
-# "No configuration" like every other word, which tells the user what to do; where there is one it is refused,
-# for a map with that selector could not be loaded.
-# A broken block (a marker without its partner), or for "set" a file whose sections do not close, is
-# complained about and nothing is changed. The program takes the text "No configuration" for its one meaning, so no
-# other message may hold it.
+# queue-length or service-time. Any other word is a wrong argument. The program's own fallback for a host on
+# which no selector was ever chosen is misspelt, "rount-robin": where there is no block it gets the answer "No
+# configuration" like every other word, which tells the user what to do; where there is one it is refused, for
+# a map with that selector could not be loaded.
+#
+# A broken block (a marker without its partner), or for "set" a file whose sections do not close, is complained
+# about and nothing is changed. The program takes the text "No configuration" for its one meaning, so no other
+# message may hold it.
 #
 # Exit status: 0, 1 failed, 2 wrong arguments.
 

@@ -2,8 +2,8 @@
 # Replacing a file so that whoever opens it at any instant, even after a kill or a power cut, finds the whole
 # old text or the whole new one.
 
-# read_whole FILE MAX_BYTES: puts the file's text into WHOLE_TEXT, byte for byte. Fails with a message when the
-# file cannot be read, is larger than MAX_BYTES, or holds NUL bytes (which a shell cannot carry).
+# read_whole FILE MAX_BYTES: puts the file's text into WHOLE_TEXT, byte for byte. Fails with a message when
+# the file cannot be read, is larger than MAX_BYTES, or holds NUL bytes (which a shell cannot carry).
 read_whole() {
     local file=$1 max=$2 size
     [[ -f $file ]] || fail "$file is no regular file"
@@ -24,10 +24,10 @@ holds_text() {
     [ "$text" = "$2x" ]
 }
 
-# replace_file FILE TEXT MODE: gives FILE the new TEXT. An existing file keeps its mode, owner, access lists and security
-# label; a new one gets MODE. The new text is written to a hidden file beside FILE (one fixed name, so
-# that a kill leaves at most one, which the next call overwrites), read back, brought to the disk and renamed.
-# FILE must be no symbolic link (the link would be replaced, not its target). On failure FILE is
+# replace_file FILE TEXT MODE: gives FILE the new TEXT. An existing file keeps its mode, owner, access lists
+# and security label; a new one gets MODE. The new text is written to a hidden file beside FILE (one fixed
+# name, so that a kill leaves at most one, which the next call overwrites), read back, brought to the disk and
+# renamed. FILE must be no symbolic link (the link would be replaced, not its target). On failure FILE is
 # unchanged, the hidden file is gone, and the script ends with a message. The caller holds a lock.
 replace_file() {
     local file=$1 text=$2 mode=$3

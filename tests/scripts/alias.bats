@@ -284,7 +284,7 @@ E
     run script alias query
     answers 0 "$A $A"
     run script alias set "$B" "$A"
-    answers 2 "alias.sh: ALIAS must be the WWID, or begin with a letter and hold at most 60 letters, digits and _ . -
+    answers 2 "alias.sh: ALIAS must be the WWID, or a letter and up to 59 letters, digits and _ . -
 usage: alias.sh set WWID ALIAS | alias.sh del WWID | alias.sh query"
 }
 

@@ -2,8 +2,8 @@
 # An edit that is killed at any of its system calls leaves the old file or the new one, and never a lock.
 #
 # strace delivers SIGKILL at the entry of a system call, named by its kind and its number among that kind. The
-# shell is killed at every call from the taking of the lock to its end; then each tool that it runs, at every call
-# of its own. KILL_EVERY=20 takes every twentieth call only, for a quick look.
+# shell is killed at every call from the taking of the lock to its end; then each tool that it runs, at every
+# call of its own. KILL_EVERY=20 takes every twentieth call only, for a quick look.
 
 load helpers
 

@@ -1,7 +1,7 @@
 # A small root of its own for each test: bash, the text tools, the scripts, and nothing else of this machine.
 #
-# setup_file calls make_base once; setup calls make_root, which fills ROOT with hard links to the base's tools and
-# with /etc, /run/lock and so on of its own. "inside CMD" runs CMD there with an empty environment.
+# setup_file calls make_base once; setup calls make_root, which fills ROOT with hard links to the base's tools
+# and with /etc, /run/lock and so on of its own. "inside CMD" runs CMD there with an empty environment.
 
 SCRIPTS_SOURCE=$(cd "${BASH_SOURCE[0]%/*}/../../scripts" && pwd)
 CONF=/etc/velomux.conf

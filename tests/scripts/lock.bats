@@ -28,7 +28,7 @@ without_flock() { rm "$ROOT/usr/bin/flock"; }
 @test "waiting for the lock ends with a message" {
     hold_lock
     run with_lock 1 'echo got it'
-    answers 1 "script: /run/lock/dravik-test.lock is still held by another process after 1 seconds; try again later"
+    answers 1 "script: another process holds /run/lock/dravik-test.lock for 1 seconds and more; try again later"
     release_lock
 }
 
@@ -71,7 +71,7 @@ without_flock() { rm "$ROOT/usr/bin/flock"; }
     without_flock
     hold_lock
     run with_lock 1 'echo got it'
-    answers 1 "script: /run/lock/dravik-test.pid is still held by process $(<"$ROOT/tmp/holder") after 1 seconds; remove it if that process is none of ours"
+    answers 1 "script: process $(<"$ROOT/tmp/holder") holds /run/lock/dravik-test.pid for 1 seconds and more; remove it if that is none of ours"
     release_lock
     run with_lock 1 'echo got it'
     answers 0 "got it"

@@ -3,38 +3,32 @@
 # setup_file calls make_base once; setup calls make_root, which fills ROOT with hard links to the base's tools
 # and with /etc, /run/lock and so on of its own. "inside CMD" runs CMD there with an empty environment.
 
-SCRIPTS_SOURCE=$(cd "${BASH_SOURCE[0]%/*}/../../scripts" && pwd)
+REPO=$(cd "${BASH_SOURCE[0]%/*}/../.." && pwd)
+SCRIPTS_SOURCE=$REPO/scripts
 CONF=/etc/velomux.conf
-TOOLS="bash cat chmod cp cut date dd dirname env grep head ln ls mkdir mv printf readlink rm rmdir sed sleep sort
-    stat sync tail timeout touch tr true uname wc flock"
+# shellcheck source=../../simhost/lib/base.sh
+. "$REPO/simhost/lib/base.sh"
+# shellcheck disable=SC2034 # makeBase reads it
+# What a script may rely on, and nothing more: coreutils, grep, sed, awk and flock.
+BASE_TOOLS=(awk bash cat chmod cp cut date dd dirname env flock grep head ln ls mkdir mv printf readlink rm rmdir
+    sed sleep sort stat sync tail timeout touch tr true uname wc)
 
-# copy_program PROGRAM BASE [NAME]: one program and the shared libraries that it loads.
+# copy_program PROGRAM ROOT [NAME]: one program of this machine, with the libraries that it loads.
 copy_program() {
-    local program library
-    program=$(readlink -f "$(type -P "$1")") || return 1
-    cp "$program" "$2/usr/bin/${3:-$1}"
-    for library in $(ldd "$program" 2>/dev/null | grep -o '/[^ )]*'); do
-        mkdir -p "$2${library%/*}"
-        [[ -e $2$library ]] || cp -L "$library" "$2$library"
-    done
+    cp -L "$(type -P "$1")" "$2/usr/bin/${3:-$1}"
+    addLibraries "$2" "$2/usr/bin/${3:-$1}"
 }
 
 make_base() {
-    local tool
     ((EUID == 0)) || skip "a root of one's own needs chroot, and that needs root"
-    BASE=$BATS_FILE_TMPDIR/base
-    mkdir -p "$BASE/usr/bin"
-    for tool in $TOOLS; do copy_program "$tool" "$BASE"; done
-    copy_program "${AWK_UNDER_TEST:-mawk}" "$BASE" awk
-    ln -s bash "$BASE/usr/bin/sh"
-    export BASE
+    export BASE=$BATS_FILE_TMPDIR/base
+    makeBase "$BASE"
 }
 
 make_root() {
     ROOT=$BATS_TEST_TMPDIR/root
     cp -al "$BASE" "$ROOT"
-    mkdir -p "$ROOT"/{etc,tmp,dumps,dev/disk/by-path,sys/block,run/lock,var/lock,usr/sbin}
-    [[ -e $ROOT/bin ]] || ln -s usr/bin "$ROOT/bin"
+    mkdir -p "$ROOT"/{etc,dev,run/lock,var/lock}
     cp -r "$SCRIPTS_SOURCE" "$ROOT/usr/bin/dravik-script"
     mknod -m 666 "$ROOT/dev/null" c 1 3 2>/dev/null || : >"$ROOT/dev/null"
 }

@@ -11,6 +11,10 @@ record() { cat "$HOST$RECORD"; }
 daemon_calls() { calls | grep '^dravikd' || true; }
 
 FC=pci-0000:05:00.0-fc-0x20d0000b5d6a1010-lun-1
+VOLUME=naa.600b5d60001a2b3c0000000000000001
+
+# wwid_of FOLDER: the WWID that the kernel gives there.
+wwid_of() { cat "$HOST/sys/block/$1/wwid"; }
 
 # The links that lead to NAME and OTHER change places, as after a renumbering.
 swap_links() {
@@ -32,14 +36,16 @@ swap_links() {
     sdm=$(find "$HOST/dev/disk/by-path" -lname ../../sdm -printf %f)
     [[ $sdf == pci-*-fc-* && $sdm == pci-*-scsi-* ]]
     fc_port=$(sed 's/.*:pn-\(0x[0-9a-f]*\),.*/\1/' "$HOST/sys/block/nvme0n1/device/address")
+    fc_key=traddr=nn-0x20d0000b5d6a2000:pn-$fc_port
+    fc_key+=,host_traddr=nn-0x20000024ff5d6a10:pn-0x21000024ff5d6a10,nsid=1
     rdma=$(sed 's/traddr=\([0-9.]*\),.*/\1/' "$HOST/sys/block/nvme8n1/device/address")
     expect_text record <<END
-scsi $FC - sdb
-scsi $sdf - sdf
-scsi ip-192.168.1.10:3260-iscsi-iqn.2010-06.com.korvel:qvx.6a10-lun-1 - sdj
-scsi $sdm - sdm
-nvme traddr=nn-0x20d0000b5d6a2000:pn-$fc_port,host_traddr=nn-0x20000024ff5d6a10:pn-0x21000024ff5d6a10,nsid=1 - nvme0n1
-nvme traddr=$rdma,trsvcid=4420,nsid=1 - nvme8n1
+scsi $FC $VOLUME sdb
+scsi $sdf $(wwid_of sdf/device) sdf
+scsi ip-192.168.1.10:3260-iscsi-iqn.2010-06.com.korvel:qvx.6a10-lun-1 $(wwid_of sdj/device) sdj
+scsi $sdm $(wwid_of sdm/device) sdm
+nvme $fc_key $(wwid_of nvme0n1) nvme0n1
+nvme traddr=$rdma,trsvcid=4420,nsid=1 $(wwid_of nvme8n1) nvme8n1
 END
     same 600 "$(stat -c %a "$HOST$RECORD")"
 }
@@ -57,10 +63,18 @@ END
     script path_state_record add sdb
     same "$before" "$(stat -c %i "$HOST$RECORD")"
     script path_state_record del sdb
-    expect_text record <<<"scsi pci-0000:05:00.1-fc-0x20d0000b5d6a1020-lun-1 - sdc"
+    expect_text record <<<"scsi pci-0000:05:00.1-fc-0x20d0000b5d6a1020-lun-1 $VOLUME sdc"
     script path_state_record del sdb
     script path_state_record del sdc
     expect_text record </dev/null
+}
+
+@test "a kernel that does not tell the WWID is no hindrance" {
+    rm "$HOST/sys/block/sdb/device/wwid"
+    script path_state_record add sdb
+    expect_text record <<<"scsi $FC - sdb"
+    run script run_all_offline_path
+    answers 0 "sdb: online again"
 }
 
 @test "twelve calls at once lose nothing" {
@@ -73,7 +87,7 @@ END
 }
 
 @test "a path without by-path link is recorded by its address, together with its WWID only" {
-    rm "$HOST"/dev/disk/by-path/*
+    rm "$HOST"/dev/disk/by-path/* "$HOST/sys/block/sdb/device/wwid"
     run script path_state_record add sdb
     answers 1 "path_state_record.sh: sdb: no path of this name has an address that outlives a renumbering"
     mkdir -p "$HOST/sys/devices/1:0:0:1/block/sdb" "$HOST/sys/bus/scsi"
@@ -163,8 +177,8 @@ nvme1n1: online again"
 sdc: the daemon could not bring it back; it stays recorded
 sdd: online again"
     expect_text record <<END
-scsi $FC - sdb
-scsi pci-0000:05:00.1-fc-0x20d0000b5d6a1020-lun-1 - sdc
+scsi $FC $VOLUME sdb
+scsi pci-0000:05:00.1-fc-0x20d0000b5d6a1020-lun-1 $VOLUME sdc
 END
 }
 

@@ -22,5 +22,4 @@ install(FILES completion/dravik.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-c
 install(FILES systemd/dravik-monitor.service DESTINATION lib/systemd/system)
 # Always there: systemd passes over it in favour of the unit of the same name.
 install(PROGRAMS packaging/dravik-monitor.init DESTINATION /etc/init.d RENAME dravik-monitor)
-install(FILES README.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
-install(FILES docs/operator-guide.md DESTINATION ${CMAKE_INSTALL_DOCDIR} OPTIONAL)
+install(FILES README.md docs/operator-guide.md DESTINATION ${CMAKE_INSTALL_DOCDIR})

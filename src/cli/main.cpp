@@ -19,8 +19,8 @@
 #include "cli/dispatch.h"
 #include "cli/params.h"
 #include "cli/rescan.h"
-#include "cli/startup.h"
 #include "cli/tool_checks.h"
+#include "common/startup.h"
 
 namespace {
 

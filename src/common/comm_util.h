@@ -1,4 +1,4 @@
-// The face of `common/`: text, logging, result records, running commands, the distribution's name.
+// The face of `common/`: text, logging, result records, running commands, a program's first steps, the distribution's name.
 #pragma once
 
 #include "common/capture.h"      // IWYU pragma: export
@@ -6,6 +6,7 @@
 #include "common/os_name.h"      // IWYU pragma: export
 #include "common/replace_file.h" // IWYU pragma: export
 #include "common/result.h"       // IWYU pragma: export
+#include "common/startup.h"      // IWYU pragma: export
 #include "common/text.h"         // IWYU pragma: export
 #include "common/text_buffer.h"  // IWYU pragma: export
 #include "common/text_filter.h"  // IWYU pragma: export

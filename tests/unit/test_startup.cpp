@@ -1,5 +1,5 @@
 // The state in which the administration tool starts, whatever its parent left behind.
-#include "cli/startup.h"
+#include "common/startup.h"
 
 #include <csignal>
 #include <cstdlib>

@@ -1,4 +1,4 @@
-// What the administration tool does before it looks at its arguments.
+// What both programs do first.
 #pragma once
 
 // Puts right what a careless parent may have handed down, because the commands and their children rely on it:

@@ -1,5 +1,5 @@
-// The state in which the administration tool starts its work.
-#include "cli/startup.h"
+// The state in which the programs start their work.
+#include "common/startup.h"
 
 #include <csignal>
 #include <cstdlib>

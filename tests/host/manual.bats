@@ -208,7 +208,7 @@ man_subsections() { awk '/^\.SH/ { inside = $2 == "COMMANDS" } inside && /^\.SS/
         grep -qx "$name" <<<"$files" || same "$name" ""
     done
     for name in $files; do
-        grep -qE "(^\.S[HS]|^\.IR?) .*${name//./\\.}" "$REPO/man/dravik-files.5" || same "$name" ""
+        grep -qE "^\.(SS|I|IR) (.*/)?${name//./\\.}( |\$)" "$REPO/man/dravik-files.5" || same "$name" ""
     done
 }
 

@@ -263,11 +263,11 @@ s_ecItems *parseLines(const char *function, char **lines, unsigned int count, co
     return &EC_info_ok;
 }
 
-// The settings of the group whose paths are being read; they point into its line.
+// The settings of the group whose paths are being read, as each of its paths carries them.
 struct Group {
-    const char *policy;
-    const char *priority;
-    const char *status;
+    char policy[TEXT_LENGTH + 1];
+    char priority[TEXT_LENGTH + 1];
+    char status[TEXT_LENGTH + 1];
 };
 
 // Reads a group line from behind its prefix; false when it is malformed.
@@ -284,40 +284,40 @@ bool readGroup(char *text, Group *group) {
         return false;
     }
     *quote = '\0';
-    group->policy = policy;
-    group->priority = "";
-    group->status = "";
+    *group = {};
+    tessaline_strncpy(group->policy, policy, TEXT_LENGTH);
 
     char *rest = quote + 1;
     char *priority = strstr(rest, "prio=");
     if (priority != nullptr) {
-        group->priority = cutWord(priority + strlen("prio="), &rest);
+        tessaline_strncpy(group->priority, cutWord(priority + strlen("prio="), &rest), TEXT_LENGTH);
         if (rest == nullptr) {
             return false;
         }
     }
     char *status = strstr(rest, "status=");
     if (status != nullptr) {
-        group->status = cutWord(status + strlen("status="), &rest);
+        tessaline_strncpy(group->status, cutWord(status + strlen("status="), &rest), TEXT_LENGTH);
     }
     DRAVIK_TRACE("== policy=%s, priority=%s, grpStatus=%s", group->policy, group->priority, group->status);
     return true;
 }
 
-// Fills a reset node from a path line behind its prefix, whose tokens begin at `tokens`. The last one is not
-// cut: it runs to the end of the line.
+// Fills a reset node, whose fields are all zero, from a path line behind its prefix, whose tokens begin at
+// `tokens`. Each ends at its blank but the last one, which runs to the end of the line.
 //
 //   1:0:0:1 sdb 8:16 active ready running
-void readPath(char *text, const int (&tokens)[PATH_TOKENS], const Group *group, s_path_dev *path) {
-    tessaline_strncpy(path->group_policy, group->policy, TEXT_LENGTH);
-    tessaline_strncpy(path->group_priority, group->priority, TEXT_LENGTH);
-    tessaline_strncpy(path->group_status, group->status, TEXT_LENGTH);
+void readPath(const char *text, const int (&tokens)[PATH_TOKENS], const Group *group, s_path_dev *path) {
+    static_assert(sizeof(path->group_policy) == sizeof(group->policy), "copied whole, as its two neighbours");
+    memcpy(path->group_policy, group->policy, sizeof(group->policy));
+    memcpy(path->group_priority, group->priority, sizeof(group->priority));
+    memcpy(path->group_status, group->status, sizeof(group->status));
     char *const fields[PATH_TOKENS] = {path->dev_node,    path->dev_name,      path->dev_id,
                                        path->path_status, path->checker_state, path->dravik_status};
     for (int i = 0; i < PATH_TOKENS; ++i) {
-        char *rest = nullptr;
-        char *token = text + tokens[i];
-        tessaline_strncpy(fields[i], i + 1 < PATH_TOKENS ? cutWord(token, &rest) : token, TEXT_LENGTH);
+        const char *token = text + tokens[i];
+        const size_t length = i + 1 < PATH_TOKENS ? strcspn(token, " ") : strlen(token);
+        memcpy(fields[i], token, std::min(length, TEXT_LENGTH));
     }
     getTargetPort(path->dev_name, path->host_interface, path->target_port);
 }
@@ -340,7 +340,7 @@ s_ecItems *processPathInfo(char **lines, unsigned int from, unsigned int to, s_p
     s_path_dev *cursor = paths;
     unsigned int i = from;
     while (i < to) {
-        Group group = {};
+        Group group;
         if (!readGroup(lines[i] + PREFIX_LENGTH, &group)) {
             return malformed(__func__, i);
         }

@@ -17,8 +17,8 @@
 readonly OFFLINE_FILE=/dumps/dravik_offline_paths
 readonly BY_PATH=/dev/disk/by-path
 readonly OFFLINE_MAX_BYTES=$((16 << 20))
-declare -A NVME_NAMES=()
-NVME_INDEXED=''
+# Lines "KEY NAME", each between line feeds, once they have been collected: bash 3.2 has no associative arrays.
+NVME_NAMES=''
 
 # one_word TEXT: into WORD, with "_" for whatever could not stand in one word of the record, "-" for nothing.
 one_word() {
@@ -169,12 +169,14 @@ find_by_address() {
 
 # All namespaces are read once, however many records there are.
 find_nvme() {
-    local block
-    if [[ -z $NVME_INDEXED ]]; then
+    local block rest
+    if [[ -z $NVME_NAMES ]]; then
+        NVME_NAMES=$'\n'
         for block in /sys/block/nvme*; do
-            ! path_identity "${block##*/}" || NVME_NAMES[$PATH_KEY]=${block##*/}
+            ! path_identity "${block##*/}" || NVME_NAMES+="$PATH_KEY ${block##*/}"$'\n'
         done
-        NVME_INDEXED=1
     fi
-    FOUND_NAME=${NVME_NAMES[$RECORD_KEY]-}
+    FOUND_NAME=''
+    rest=${NVME_NAMES#*$'\n'"$RECORD_KEY "}
+    [[ $rest == "$NVME_NAMES" ]] || FOUND_NAME=${rest%%$'\n'*}
 }

@@ -148,6 +148,8 @@ END
     start_monitor
     stop_monitor
     in_host dravik query >/dev/null
+    in_host bash /usr/bin/dravik-script/path_state_record.sh add sdb
+    [[ -s $HOST/dumps/dravik_offline_paths ]]
     echo kept >"$HOST/dumps/of-somebody-else"
     dpkg --root="$HOST" --purge dravik
     same of-somebody-else "$(ls "$HOST/dumps")"

@@ -29,10 +29,16 @@ class NameIndex {
     }
 
   private:
+    // The hash beside the place spares most searches the look at a name that is not the one.
+    struct Cell {
+        int place; // the first place of a name, -1 for a free cell
+        uint32_t hash;
+    };
+
     // Where the name is in `cells`, or the free cell where it would be.
-    size_t cellOf(std::string_view name) const;
+    size_t cellOf(std::string_view name, uint32_t hash) const;
 
     const char *(*nameOf)(int place);
-    std::vector<int> cells;    // the first place of a name, -1 for a free cell; a power of two
+    std::vector<Cell> cells;   // a power of two
     std::vector<int> nextSame; // the next place with the same name
 };

@@ -34,24 +34,36 @@ uint64_t hundredthsOf(double value) {
     return whole + (up ? 1 : 0);
 }
 
+// Two digits before `end`; where they begin.
+char *writePair(char *end, uint64_t below_hundred) {
+    static constexpr char PAIRS[] =
+        "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
+        "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
+        "8081828384858687888990919293949596979899";
+    memcpy(end - 2, PAIRS + 2 * below_hundred, 2);
+    return end - 2;
+}
+
 } // namespace
 
-size_t writeNumber(char (&out)[NUMBER_TEXT_SIZE], int width, double value) {
+size_t writeNumber(char *out, int width, double value) {
     if (std::signbit(value) || !(value < WHOLE_FROM)) {
-        return static_cast<size_t>(snprintf(out, sizeof(out), "%*.2f", width, value));
+        return static_cast<size_t>(snprintf(out, NUMBER_TEXT_SIZE, "%*.2f", width, value));
     }
-    uint64_t hundredths = hundredthsOf(value);
+    const uint64_t hundredths = hundredthsOf(value);
     char digits[32]; // from the end
     char *first = digits + sizeof(digits);
-    *--first = static_cast<char>('0' + hundredths % 10);
-    hundredths /= 10;
-    *--first = static_cast<char>('0' + hundredths % 10);
-    hundredths /= 10;
+    first = writePair(first, hundredths % 100);
     *--first = '.';
-    do {
-        *--first = static_cast<char>('0' + hundredths % 10);
-        hundredths /= 10;
-    } while (hundredths > 0);
+    uint64_t whole = hundredths / 100;
+    for (; whole >= 100; whole /= 100) {
+        first = writePair(first, whole % 100);
+    }
+    if (whole >= 10) {
+        first = writePair(first, whole);
+    } else {
+        *--first = static_cast<char>('0' + whole);
+    }
 
     const auto length = static_cast<size_t>(digits + sizeof(digits) - first);
     const size_t padding =

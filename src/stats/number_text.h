@@ -6,6 +6,6 @@
 // Room for any number: 309 digits before the point.
 constexpr size_t NUMBER_TEXT_SIZE = 400;
 
-// Writes what printf("%*.2f", width, value) prints, without a terminator; returns its length. `width` is at
-// most 32.
-size_t writeNumber(char (&out)[NUMBER_TEXT_SIZE], int width, double value);
+// Writes what printf("%*.2f", width, value) prints into `out`, which has room for NUMBER_TEXT_SIZE bytes, with
+// no terminator to rely on; returns its length. `width` is at most 32.
+size_t writeNumber(char *out, int width, double value);

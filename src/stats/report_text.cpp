@@ -27,8 +27,14 @@ void ReportText::add(std::string_view text) {
 }
 
 void ReportText::repeat(size_t count, char c) {
-    for (; count > 0; count--) {
-        add({&c, 1});
+    while (count > 0) {
+        if (length == sizeof(gathered)) {
+            flush();
+        }
+        const size_t part = std::min(count, sizeof(gathered) - length);
+        memset(gathered + length, c, part);
+        length += part;
+        count -= part;
     }
 }
 
@@ -38,10 +44,11 @@ void ReportText::addPadded(std::string_view text, size_t width) {
 }
 
 void ReportText::addNumber(int width, double value) {
-    char text[NUMBER_TEXT_SIZE];
-    const size_t written = writeNumber(text, width, value);
-    add(" ");
-    add({text, written});
+    if (sizeof(gathered) - length < 1 + NUMBER_TEXT_SIZE) {
+        flush();
+    }
+    gathered[length++] = ' ';
+    length += writeNumber(gathered + length, width, value);
 }
 
 void ReportText::flush() {

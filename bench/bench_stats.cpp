@@ -156,7 +156,7 @@ void sampleOfVolumes(benchmark::State &state) {
     struct tm now = {};
     const SilentOutput silent;
     sampleAndReport(host, &now);
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         sampleAndReport(host, &now);
     }
 }
@@ -165,7 +165,7 @@ void readingAlone(benchmark::State &state) {
     const auto volumes = static_cast<int>(state.range(0));
     const Host host(volumes);
     start(host, volumes);
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         cur_slot ^= 1;
         st_system_root = host.root(cur_slot).c_str();
         read_diskstats_stat(cur_slot);
@@ -175,7 +175,7 @@ void readingAlone(benchmark::State &state) {
 void listFilling(benchmark::State &state) {
     const auto volumes = static_cast<int>(state.range(0));
     const Host host(1);
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         start(host, volumes);
     }
 }

@@ -5,12 +5,13 @@
 // All log lines are of level 0.
 #pragma once
 
+#include <sys/ioctl.h>
+
 #if __has_include(<linux/nvme_ioctl.h>)
 #include <linux/nvme_ioctl.h>
 #else
 // The kernel's interface, for a build without its header.
 #include <linux/types.h>
-#include <sys/ioctl.h>
 struct nvme_admin_cmd {
     __u8 opcode;
     __u8 flags;

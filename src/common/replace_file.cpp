@@ -13,8 +13,9 @@
 namespace {
 
 constexpr mode_t PERMISSION_BITS = 0777;
-constexpr int LOCK_TRIES = 50; // of 20 ms each
-constexpr timespec LOCK_PAUSE = {0, 20000000};
+constexpr timespec LOCK_PAUSE = {0, 10000000};
+constexpr int HANGING_AFTER = 100; // pauses in which the holder of the lock has done nothing: a second
+constexpr int PATIENCE = 1000;     // pauses and retries in all, however busy the holders are
 
 class Descriptor {
   public:
@@ -60,9 +61,23 @@ bool removeForeign(const char *path) {
     return unlink(path) == 0 || errno == ENOENT;
 }
 
+// Whether the file behind `fd` is another one, or has been changed, since `seen`, which is brought up to date.
+bool hasMoved(int fd, struct stat *seen) {
+    struct stat now = {};
+    if (fstat(fd, &now) != 0) {
+        return false;
+    }
+    const bool moved = now.st_ino != seen->st_ino || now.st_ctim.tv_sec != seen->st_ctim.tv_sec ||
+                       now.st_ctim.tv_nsec != seen->st_ctim.tv_nsec;
+    *seen = now;
+    return moved;
+}
+
 // Opens the new file beside the old one and locks it. 0 or an error number.
 int openNew(const std::string &path, Descriptor *out) {
-    for (int tries = 0; tries < LOCK_TRIES; tries++) {
+    struct stat seen = {};
+    int idle_pauses = 0;
+    for (int tries = 0; tries < PATIENCE && idle_pauses < HANGING_AFTER; tries++) {
         // Neither truncated nor trusted yet: it may be another process's, or a trap.
         out->reset(open(path.c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600));
         if (out->get() < 0 ? errno == ELOOP || errno == ENXIO : !isOwnFile(out->get())) {
@@ -75,6 +90,8 @@ int openNew(const std::string &path, Descriptor *out) {
             return errno;
         }
         if (flock(out->get(), LOCK_EX | LOCK_NB) != 0) {
+            // Whoever writes moves on; only one that does nothing at all is given up on.
+            idle_pauses = hasMoved(out->get(), &seen) ? 0 : idle_pauses + 1;
             nanosleep(&LOCK_PAUSE, nullptr);
             continue;
         }

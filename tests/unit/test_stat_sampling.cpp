@@ -59,8 +59,8 @@ class Command {
     Command(const Command &) = delete;
     Command &operator=(const Command &) = delete;
 
-    // The next write of the child; empty when there is none within two seconds, or at the end.
-    std::string nextWrite(int patience_ms = 2000) const {
+    // The next write of the child; empty when there is none for long, or at the end.
+    std::string nextWrite(int patience_ms = 30000) const {
         static char packet[65536];
         pollfd ready = {output, POLLIN, 0};
         if (poll(&ready, 1, patience_ms) <= 0) {
@@ -102,7 +102,7 @@ class Command {
     bool isWaiting() const {
         char path[64];
         snprintf(path, sizeof(path), "/proc/%d/syscall", static_cast<int>(pid));
-        for (int i = 0; i < 200; i++) {
+        for (int i = 0; i < 3000; i++) {
             FILE *file = fopen(path, "re");
             char text[64] = "";
             const bool known = file != nullptr && fgets(text, sizeof(text), file) != nullptr;

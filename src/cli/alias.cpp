@@ -50,14 +50,14 @@ bool isTaken(const char *operation, const char *command) {
     return strcmp(gParamAliasVal, gParamWwidVal) != 0;
 }
 
-// Cuts the script's output into rows, up to an empty line or one without a blank.
+// Cuts the script's output into rows, up to a line without a blank; an empty one is such a line.
 //
 //   360000000000000000000000000000001 mpatha
 //   360000000000000000000000000000002 backup
 std::vector<AliasRow> readRows(char *text) {
     std::vector<AliasRow> rows;
     char *next = text;
-    while (next != nullptr && *next != '\0' && *next != '\n') {
+    while (next != nullptr) {
         char *line = next;
         next = get_next_line(line);
         if (next != nullptr) {

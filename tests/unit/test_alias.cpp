@@ -205,6 +205,7 @@ TEST(AliasTable, AShortWwidCutsTheAliasHeaderToItsColumn) {
 
 TEST(AliasTable, ALineWithoutAFinalLineFeedIsARow) {
     EXPECT_EQ(box("wwid alias\n3600 b    \n"), tableOf("3600 b"));
+    EXPECT_EQ(box("wwid alias\n3    b    \n"), tableOf("3 b")); // the shortest table
 }
 
 TEST(AliasTable, TheTableStopsAtAnEmptyLineAndAtALineWithoutABlank) {

@@ -38,7 +38,7 @@ breakTool() {
         mkdir -p "${keptAt%/*}"
         mv "$HOST$toolAt" "$keptAt"
         # A script that still runs behind the fault finds its rooms beside itself.
-        [[ ! -d $HOST${toolAt%/*}/lib || -e ${keptAt%/*}/lib ]] || ln -s "${toolAt%/*}/lib" "${keptAt%/*}/lib"
+        [[ ! -d $HOST${toolAt%/*}/lib || -L ${keptAt%/*}/lib ]] || ln -s "${toolAt%/*}/lib" "${keptAt%/*}/lib"
     fi
     rm -f "$HOST$toolAt"
     [[ $fault != missing ]] || return 0

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# The monitor's memory after a few cycles, at 1,024 and at 32,768 paths, on the simulated host. The paths need no
-# look-up of their target port, so that a cycle is one child process.
+# The memory of the monitor after a few cycles, at 1,024 and at 32,768 paths, and of "dravik devstats" at the larger
+# size, on the simulated host. The paths need no look-up of their target port, so that a cycle is one child process.
 #
 #   usage: memory.sh BUILD_DIR
 set -euo pipefail
@@ -23,6 +23,17 @@ for volumes in 128 4096; do
     "$simhost" "$top/host" monitor start
     "$simhost" "$top/host" step 3
     read -r _ pid < <("$simhost" "$top/host" monitor status)
-    printf '%6d paths: %s resident, %s at most\n' $((volumes * 8)) "$(field VmRSS "$pid")" "$(field VmHWM "$pid")"
+    printf 'monitor, %6d paths: %s resident, %s at most\n' $((volumes * 8)) "$(field VmRSS "$pid")" \
+        "$(field VmHWM "$pid")"
     "$simhost" "$top/host" monitor kill
 done
+
+# simhost replaces itself with the program, so the number of the background job is the program's.
+touch "$top/report"
+"$simhost" "$top/host" run dravik devstats -interval 1 >"$top/report" &
+pid=$!
+until grep -c "^Device " "$top/report" | grep -qv "^[01]$"; do sleep 0.1; done
+printf 'devstats, %5d paths: %s resident, %s at most\n' $((volumes * 8)) "$(field VmRSS "$pid")" \
+    "$(field VmHWM "$pid")"
+kill -INT "$pid" 2>/dev/null || true
+kill "$pid" 2>/dev/null || true

@@ -30,8 +30,15 @@ $LINE
 $DONE"
 }
 
-# a_day GENERATION: on a systemd or SysV host without NVMe over Fabrics.
+# a_day GENERATION [nvme]: on a systemd or SysV host, without or with NVMe over Fabrics. The configuration file is
+# compared after every step that may change it, and it always keeps what the host had of its own.
 a_day() {
+    local -a nvme=()
+    local shown_nvme=''
+    [[ ${2-} != nvme ]] || {
+        nvme=(group_by_prio round-robin)
+        shown_nvme=$'\nNVMe DISK: \ngroup_policy: group_by_prio\nchooser_type: round-robin\n'
+    }
     make_host_at "$1" --generation "$1" --scenario "volume mpatha transport=fc wwid=$A vdisk=vol_backup
   group prio=50
     path sdb 1:0:0:1 8:16 port=0x20d0000b5d6a1010
@@ -40,11 +47,13 @@ volume mpathb transport=fc paths=2"
     export SIMHOST_SLEEPS=1
 
     succeeds config
-    configured group_by_prio round-robin round-robin | expect_conf
+    configured group_by_prio round-robin round-robin ${nvme[@]+"${nvme[@]}"} | expect_conf
+    succeeds config
+    configured group_by_prio round-robin round-robin ${nvme[@]+"${nvme[@]}"} | expect_conf
 
     succeeds setpathpolicy -chooser round-robin-extend
-    configured multibus service-time round-robin | expect_conf
-    configured group_by_prio round-robin round-robin | expect_backup
+    configured multibus service-time round-robin ${nvme[@]+"${nvme[@]}"} | expect_conf
+    configured group_by_prio round-robin round-robin ${nvme[@]+"${nvme[@]}"} | expect_backup
     expect_text change_log <<'END'
 The path group policy is changed from [ group_by_prio ] to [ multibus ]
 The path chooser type is changed from [ round-robin ] to [ service-time ]
@@ -53,7 +62,7 @@ END
     dravik 0 lspathpolicy <<<"$LINE
 SCSI DISK: 
 chooser_type: round-robin-extend
-$LINE
+$shown_nvme$LINE
 $DONE"
 
     succeeds setalias -wwid "$A" -alias backup
@@ -72,7 +81,16 @@ $DONE"
     same 1 "$(sim listing | grep -c 'sdb 8:16 active ready running')"
     shows_backup active
 
+    {
+        configured multibus service-time round-robin ${nvme[@]+"${nvme[@]}"}
+        printf 'multipaths {\n    multipath {\n        wwid                   %s\n        alias                  backup\n    }\n}\n' "$A"
+    } | expect_conf
     succeeds delalias -wwid "$A"
+    # The section that was made for the alias stays for the next one.
+    {
+        configured multibus service-time round-robin ${nvme[@]+"${nvme[@]}"}
+        printf 'multipaths {\n}\n'
+    } | expect_conf
     dravik 0 lsalias <<<"$LINE
 $LINE
 $DONE"
@@ -108,3 +126,6 @@ $DONE"
 @test "a day on RHEL 6" { a_day rhel6; }
 @test "a day on SLES 11 SP4" { a_day sles11sp4; }
 @test "a day on Oracle Linux 8" { a_day oracle8; }
+@test "a day on RHEL 8" { a_day rhel8 nvme; }
+@test "a day on SLES 12 SP6" { a_day sles12sp6 nvme; }
+@test "a day on SLES 15" { a_day sles15 nvme; }

@@ -76,7 +76,9 @@ s_ecItems *showHelp(const char *name) {
         dravik_log(LOG_ERROR, __FILE__, __LINE__, "print_help", "Execute command [%s] failed\n", command);
         return &EC_print_help;
     }
-    printHelpText(output.text);
+    if (output.text[0] != '\0') {
+        printHelpText(output.text);
+    }
     return &EC_ok;
 }
 

@@ -103,6 +103,15 @@ answers() {
     cli_log | grep -Fx 'ERROR print_help Execute command [cat /usr/bin/dravik-help/query.help] failed'
 }
 
+@test "a help text that is empty prints nothing, its separators neither" {
+    make_host
+    mkdir -p "$HOST/usr/bin/dravik-help"
+    : >"$HOST/usr/bin/dravik-help/port.help"
+    run in_host dravik help port
+    same "" "$output"
+    same 0 "$status"
+}
+
 @test "an unknown command is named, and so is a listed one with anything before or behind" {
     make_host
     local name

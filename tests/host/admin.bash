@@ -72,7 +72,7 @@ configured() {
     block hitachi HITACHI 'DF.*' 'hitachi ' "$1" "$3" tur alua
 }
 
-# A small topology: mpatha over sdb and sdc, mpathb over sdd, nvmea over two NVMe paths; no transports.
+# A small topology: mpatha over sdb and sdc, mpathb over sdd and sde, nvmea over two NVMe paths.
 SMALL='volume mpatha transport=fc paths=2 wwid=3600b5d60001a2b3c0000000000000001
 volume mpathb transport=fc paths=2 wwid=3600b5d60001a2b3c0000000000000002
 volume nvmea transport=nvme-fc paths=2'

@@ -13,7 +13,7 @@ block_devices() {
 # maps: the aliases in the listing.
 maps() { sim listing | awk '/ dm-/ { print $1 }' | paste -sd ' '; }
 
-# flush_only_hangs: a multipath tool that answers everything but "-f".
+# make_flush_hang: from now on a multipath tool that answers everything but "-f".
 make_flush_hang() {
     mv "$HOST/usr/sbin/velomux" "$HOST/usr/sbin/velomux.real"
     # shellcheck disable=SC2016 # the text is the script that the host gets

@@ -7,6 +7,7 @@ target_compile_options(dravik_warnings INTERFACE
 # the log's own declaration checks every caller instead.
 target_compile_options(dravik_warnings INTERFACE -Wno-format-nonliteral)
 # Every text is formatted into its bounded field and cut silently: that is the system's rule, not an oversight.
-# gcc warns where it does not optimise and so cannot see a shorter text; clang and clang-tidy, which read the
-# same options, do not know the warning's name and must not stumble over it.
-target_compile_options(dravik_warnings INTERFACE -Wno-format-truncation -Wno-unknown-warning-option)
+# gcc warns about it where it does not optimise and so cannot see a shorter text.
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  target_compile_options(dravik_warnings INTERFACE -Wno-format-truncation)
+endif()

@@ -67,3 +67,9 @@ class DumpsFolder {
 // Where "/dumps/..." stands at this moment: the redirected path for paths that are redirected, `path` itself
 // for all others. For calls that the redirect does not know (a shell command, a raw system call).
 std::string redirectedPath(const std::string &path);
+
+// The redirect's own state, for `DumpsFolder` alone: the place of "/dumps", empty while none is alive, and the
+// error number of refused changes.
+constexpr size_t DUMPS_PLACE_SIZE = 4000;
+extern char dumps_place[DUMPS_PLACE_SIZE];
+extern int dumps_error;

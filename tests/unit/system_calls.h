@@ -1,0 +1,40 @@
+// Calls of the C library that tests make fail or watch.
+//
+// The linker sends the calls of the product's objects (and of this program's) through a wrapper; calls made
+// inside the shared libraries are not touched. Wrapped: malloc, calloc, realloc, strdup, mmap, pipe2,
+// posix_spawn, setitimer, sigaction; write and flock can be watched.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+// While it lives, every call of `name` after the first `spared` ones fails with `error_number`. Keep its life
+// short: the test framework allocates too. One at a time.
+class FailingCall {
+  public:
+    FailingCall(const char *name, int error_number, unsigned int spared = 0);
+    ~FailingCall();
+    FailingCall(const FailingCall &) = delete;
+    FailingCall &operator=(const FailingCall &) = delete;
+
+    // How often it failed, and the size that the last failed allocation or mapping asked for.
+    unsigned int count() const;
+    size_t size() const;
+};
+
+// While it lives, keeps what goes through write and flock: "flock exclusive", "flock unlock", "write TEXT", each
+// followed by the descriptor's number when it differs from that of the first one. One at a time.
+class WatchedCalls {
+  public:
+    WatchedCalls();
+    ~WatchedCalls();
+    WatchedCalls(const WatchedCalls &) = delete;
+    WatchedCalls &operator=(const WatchedCalls &) = delete;
+
+    std::vector<std::string> calls;
+
+  private:
+    friend void watch(int fd, const std::string &call);
+    int first_fd = -1;
+};

@@ -105,19 +105,19 @@ ssize_t __real_write(int fd, const void *bytes, size_t size);
 int __real_flock(int fd, int operation);
 
 void *__wrap_malloc(size_t size) {
-    return fails("malloc", size) ? nullptr : __real_malloc(size);
+    return fails("allocation", size) ? nullptr : __real_malloc(size);
 }
 
 void *__wrap_calloc(size_t count, size_t size) {
-    return fails("calloc", count * size) ? nullptr : __real_calloc(count, size);
+    return fails("allocation", count * size) ? nullptr : __real_calloc(count, size);
 }
 
 void *__wrap_realloc(void *block, size_t size) {
-    return fails("realloc", size) ? nullptr : __real_realloc(block, size);
+    return fails("allocation", size) ? nullptr : __real_realloc(block, size);
 }
 
 char *__wrap_strdup(const char *text) {
-    return fails("strdup", strlen(text) + 1) ? nullptr : __real_strdup(text);
+    return fails("allocation", strlen(text) + 1) ? nullptr : __real_strdup(text);
 }
 
 void *__wrap_mmap(void *address, size_t size, int protection, int flags, int fd, off_t offset) {

@@ -1,8 +1,9 @@
 // Calls of the C library that tests make fail or watch.
 //
 // The linker sends the calls of the product's objects (and of this program's) through a wrapper; calls made
-// inside the shared libraries are not touched. Wrapped: malloc, calloc, realloc, strdup, mmap, pipe2,
-// posix_spawn, setitimer, sigaction; write and flock can be watched.
+// inside the shared libraries are not touched. mmap, pipe2, posix_spawn, setitimer, sigaction and, under the
+// common name "allocation", malloc, calloc, realloc and strdup can be made to fail; write and flock can be
+// watched.
 #pragma once
 
 #include <cstddef>

@@ -129,7 +129,7 @@ s_ecItems *exeLiunxInfoCmd_nonblocking(const char *command, char *out, unsigned 
         DRAVIK_LOG(LOG_ERROR, "Execute command [%s] timeout\n", command);
         return &EC_exe_cmd_timeout;
     }
-    // A run that failed but left output is copied without a word here: the capture layer has logged it.
+    // What a command printed before it failed is copied too.
     const bool nothing = output.text == nullptr;
     if (!nothing) {
         copyOutput(&output, out, size);

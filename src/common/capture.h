@@ -30,7 +30,8 @@ int exe_query(const char *command, char *buffer, int size, char **out, int *grow
 int exe_cmd(const char *command, char *buffer, int size, char **out, int *grown);
 
 // The same as `exe_cmd` without the character filter. Returns EXE_NOT_STARTED also for an exit status other
-// than 0, otherwise the growth flag; failures are stored in the flag too.
+// than 0, otherwise the growth flag; failures are stored in the flag too. The child starts with the caller's
+// signal mask, but never with SIGALRM blocked: the caller may hold the alarm back for its own sake.
 //
 // A SIGALRM handler may leave this function by a non-local jump: SIGALRM is blocked throughout and let in
 // only while the function waits in a system call, and the frame owns nothing that a destructor must release.

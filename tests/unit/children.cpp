@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <set>
 
 namespace {
 
@@ -19,14 +18,6 @@ void countAlarm(int /*signal_number*/) {
 }
 
 constexpr int MOST_DESCRIPTORS = 1024;
-
-std::string lines(const std::set<std::string> &numbers) {
-    std::string text;
-    for (const std::string &number : numbers) {
-        text += number + "\n";
-    }
-    return text;
-}
 
 } // namespace
 
@@ -42,14 +33,14 @@ int inChild(const std::function<int()> &work) {
     return WEXITSTATUS(status);
 }
 
-std::string openDescriptors() {
-    std::set<std::string> numbers;
+std::set<int> openDescriptors() {
+    std::set<int> numbers;
     for (int fd = 0; fd < MOST_DESCRIPTORS; fd++) {
         if (fcntl(fd, F_GETFD) >= 0) {
-            numbers.insert(std::to_string(fd));
+            numbers.insert(fd);
         }
     }
-    return lines(numbers);
+    return numbers;
 }
 
 std::string inheritedDescriptorsAndOneMore() {
@@ -64,7 +55,11 @@ std::string inheritedDescriptorsAndOneMore() {
         }
     }
     numbers.insert(std::to_string(lowest_free));
-    return lines(numbers);
+    std::string text;
+    for (const std::string &number : numbers) { // sorted as texts, like `ls` sorts them
+        text += number + "\n";
+    }
+    return text;
 }
 
 std::string blockedSignals() {

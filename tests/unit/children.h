@@ -6,13 +6,14 @@
 #include <csignal>
 #include <ctime>
 #include <functional>
+#include <set>
 #include <string>
 
 // Runs `work` in a forked child and returns what it returned (0 to 255), or -1 when the child did not end well.
 int inChild(const std::function<int()> &work);
 
-// The numbers of this process's open descriptors, one a line, in order.
-std::string openDescriptors();
+// The numbers of this process's open descriptors.
+std::set<int> openDescriptors();
 
 // What `ls /proc/self/fd` prints in a program that this one starts: the descriptors that are not closed on exec,
 // and the one that `ls` opens itself.

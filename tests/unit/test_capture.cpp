@@ -18,6 +18,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <set>
 
 #include "common/comm_util.h"
 
@@ -76,7 +77,7 @@ class Capture : public testing::Test {
     }
 
     DumpsFolder dumps;
-    std::string descriptors = openDescriptors();
+    std::set<int> descriptors = openDescriptors();
     std::string blocked = blockedSignals();
 };
 
@@ -474,6 +475,7 @@ TEST_P(EveryRunner, ChildStartsWithTheCallersSignalMask) {
     const char *command = "exec grep SigBlk /proc/self/status";
     const Outcome open(GetParam(), command, 100);
     EXPECT_EQ(open.text(), "SigBlk:\t" + blockedSignals() + "\n");
+    const std::string mine = blockedSignals();
     for (const int number : {SIGUSR2, SIGALRM}) {
         sigset_t set;
         sigset_t old;
@@ -481,7 +483,9 @@ TEST_P(EveryRunner, ChildStartsWithTheCallersSignalMask) {
         sigaddset(&set, number);
         sigprocmask(SIG_BLOCK, &set, &old);
         const Outcome blocking(GetParam(), command, 100);
-        EXPECT_EQ(blocking.text(), "SigBlk:\t" + blockedSignals() + "\n");
+        // a caller of the timed variant may hold the alarm back for itself, never for the command
+        const bool let_in = number == SIGALRM && GetParam() == exe_cmd_nonblocking;
+        EXPECT_EQ(blocking.text(), "SigBlk:\t" + (let_in ? mine : blockedSignals()) + "\n");
         sigprocmask(SIG_SETMASK, &old, nullptr);
     }
 }

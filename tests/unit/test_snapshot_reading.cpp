@@ -7,6 +7,7 @@
 
 #include "common/comm_util.h"
 #include "snapshot_fixture.h"
+#include "snapshot_reference.h"
 
 // ---- the file
 
@@ -164,48 +165,10 @@ TEST_F(Snapshot, ARecordIsReadWhenAllSevenFieldsAreThere) {
 
 // ---- damaged files against a second reader
 
-namespace {
-
-struct ReadOutcome {
-    int result = 1;
-    List list;
-    std::string unread; // what is left of the line that failed
-};
-
-// Reads a file's text by the rules of the format, piece by piece.
-ReadOutcome referenceRead(const std::string &file) {
-    ReadOutcome outcome;
-    for (size_t at = 0; at < file.size();) {
-        const size_t newline = file.find('\n', at);
-        const size_t length = newline == std::string::npos ? file.size() - at : newline + 1 - at;
-        const std::string bytes = file.substr(at, std::min<size_t>(511, length));
-        at += bytes.size();
-        std::string rest = bytes.c_str(); // a zero byte ends the text
-        if (rest.size() < 3) {
-            break;
-        }
-        Lines fields;
-        while (fields.size() < 7 && rest.find(',') != std::string::npos) {
-            const size_t width = fields.size() == 1 ? 65 : 30;
-            fields.push_back(rest.substr(0, std::min(width, rest.find(','))));
-            rest.erase(0, rest.find(',') + 1);
-        }
-        if (fields.size() < 7) {
-            outcome.result = 0;
-            outcome.unread = rest;
-            break;
-        }
-        outcome.list.push_back({fields[0], fields[1], fields[2], fields[3], fields[4], fields[5], fields[6]});
-    }
-    return outcome;
-}
-
-} // namespace
-
 TEST_F(Snapshot, AFileCutAtAnyByteOrWithAnyByteReplacedIsReadUpToTheDamage) {
     const std::string whole = FULL_LINE + NAMELESS_LINE + PATHLESS_LINE + FULL_LINE;
     const auto expectAsReference = [&](const std::string &text) {
-        const ReadOutcome expected = referenceRead(text);
+        const SnapshotOutcome expected = referenceRead(text);
         if (expected.result == 1) {
             expectRead(text, expected.list);
         } else {
@@ -239,7 +202,7 @@ TEST_F(Snapshot, ThousandsOfRandomFilesAreReadAsASecondReaderReadsThem) {
             text[random() % text.size()] = static_cast<char>(random() % 256);
         }
         SCOPED_TRACE(round);
-        const ReadOutcome expected = referenceRead(text);
+        const SnapshotOutcome expected = referenceRead(text);
         ASSERT_EQ(read(text), expected.result);
         ASSERT_EQ(lunListText(head), lunText(expected.list));
         const Lines failure = {"ERROR readFieldFromStr1 # Read lunpath field failed form string [" +

@@ -45,13 +45,13 @@ FakeTools::~FakeTools() {
 void FakeTools::runs(const std::string &name, const std::string &lines) const {
     const std::string path = folder + "/bin/" + name;
     removes(name); // it may be a lent tool, which must not be written through
-    writeFile(path, "#!/bin/sh\n"
-                    "call=" +
-                        name +
-                        "\n"
-                        "for word in \"$@\"; do call=\"$call [$word]\"; done\n"
-                        "printf '%s\\n' \"$call\" >> '" +
-                        file("calls") + "'\n" + lines + "\n");
+    std::ostringstream script;
+    script << "#!/bin/sh\n"
+           << "call=" << name << "\n"
+           << "for word in \"$@\"; do call=\"$call [$word]\"; done\n"
+           << "printf '%s\\n' \"$call\" >> '" << file("calls") << "'\n"
+           << lines << "\n";
+    writeFile(path, script.str());
     std::filesystem::permissions(path, std::filesystem::perms::owner_all);
 }
 
@@ -69,7 +69,7 @@ void FakeTools::lends(const std::string &name) const {
     removes(name);
     std::istringstream places(old_path);
     for (std::string place; std::getline(places, place, ':');) {
-        const std::string tool = place + "/" + name;
+        const std::string tool = place.append("/").append(name);
         if (access(tool.c_str(), X_OK) == 0) {
             std::filesystem::create_symlink(tool, folder + "/bin/" + name);
             return;

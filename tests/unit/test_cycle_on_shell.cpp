@@ -8,24 +8,11 @@
 #include "cycle_fixture.h"
 #include "dumps_redirect.h"
 #include "fake_tools.h"
+#include "large_listing.h"
 
 // ---- what a steady cycle costs
 
 namespace {
-
-std::string largeListing(int volumes) {
-    std::string text;
-    for (int i = 0; i < volumes; ++i) {
-        const std::string number = std::to_string(i);
-        text += "v" + number + " (36000d3100000000000000" + number + ") dm-" + number +
-                " KORVEL,QVX\nsize=1G features='0'\n|-+- policy='service-time 0' prio=50 status=active\n| `- "
-                "1:0:0:" +
-                number + " xa" + number +
-                " 8:16 active ready running\n`-+- policy='service-time 0' prio=10 " +
-                "status=enabled\n  `- 2:0:0:" + number + " xb" + number + " 8:32 active ready running\n";
-    }
-    return text;
-}
 
 // The heap allocations of one cycle, the command's run included, that finds nothing changed.
 long steadyAllocations(int volumes) {

@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include "common/comm_util.h"
+#include "seeded_random.h"
 #include "snapshot_fixture.h"
 
 // ---- the file
@@ -300,7 +301,7 @@ TEST_F(FullDisk, OfALargeListItIsReportedAroundEveryPowerOfTwoAndAtRandomBytes) 
             limits.push_back(limit);
         }
     }
-    std::mt19937 random(5);
+    std::mt19937 random = seededRandom(5);
     for (int i = 0; i < 300; ++i) {
         limits.push_back(random() % whole.size());
     }

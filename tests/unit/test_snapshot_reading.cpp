@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include "common/comm_util.h"
+#include "seeded_random.h"
 #include "snapshot_fixture.h"
 #include "snapshot_reference.h"
 
@@ -23,9 +24,12 @@ TEST_F(Snapshot, AnEmptyFileOrAnEmptyFirstLineGivesAnEmptyListAndSuccess) {
 
 TEST_F(Snapshot, ALineShorterThanThreeCharactersEndsTheReadingAsASuccess) {
     for (const std::string line : {"\n", "a\n", ",\n", "a", ",", "ab"}) {
-        expectRead(FULL_LINE + line, {FULL});
+        std::string text = FULL_LINE;
+        text += line;
+        expectRead(text, {FULL});
         if (line.back() == '\n') {
-            expectRead(FULL_LINE + line + FULL_LINE, {FULL});
+            text += FULL_LINE;
+            expectRead(text, {FULL});
         }
     }
     expectReadUpTo(FULL_LINE + "ab\n" + FULL_LINE, {FULL}, "ab\n"); // three with its newline
@@ -189,7 +193,7 @@ TEST_F(Snapshot, AFileCutAtAnyByteOrWithAnyByteReplacedIsReadUpToTheDamage) {
 }
 
 TEST_F(Snapshot, ThousandsOfRandomFilesAreReadAsASecondReaderReadsThem) {
-    std::mt19937 random(3);
+    std::mt19937 random = seededRandom(3);
     for (int round = 0; round < 1500; ++round) {
         std::string text;
         for (size_t lines = random() % 5; lines > 0; --lines) {

@@ -10,6 +10,7 @@
 #include "common/comm_util.h"
 #include "dumps_redirect.h"
 #include "fake_tools.h"
+#include "large_listing.h"
 #include "listing_reference.h"
 
 namespace {
@@ -157,14 +158,7 @@ TEST_F(Topology, AMalformedListingIsLoggedByTheParserAndAnsweredWithItsRecord) {
 }
 
 TEST_F(Topology, AListingLargerThanTwoMebibytesIsReadToItsEnd) {
-    std::string large;
-    for (int i = 0; large.size() <= 3U * 1024 * 1024; ++i) {
-        const std::string number = std::to_string(i);
-        large += "vol" + number + " (36000d31" + number + ") dm-" + number + " KORVEL,QVX\nsize=" + number +
-                 "G features='1 queue_if_no_path' hwhandler='1 alua' wp=rw\n" +
-                 "`-+- policy='service-time 0' prio=1 status=a\n  `- 1:0:0:" + number + " x" + number +
-                 " 8:16 active ready running\n";
-    }
+    const std::string large = largeListing(12000);
     ASSERT_GT(large.size(), TASK_OUTPUT_SIZE);
     tools.prints("velomux", large);
     log_started = false;

@@ -1,0 +1,17 @@
+// Random numbers that a failure can be repeated with.
+#pragma once
+
+#include <cstdio>
+#include <cstdlib>
+#include <random>
+
+// A generator seeded with `seed`, or with the environment variable DRAVIK_TEST_SEED where that is set. The seed is
+// printed, so that it stands above a failure.
+inline std::mt19937 seededRandom(unsigned long seed) {
+    const char *chosen = getenv("DRAVIK_TEST_SEED");
+    if (chosen != nullptr) {
+        seed = strtoul(chosen, nullptr, 10);
+    }
+    printf("seed %lu (DRAVIK_TEST_SEED sets another)\n", seed);
+    return std::mt19937(seed);
+}

@@ -5,6 +5,7 @@
 #include <random>
 #include <string>
 #include <sys/stat.h>
+#include <unistd.h>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -136,7 +137,9 @@ class ChangeLog : public testing::Test {
         makeLunList(g_pOldLunPath, before);
         makeLunList(g_pLunPath, now);
         dumps.forgetLogs();
-        dumps.write("data.dravik", OLD_SNAPSHOT);
+        if (old_snapshot) {
+            dumps.write("data.dravik", OLD_SNAPSHOT);
+        }
         cmpAndLog();
         EXPECT_EQ(lunListText(g_pOldLunPath), lunText(before));
         EXPECT_EQ(lunListText(g_pLunPath), lunText(now));
@@ -145,7 +148,7 @@ class ChangeLog : public testing::Test {
     void expectLines(const List &now, const Lines &lines) {
         EXPECT_EQ(dumps.changeLogLines(), lines);
         const bool written = !lines.empty() && !now.empty();
-        EXPECT_EQ(dumps.read("data.dravik"), written ? snapshotText(now) : OLD_SNAPSHOT);
+        EXPECT_EQ(dumps.read("data.dravik"), written ? snapshotText(now) : old_snapshot ? OLD_SNAPSHOT : "");
         EXPECT_EQ(dumps.commandLogMessages(),
                   written ? Lines{"INFO  Write lun path infomation to file successfully."} : Lines());
     }
@@ -156,6 +159,7 @@ class ChangeLog : public testing::Test {
     }
 
     DumpsFolder dumps;
+    bool old_snapshot = true;
 };
 
 const LunFields PATH_1 = {"mpatha", "36a", "8:16", "sdb", "ready", "active", "running"};
@@ -414,8 +418,12 @@ TEST_F(ChangeLog, ThousandsOfRandomListsGiveTheLinesOfALinearComparison) {
         for (size_t count = below(6); count > 0; --count) {
             now.insert(now.begin() + static_cast<std::ptrdiff_t>(below(now.size() + 1)), record());
         }
+        // Many disks wait for the old bytes when a file is truncated: the rounds that rewrite it start without one.
+        const Lines lines = referenceLines(before, now);
+        old_snapshot = lines.empty() || now.empty();
+        unlink(dumps.path("data.dravik").c_str());
         compare(before, now);
-        expectLines(now, referenceLines(before, now));
+        expectLines(now, lines);
         if (HasFailure()) {
             return;
         }

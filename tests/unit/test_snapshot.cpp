@@ -307,6 +307,7 @@ TEST_F(FullDisk, OfALargeListItIsReportedAroundEveryPowerOfTwoAndAtRandomBytes) 
     }
     for (const size_t limit : limits) {
         SCOPED_TRACE(limit);
+        unlink(dumps.path(SNAPSHOT).c_str());
         ASSERT_EQ(writeOnDiskOf(limit), limit < whole.size() ? 0 : 1);
         ASSERT_EQ(log, expectedLog(pieces, limit));
         ASSERT_TRUE(dumps.read(SNAPSHOT) == whole.substr(0, limit));

@@ -339,6 +339,14 @@ TEST_F(StatTables, EachGroupStartsItsSumAnewAndAnEmptyOneKeepsItsSlot) {
     EXPECT_EQ(slotsOf(0), "d0:1:1:0/1 d1:1:1:0/1  g2:2:2:0/2 d3:1:1:0/1  g4:2:1:0/1  g5:2:0:0/0 ");
     compute_device_groups_stats(0);
     EXPECT_EQ(slotsOf(0), "d0:1:1:0/1 d1:1:1:0/1  g2:2:2:0/2 d3:1:1:0/1  g4:2:1:0/1  g5:2:0:0/0 ");
+    // A new device finds another slot than the empty group's.
+    beginReading(0);
+    for (const char *name : {"d0", "d1", "d3", "new"}) {
+        saveInReading(name, 1);
+    }
+    endReading();
+    EXPECT_EQ(slotsOf(0),
+              "d0:1:1:1/0 d1:1:1:1/0  g2:2:2:0/2 d3:1:1:1/0  g4:2:1:0/1  g5:2:0:0/0 new:1:1:1/0 ");
 }
 
 } // namespace

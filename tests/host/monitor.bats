@@ -193,7 +193,7 @@ END
 
 @test "a snapshot that is a folder cannot be read nor written, and the monitor goes on" {
     small_host
-    mkdir -p -m 700 "$HOST/dumps/data.dravik"
+    mkdir -m 700 "$HOST/dumps" "$HOST/dumps/data.dravik"
     start_monitor
     expect_text change_log < <(first_sight)
     sim fail-path xba

@@ -368,8 +368,8 @@ END
     same 0 "$status"
     same "@@@ 0xdeadbeef ,,, ((((" "${lines[1]}"
     sim tool velomux half
-    half=$(in_host velomux -ll)
-    same "${whole:0:(${#whole} + 1) / 2}" "$half"
+    half=$(in_host velomux -ll && echo .)
+    same "${whole:0:${#whole}/2}." "$half"
     sim tool velomux crash
     run in_host velomux -ll
     same 139 "$status"

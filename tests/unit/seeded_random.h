@@ -5,8 +5,8 @@
 #include <cstdlib>
 #include <random>
 
-// A generator seeded with `seed`, or with the environment variable DRAVIK_TEST_SEED where that is set. The seed is
-// printed, so that it stands above a failure.
+// A generator started with `seed`, or with the environment variable DRAVIK_TEST_SEED where that is set. The
+// value is printed, so that it stands above a failure.
 inline std::mt19937 seededRandom(unsigned long seed) {
     const char *chosen = getenv("DRAVIK_TEST_SEED");
     if (chosen != nullptr) {

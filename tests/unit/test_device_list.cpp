@@ -159,10 +159,10 @@ TEST(DeviceNaming, WhatLeadsNowhereIsTheNameItself) {
 
 TEST(DeviceNaming, AFileInTheWorkingFolderDoesNotHideADevice) {
     const StatsHost host;
-    host.write("/work/sdb", "");
-    ASSERT_EQ(symlink("/dev/null", host.path("/work/sdc").c_str()), 0);
+    host.write("/working/sdb", "");
+    ASSERT_EQ(symlink("/dev/null", host.path("/working/sdc").c_str()), 0);
     const std::filesystem::path before = std::filesystem::current_path();
-    std::filesystem::current_path(host.path("/work"));
+    std::filesystem::current_path(host.path("/working"));
     EXPECT_STREQ(device_name("sdb"), "sdb");
     EXPECT_STREQ(device_name("sdc"), "null");
     std::filesystem::current_path("/dev");

@@ -5,17 +5,15 @@
 // switched off: a change line costs what the disk and the lock cost, which is the log benchmark's subject.
 #include <benchmark/benchmark.h>
 
-#include <algorithm>
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <fstream>
 #include <string>
-#include <sys/resource.h>
 #include <unistd.h>
-#include <vector>
 
+#include "bench/beside_awk.h"
 #include "bench/listing_maker.h"
 #include "cli/cli_exe.h"
 #include "common/comm_util.h"
@@ -113,18 +111,6 @@ BENCHMARK(whollyChanged)->Arg(512)->Arg(4096)->Unit(benchmark::kMillisecond);
 
 // ---- beside awk, in the same run
 
-double cpuSeconds(int who) {
-    rusage usage = {};
-    getrusage(who, &usage);
-    return static_cast<double>(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
-           static_cast<double>(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
-}
-
-double median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
-
 // The median processor time of a cycle with `volumes` volumes, and of awk over the same text, taken in turn.
 void besideAwk(int volumes, double *own, double *awk) {
     std::string text = makeListing(volumes, PATHS, "ready");
@@ -134,23 +120,10 @@ void besideAwk(int volumes, double *own, double *awk) {
     const std::string command = std::string("awk '{n+=NF} END{print n}' ") + file + " > /dev/null";
     makeLists();
     cycle(&text);
-    std::vector<double> owns;
-    std::vector<double> awks;
-    for (int run = 0; run < 21; ++run) {
-        double begun = cpuSeconds(RUSAGE_CHILDREN);
-        if (system(command.c_str()) != 0) {
-            fprintf(stderr, "awk failed\n");
-            exit(1);
-        }
-        awks.push_back(cpuSeconds(RUSAGE_CHILDREN) - begun);
-        begun = cpuSeconds(RUSAGE_SELF);
-        cycle(&text);
-        owns.push_back(cpuSeconds(RUSAGE_SELF) - begun);
-    }
+    timeBeside(
+        command, 21, [&text] { cycle(&text); }, own, awk);
     close(fd);
     unlink(file);
-    *own = median(owns);
-    *awk = median(awks);
 }
 
 } // namespace

@@ -7,7 +7,6 @@
 //   cmake --preset release && cmake --build build/release --target bench_stats && build/release/bench_stats
 #include <benchmark/benchmark.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
@@ -20,6 +19,7 @@
 #include <unistd.h>
 #include <vector>
 
+#include "bench/beside_awk.h"
 #include "stats/stats.h"
 
 namespace {
@@ -186,40 +186,15 @@ BENCHMARK(listFilling)->Arg(512)->Arg(4096)->Unit(benchmark::kMillisecond);
 
 // ---- beside awk, in the same run
 
-double cpuSeconds(int who) {
-    rusage usage = {};
-    getrusage(who, &usage);
-    return static_cast<double>(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
-           static_cast<double>(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
-}
-
-double median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
-
 void besideAwk(int volumes, double *own, double *awk) {
     const Host host(volumes);
     start(host, volumes);
     const std::string command = "awk '{s+=$6} END{print s}' " + host.root(1) + "/proc/diskstats";
     struct tm now = {};
-    std::vector<double> owns;
-    std::vector<double> awks;
     const SilentOutput silent;
     sampleAndReport(host, &now);
-    for (int round = 0; round < ROUNDS; round++) {
-        double begun = cpuSeconds(RUSAGE_CHILDREN);
-        if (system(command.c_str()) != 0) { // NOLINT(cert-env33-c): a fixed command over an own file
-            fprintf(stderr, "awk failed\n");
-            exit(1);
-        }
-        awks.push_back(cpuSeconds(RUSAGE_CHILDREN) - begun);
-        begun = cpuSeconds(RUSAGE_SELF);
-        sampleAndReport(host, &now);
-        owns.push_back(cpuSeconds(RUSAGE_SELF) - begun);
-    }
-    *own = median(owns);
-    *awk = median(awks);
+    timeBeside(
+        command, ROUNDS, [&] { sampleAndReport(host, &now); }, own, awk);
 }
 
 // The peak memory of this process in MiB. The benchmark's own texts are a part of it.

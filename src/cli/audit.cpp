@@ -35,8 +35,8 @@ void writeInterruptedLine(int signal_number) {
     number[0] = static_cast<char>('0' + signal_number / 10 % 10);
     number[1] = static_cast<char>('0' + signal_number % 10);
     const size_t length = strlen(interrupted_line);
-    mkdir(g_log_file_dir, 0700); // on a host where no line has been logged yet
     memcpy(interrupted_line + length, signal_number < 10 ? number + 1 : number, sizeof(number) - 1);
+    mkdir(g_log_file_dir, 0700); // on a host where no line has been logged yet
     const int fd = open(log_path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600);
     if (fd >= 0 && write(fd, interrupted_line, strlen(interrupted_line)) < 0) {
         // A line that cannot be written is lost, as every other.

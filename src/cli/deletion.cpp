@@ -2,7 +2,6 @@
 #include "cli/deletion.h"
 
 #include <cstdio>
-#include <memory>
 #include <sys/time.h>
 #include <unistd.h>
 
@@ -21,8 +20,6 @@ namespace {
 constexpr int FLUSH_ATTEMPTS = 3;
 constexpr unsigned int IN_USE_PAUSE_SECONDS = 1;
 constexpr size_t NODE_SIZE = 128; // a device node or a sysfs folder of one device
-
-using DravikList = std::unique_ptr<s_dravik, decltype(&freeDravik)>;
 
 bool exists(const char *path) {
     return access(path, F_OK) == 0;

@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
-#include <memory>
 #include <unistd.h>
 
 #include "cli/topology.h"
@@ -17,8 +16,6 @@
 #include "stats/tables.h"
 
 namespace {
-
-using DravikList = std::unique_ptr<s_dravik, decltype(&freeDravik)>;
 
 // Takes a topology with `ask`, which also tells the number of lines of the listing, and registers it.
 template <typename Ask> s_ecItems *registerTopology(Ask ask) {

@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <cstring>
 #include <iterator>
-#include <memory>
 #include <unistd.h>
 
 #include "array/vdisk_cache.h"
@@ -155,8 +154,6 @@ void printPathTable(const s_dravik *device) {
 }
 
 // ---- commands
-
-using DravikList = std::unique_ptr<s_dravik, decltype(&freeDravik)>;
 
 // Takes a topology with `ask` and prints it.
 template <typename Ask> s_ecItems *showTopology(Ask ask) {

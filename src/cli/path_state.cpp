@@ -2,7 +2,6 @@
 #include "cli/path_state.h"
 
 #include <cstdio>
-#include <memory>
 
 #include "cli/params.h"
 #include "cli/service.h"
@@ -16,8 +15,6 @@
 namespace {
 
 constexpr size_t STATE_LENGTH = 64; // characters over which states are compared
-
-using DravikList = std::unique_ptr<s_dravik, decltype(&freeDravik)>;
 
 // The two changes of a path's state.
 struct PathChange {

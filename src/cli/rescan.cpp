@@ -2,7 +2,6 @@
 #include "cli/rescan.h"
 
 #include <cstdio>
-#include <memory>
 #include <unistd.h>
 
 #include "cli/deletion.h"
@@ -16,8 +15,6 @@ namespace {
 
 // Between the discovery and the rebuilding of the maps, for the new devices to appear.
 constexpr unsigned int SETTLE_SECONDS = 1;
-
-using DravikList = std::unique_ptr<s_dravik, decltype(&freeDravik)>;
 
 // A path that the array has taken away: faulty, in a group whose priority begins with 0.
 bool isDead(const s_path_dev *path) {

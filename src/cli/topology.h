@@ -1,8 +1,14 @@
 // The topology queries: run the multipath tool and parse its listing.
 #pragma once
 
+#include <memory>
+
 #include "common/result.h"
 #include "struct/s_dravik.h"
+
+// The head of a topology, freed with its list at the end of the scope:
+//   DravikList head(mallocDravik(), freeDravik);
+using DravikList = std::unique_ptr<s_dravik, decltype(&freeDravik)>;
 
 // Takes the whole topology into the list of the head `head`.
 // Returns the parser's record (listing.h), or EC_exe_cmd_failed when the tool could not be run, a missing

@@ -1,4 +1,5 @@
-// The face of `common/`: text, logging, result records, running commands, a program's first steps, the distribution's name.
+// The face of `common/`: text, logging, result records, running commands, a program's first steps, the
+// distribution's name.
 #pragma once
 
 #include "common/capture.h"      // IWYU pragma: export

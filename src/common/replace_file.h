@@ -17,5 +17,6 @@
 // touched. A FILE.new that is a link, has a second name or belongs to somebody else is removed, never
 // written through.
 // Returns 0, or the error number of the first step that failed; EBUSY when another process has held FILE.new
-// for a second without doing anything, or others have kept it busy for ten. After a failure the old content stays and no FILE.new of this process is left. Logs nothing.
+// for a second without doing anything, or others have kept it busy for ten. After a failure the old content
+// stays and no FILE.new of this process is left. Logs nothing.
 int replaceFile(const char *path, const char *text, size_t length, mode_t mode_when_new);

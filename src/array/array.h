@@ -6,5 +6,5 @@
 #include "array/nvme_log.h"    // IWYU pragma: export
 #include "array/scsi_page.h"   // IWYU pragma: export
 #include "array/vdisk_cache.h" // IWYU pragma: export
-#include "array/vdisk_json.h"  // IWYU pragma: export
+#include "array/vdisk_entry.h" // IWYU pragma: export
 #include "array/vdisk_name.h"  // IWYU pragma: export

@@ -6,8 +6,8 @@
 
 #include "array/array_log.h"
 #include "array/device_node.h"
-#include "array/vdisk_json.h"
-#include "array/vdisk_tree.h"
+#include "array/vdisk_entry.h"
+#include "array/vdisk_file.h"
 #include "common/text.h"
 
 namespace {

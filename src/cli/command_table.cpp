@@ -6,13 +6,13 @@
 #include <unistd.h>
 #include <vector>
 
-#include "cli/task.h"
-#include "cli/task_output.h"
-#include "cli/tools.h"
 #include "common/capture.h"
 #include "common/log.h"
 #include "common/text.h"
 #include "common/text_filter.h"
+#include "host/command_output.h"
+#include "host/task.h"
+#include "host/tool_names.h"
 
 const char CLI_NAMES[19][CLI_NAME_SIZE] = {"aggregation",  "config",        "delalias", "delete", "lsalias",
                                            "lspathpolicy", "query",         "restart",  "scan",   "setalias",

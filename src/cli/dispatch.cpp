@@ -3,18 +3,18 @@
 
 #include <cstdio>
 
-#include "cli/alias.h"
 #include "cli/command_table.h"
-#include "cli/conf_file.h"
-#include "cli/deletion.h"
-#include "cli/devstats.h"
-#include "cli/display.h"
-#include "cli/params.h"
-#include "cli/path_policy.h"
-#include "cli/path_state.h"
-#include "cli/port.h"
-#include "cli/rescan.h"
-#include "cli/service.h"
+#include "cli/parameter_checks.h"
+#include "commands/conf_file.h"
+#include "commands/delete.h"
+#include "commands/devstats.h"
+#include "commands/port.h"
+#include "commands/query.h"
+#include "commands/refresh.h"
+#include "commands/service.h"
+#include "commands/setalias.h"
+#include "commands/setpathpolicy.h"
+#include "commands/setstate.h"
 #include "common/text.h"
 
 namespace {

@@ -15,11 +15,11 @@
 #include "cli/caller.h"
 #include "cli/command_lock.h"
 #include "cli/command_table.h"
-#include "cli/devstats.h"
 #include "cli/dispatch.h"
-#include "cli/params.h"
-#include "cli/rescan.h"
+#include "cli/parameter_checks.h"
 #include "cli/tool_checks.h"
+#include "commands/devstats.h"
+#include "commands/refresh.h"
 #include "common/startup.h"
 
 namespace {

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <string_view>
 
-#include "cli/params.h"
+#include "cli/parameter_checks.h"
 
 namespace {
 

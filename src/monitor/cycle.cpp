@@ -5,10 +5,10 @@
 #include <ctime>
 #include <unistd.h>
 
-#include "cli/topology.h"
 #include "common/log.h"
-#include "monitor/change_log.h"
+#include "monitor/change_detection.h"
 #include "monitor/snapshot.h"
+#include "topology/topology_query.h"
 
 s_lunPath *g_pLunPath = nullptr;
 s_lunPath *g_pOldLunPath = nullptr;

@@ -1,6 +1,6 @@
 // The face of the path monitor.
 #pragma once
 
-#include "monitor/change_log.h" // IWYU pragma: export
-#include "monitor/cycle.h"      // IWYU pragma: export
-#include "monitor/snapshot.h"   // IWYU pragma: export
+#include "monitor/change_detection.h" // IWYU pragma: export
+#include "monitor/cycle.h"            // IWYU pragma: export
+#include "monitor/snapshot.h"         // IWYU pragma: export

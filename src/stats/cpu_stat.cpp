@@ -8,7 +8,7 @@
 #include <string_view>
 #include <unistd.h>
 
-#include "stats/system_tree.h"
+#include "stats/system_files.h"
 
 s_cpu *st_cpu[2] = {nullptr, nullptr};
 unsigned long long uptime[2] = {0, 0};

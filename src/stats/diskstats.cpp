@@ -7,10 +7,10 @@
 
 #include "stats/device_list.h"
 #include "stats/device_naming.h"
-#include "stats/settings.h"
+#include "stats/sample_tables.h"
+#include "stats/stat_settings.h"
 #include "stats/sysfs_stat.h"
-#include "stats/system_tree.h"
-#include "stats/tables.h"
+#include "stats/system_files.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "stats/tables.h"
+#include "stats/sample_tables.h"
 
 // The interval in clock ticks between two readings of a clock; 1 when they are equal.
 unsigned long long get_interval(unsigned long long previous, unsigned long long current);

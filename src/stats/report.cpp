@@ -9,10 +9,10 @@
 #include "stats/cpu_stat.h"
 #include "stats/name_index.h"
 #include "stats/rates.h"
-#include "stats/report_rows.h"
-#include "stats/report_text.h"
-#include "stats/settings.h"
-#include "stats/tables.h"
+#include "stats/report_buffer.h"
+#include "stats/report_layout.h"
+#include "stats/sample_tables.h"
+#include "stats/stat_settings.h"
 
 namespace {
 

@@ -7,14 +7,14 @@
 #include <unistd.h>
 
 #include "stats/cpu_stat.h"
+#include "stats/device_groups.h"
 #include "stats/device_list.h"
 #include "stats/diskstats.h"
-#include "stats/groups.h"
 #include "stats/report.h"
-#include "stats/report_rows.h"
-#include "stats/settings.h"
+#include "stats/report_layout.h"
+#include "stats/sample_tables.h"
+#include "stats/stat_settings.h"
 #include "stats/sysfs_stat.h"
-#include "stats/tables.h"
 
 namespace {
 

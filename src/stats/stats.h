@@ -7,15 +7,15 @@
 #pragma once
 
 #include "stats/cpu_stat.h"      // IWYU pragma: export
+#include "stats/device_groups.h" // IWYU pragma: export
 #include "stats/device_list.h"   // IWYU pragma: export
 #include "stats/device_naming.h" // IWYU pragma: export
 #include "stats/diskstats.h"     // IWYU pragma: export
-#include "stats/groups.h"        // IWYU pragma: export
 #include "stats/rates.h"         // IWYU pragma: export
 #include "stats/report.h"        // IWYU pragma: export
-#include "stats/report_rows.h"   // IWYU pragma: export
+#include "stats/report_layout.h" // IWYU pragma: export
+#include "stats/sample_tables.h" // IWYU pragma: export
 #include "stats/sampling.h"      // IWYU pragma: export
-#include "stats/settings.h"      // IWYU pragma: export
+#include "stats/stat_settings.h" // IWYU pragma: export
 #include "stats/sysfs_stat.h"    // IWYU pragma: export
-#include "stats/system_tree.h"   // IWYU pragma: export
-#include "stats/tables.h"        // IWYU pragma: export
+#include "stats/system_files.h"  // IWYU pragma: export

@@ -10,8 +10,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "stats/settings.h"
-#include "stats/system_tree.h"
+#include "stats/stat_settings.h"
+#include "stats/system_files.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 //   /sys/block/sdb/sdb1/stat   the same, or on an old kernel: 5123 412345 998 80112
 #pragma once
 
-#include "stats/tables.h"
+#include "stats/sample_tables.h"
 
 // Whether `name` is a device and no partition: /sys/block has it. A "/" of the name stands there as "!".
 bool is_whole_device(const char *name);

@@ -1,6 +1,6 @@
 // Any listing: both parsers answer as the second reader does, stay inside the text, leave well-formed lists, and
 // answer the same again.
-#include "cli/listing.h"
+#include "topology/listing.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "cli/target_port.h"
+#include "topology/target_port.h"
 #include "common/log.h"
 #include "struct/s_lunPath.h"
 #include "tests/fuzz/require.h"

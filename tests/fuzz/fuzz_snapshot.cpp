@@ -9,7 +9,7 @@
 #include <unistd.h>
 
 #include "common/log.h"
-#include "struct/lun_index.h"
+#include "monitor/lun_index.h"
 #include "tests/fuzz/require.h"
 #include "tests/unit/lun_list_maker.h"
 #include "tests/unit/snapshot_reference.h"

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "cli/listing.h"
+#include "topology/listing.h"
 #include "struct/s_dravik.h"
 
 // ---- lists as text

@@ -1,5 +1,5 @@
 // What `devstats` registers with the statistics engine, and in which order.
-#include "cli/devstats.h"
+#include "commands/devstats.h"
 
 #include <cstdio>
 #include <memory>

@@ -1,5 +1,5 @@
 // The index over lun-path records: the answers of the linear search, whatever the keys.
-#include "struct/lun_index.h"
+#include "monitor/lun_index.h"
 
 #include <random>
 #include <string>

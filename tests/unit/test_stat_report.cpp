@@ -15,7 +15,7 @@
 
 #include <gtest/gtest.h>
 
-#include "stats/number_text.h" // inside the module, and the report's every byte
+#include "stats/two_decimals.h" // inside the module, and the report's every byte
 #include "stats_host.h"
 
 namespace {

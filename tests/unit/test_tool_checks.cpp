@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "cli/params.h"
+#include "cli/parameter_checks.h"
 
 namespace {
 

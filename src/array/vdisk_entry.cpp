@@ -1,5 +1,5 @@
 // The cache's tree: its first form, its rule of change.
-#include "array/vdisk_json.h"
+#include "array/vdisk_entry.h"
 
 #include <cstdio>
 #include <cstring>

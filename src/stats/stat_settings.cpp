@@ -1,5 +1,5 @@
 // The settings and the rules that fill them.
-#include "stats/settings.h"
+#include "stats/stat_settings.h"
 
 #include <cstdlib>
 

@@ -5,17 +5,17 @@
 // multipath tool, which the deletion commands, looking for the marks on lines of their own, never match. The
 // pair is kept so: hosts in the field hold such lines, and correcting one side alone would delete or duplicate
 // what the policy scripts maintain.
-#include "cli/conf_file.h"
+#include "commands/conf_file.h"
 
 #include <cstdio>
 #include <cstring>
 
-#include "cli/params.h"
-#include "cli/task.h"
-#include "cli/task_output.h"
-#include "cli/tools.h"
+#include "cli/parameter_checks.h"
 #include "common/text.h"
 #include "common/text_split.h"
+#include "host/command_output.h"
+#include "host/task.h"
+#include "host/tool_names.h"
 
 namespace {
 

@@ -1,16 +1,16 @@
 // Taking single paths offline and online through the daemon.
-#include "cli/path_state.h"
+#include "commands/setstate.h"
 
 #include <cstdio>
 
-#include "cli/params.h"
-#include "cli/service.h"
-#include "cli/task.h"
-#include "cli/task_output.h"
-#include "cli/tools.h"
-#include "cli/topology.h"
+#include "cli/parameter_checks.h"
+#include "commands/service.h"
 #include "common/log.h"
 #include "common/text.h"
+#include "host/command_output.h"
+#include "host/task.h"
+#include "host/tool_names.h"
+#include "topology/topology_query.h"
 
 namespace {
 

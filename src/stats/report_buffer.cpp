@@ -1,11 +1,11 @@
 // Gathering a report.
-#include "stats/report_text.h"
+#include "stats/report_buffer.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
 
-#include "stats/number_text.h"
+#include "stats/two_decimals.h"
 
 namespace {
 

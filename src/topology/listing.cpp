@@ -1,5 +1,5 @@
 // The parser of the multipath tool's listing.
-#include "cli/listing.h"
+#include "topology/listing.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -8,10 +8,10 @@
 #include <memory>
 #include <string_view>
 
-#include "cli/target_port.h"
 #include "common/log.h"
 #include "common/text.h"
 #include "common/text_split.h"
+#include "topology/target_port.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // Rows and headers, byte for byte.
-#include "stats/report_rows.h"
+#include "stats/report_layout.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -9,7 +9,7 @@
 #include "stats/cpu_stat.h"
 #include "stats/device_naming.h"
 #include "stats/rates.h"
-#include "stats/settings.h"
+#include "stats/stat_settings.h"
 
 namespace {
 

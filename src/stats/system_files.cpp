@@ -1,5 +1,5 @@
 // Paths into the system tree, lines of its files.
-#include "stats/system_tree.h"
+#include "stats/system_files.h"
 
 #include <algorithm>
 #include <cerrno>

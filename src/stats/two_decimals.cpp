@@ -3,7 +3,7 @@
 //
 // A number below 2^52 is M / 2^S with whole M < 2^53. M * 100 fits into 60 bits, so the hundredths and what is
 // left over are exact in whole numbers, and rounding half to even gives printf's digits.
-#include "stats/number_text.h"
+#include "stats/two_decimals.h"
 
 #include <cmath>
 #include <cstdint>

@@ -1,5 +1,5 @@
 // The topology as the user sees it.
-#include "cli/display.h"
+#include "commands/query.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -9,10 +9,10 @@
 
 #include "array/vdisk_cache.h"
 #include "array/vdisk_name.h"
-#include "cli/params.h"
-#include "cli/topology.h"
+#include "cli/parameter_checks.h"
 #include "common/log.h"
 #include "common/text.h"
+#include "topology/topology_query.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // Running command lines as tasks with a result record.
-#include "cli/task.h"
+#include "host/task.h"
 
 #include <cerrno>
 #include <csignal>
@@ -7,11 +7,11 @@
 #include <ctime>
 #include <sys/time.h>
 
-#include "cli/task_output.h"
-#include "cli/tools.h"
 #include "common/capture.h"
 #include "common/log.h"
 #include "common/text_filter.h"
+#include "host/command_output.h"
+#include "host/tool_names.h"
 
 sigjmp_buf invoke_env;
 volatile int invoke_count = 0;

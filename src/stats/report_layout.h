@@ -10,8 +10,8 @@
 
 #include <cstdint>
 
-#include "stats/report_text.h"
-#include "stats/tables.h"
+#include "stats/report_buffer.h"
+#include "stats/sample_tables.h"
 
 // 512-byte sectors per unit of throughput.
 constexpr int UNIT_SECTORS = 1;

@@ -2,15 +2,15 @@
 //
 // The wording of the lines, the missing blank after "dravik_status:" included, is what people's scripts
 // search for.
-#include "monitor/change_log.h"
+#include "monitor/change_detection.h"
 
 #include <cstring>
 #include <vector>
 
 #include "common/log.h"
 #include "monitor/cycle.h"
+#include "monitor/lun_index.h"
 #include "monitor/snapshot.h"
-#include "struct/lun_index.h"
 
 namespace {
 

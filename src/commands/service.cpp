@@ -1,15 +1,15 @@
 // The daemon through the host's service tools.
-#include "cli/service.h"
+#include "commands/service.h"
 
 #include <cstdio>
 
-#include "cli/conf_file.h"
-#include "cli/host_os.h"
-#include "cli/task.h"
-#include "cli/task_output.h"
-#include "cli/tools.h"
+#include "commands/conf_file.h"
 #include "common/log.h"
 #include "common/text.h"
+#include "host/command_output.h"
+#include "host/host_os.h"
+#include "host/task.h"
+#include "host/tool_names.h"
 
 namespace {
 

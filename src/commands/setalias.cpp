@@ -1,21 +1,21 @@
 // Setting, deleting and listing aliases through alias.sh, which exits with 0 on success and otherwise begins
 // its output with a digit: "4" the pair exists, "5" the alias belongs to another WWID, "7" the WWID has no
 // alias.
-#include "cli/alias.h"
+#include "commands/setalias.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <vector>
 
-#include "cli/params.h"
-#include "cli/task.h"
-#include "cli/task_output.h"
-#include "cli/tools.h"
+#include "cli/parameter_checks.h"
 #include "common/capture.h"
 #include "common/log.h"
 #include "common/text.h"
 #include "common/text_split.h"
+#include "host/command_output.h"
+#include "host/task.h"
+#include "host/tool_names.h"
 
 namespace {
 

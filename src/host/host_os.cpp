@@ -1,5 +1,5 @@
 // Telling the host's generation from its distribution and kernel.
-#include "cli/host_os.h"
+#include "host/host_os.h"
 
 #include <cstdio>
 #include <cstring>

@@ -1,5 +1,5 @@
 // Reading, indexing and writing the cache file.
-#include "array/vdisk_tree.h"
+#include "array/vdisk_file.h"
 
 #include <cerrno>
 #include <cstdlib>
@@ -9,7 +9,7 @@
 #include <unistd.h>
 
 #include "array/vdisk_cache.h"
-#include "array/vdisk_json.h"
+#include "array/vdisk_entry.h"
 #include "common/replace_file.h"
 
 namespace {

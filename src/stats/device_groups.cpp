@@ -1,8 +1,8 @@
 // Summing devices into their groups.
-#include "stats/groups.h"
+#include "stats/device_groups.h"
 
-#include "stats/settings.h"
-#include "stats/tables.h"
+#include "stats/sample_tables.h"
+#include "stats/stat_settings.h"
 
 namespace {
 

@@ -1,16 +1,16 @@
 // The topology queries.
-#include "cli/topology.h"
+#include "topology/topology_query.h"
 
 #include <cstdio>
 
-#include "cli/listing.h"
-#include "cli/task.h"
-#include "cli/task_output.h"
-#include "cli/tools.h"
 #include "common/capture.h"
 #include "common/log.h"
 #include "common/text.h"
 #include "common/text_filter.h"
+#include "host/command_output.h"
+#include "host/task.h"
+#include "host/tool_names.h"
+#include "topology/listing.h"
 
 namespace {
 

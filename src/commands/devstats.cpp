@@ -1,5 +1,5 @@
 // The command `devstats`: from the topology to the statistics engine.
-#include "cli/devstats.h"
+#include "commands/devstats.h"
 
 #include <csignal>
 #include <cstdio>
@@ -7,13 +7,13 @@
 #include <ctime>
 #include <unistd.h>
 
-#include "cli/topology.h"
 #include "stats/cpu_stat.h"
 #include "stats/device_list.h"
 #include "stats/device_naming.h"
+#include "stats/sample_tables.h"
 #include "stats/sampling.h"
-#include "stats/settings.h"
-#include "stats/tables.h"
+#include "stats/stat_settings.h"
+#include "topology/topology_query.h"
 
 namespace {
 

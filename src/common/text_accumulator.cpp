@@ -1,5 +1,5 @@
 // The growing text accumulator.
-#include "common/text_buffer.h"
+#include "common/text_accumulator.h"
 
 #include <cstdio>
 #include <cstdlib>

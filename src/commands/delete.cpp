@@ -1,19 +1,19 @@
 // Flushing maps and deleting the block devices under them.
-#include "cli/deletion.h"
+#include "commands/delete.h"
 
 #include <cstdio>
 #include <sys/time.h>
 #include <unistd.h>
 
-#include "cli/host_os.h"
-#include "cli/params.h"
-#include "cli/task.h"
-#include "cli/task_output.h"
-#include "cli/tools.h"
-#include "cli/topology.h"
+#include "cli/parameter_checks.h"
 #include "common/log.h"
 #include "common/os_name.h"
 #include "common/text.h"
+#include "host/command_output.h"
+#include "host/host_os.h"
+#include "host/task.h"
+#include "host/tool_names.h"
+#include "topology/topology_query.h"
 
 namespace {
 

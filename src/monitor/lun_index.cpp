@@ -1,5 +1,5 @@
 // The index over lun-path records.
-#include "struct/lun_index.h"
+#include "monitor/lun_index.h"
 
 #include <cstring>
 

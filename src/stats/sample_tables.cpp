@@ -1,5 +1,5 @@
 // Slots: sizing, finding, filling, freeing.
-#include "stats/tables.h"
+#include "stats/sample_tables.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -9,9 +9,9 @@
 #include "common/text.h"
 #include "stats/cpu_stat.h"
 #include "stats/name_index.h"
-#include "stats/settings.h"
+#include "stats/stat_settings.h"
 #include "stats/sysfs_stat.h"
-#include "stats/system_tree.h"
+#include "stats/system_files.h"
 
 s_hdr_iodev *st_hdr_iodev = nullptr;
 s_iodev *st_iodev[2] = {nullptr, nullptr};

@@ -1,15 +1,15 @@
 // Discovering volumes, reviving and clearing paths, and the product's identification.
-#include "cli/rescan.h"
+#include "commands/refresh.h"
 
 #include <cstdio>
 #include <unistd.h>
 
-#include "cli/deletion.h"
-#include "cli/task.h"
-#include "cli/tools.h"
-#include "cli/topology.h"
+#include "commands/delete.h"
 #include "common/log.h"
 #include "common/text.h"
+#include "host/task.h"
+#include "host/tool_names.h"
+#include "topology/topology_query.h"
 
 namespace {
 

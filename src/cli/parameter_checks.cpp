@@ -1,5 +1,5 @@
 // The parameters of the administration commands and their checks.
-#include "cli/params.h"
+#include "cli/parameter_checks.h"
 
 #include <algorithm>
 #include <cstring>

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <sys/mman.h>
 
-#include "cli/task.h"
+#include "host/task.h"
 
 // TASK_OUTPUT_SIZE bytes of zeroed pages that cost nothing until output reaches them, and the larger heap
 // block that the capture layer may have put in their place. Released when the object goes.

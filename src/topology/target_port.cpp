@@ -1,14 +1,14 @@
 // Target ports, read from the names and attributes that the kernel and udev give to a path.
-#include "cli/target_port.h"
+#include "topology/target_port.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
-#include "cli/task.h"
 #include "common/text.h"
 #include "common/text_filter.h"
 #include "common/text_split.h"
+#include "host/task.h"
 
 namespace {
 

@@ -1,15 +1,15 @@
 // Showing the host's Fibre Channel ports.
-#include "cli/port.h"
+#include "commands/port.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
 
-#include "cli/task.h"
-#include "cli/task_output.h"
-#include "cli/tools.h"
 #include "common/log.h"
 #include "common/text_split.h"
+#include "host/command_output.h"
+#include "host/task.h"
+#include "host/tool_names.h"
 
 s_ecItems *lsport() {
     char command[TASK_COMMAND_SIZE] = "";

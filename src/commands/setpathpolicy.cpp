@@ -1,18 +1,18 @@
 // Setting and showing the path policies of the arrays.
-#include "cli/path_policy.h"
+#include "commands/setpathpolicy.h"
 
 #include <cstdio>
 #include <cstring>
 
-#include "cli/conf_file.h"
-#include "cli/host_os.h"
-#include "cli/params.h"
-#include "cli/service.h"
-#include "cli/task.h"
-#include "cli/tools.h"
+#include "cli/parameter_checks.h"
+#include "commands/conf_file.h"
+#include "commands/service.h"
 #include "common/log.h"
 #include "common/os_name.h"
 #include "common/text.h"
+#include "host/host_os.h"
+#include "host/task.h"
+#include "host/tool_names.h"
 
 namespace {
 

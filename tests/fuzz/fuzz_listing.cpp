@@ -8,11 +8,11 @@
 #include <string>
 #include <vector>
 
-#include "topology/target_port.h"
 #include "common/log.h"
 #include "struct/s_lunPath.h"
 #include "tests/fuzz/require.h"
-#include "tests/unit/listing_reference.h"
+#include "tests/support/listing_reference.h"
+#include "topology/target_port.h"
 
 // In place of the library's, which would run a shell for each name of a SCSI or NVMe device: the linker takes this
 // one and leaves the other in the archive. Nothing is resolved; what the parser promises its callee is checked.

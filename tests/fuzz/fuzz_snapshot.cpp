@@ -11,8 +11,8 @@
 #include "common/log.h"
 #include "monitor/lun_index.h"
 #include "tests/fuzz/require.h"
-#include "tests/unit/lun_list_maker.h"
-#include "tests/unit/snapshot_reference.h"
+#include "tests/support/lun_list_maker.h"
+#include "tests/support/snapshot_reference.h"
 
 namespace {
 

@@ -2,8 +2,8 @@
 # setalias, lsalias and delalias: the alias table in the configuration file and the devices' names.
 
 bats_require_minimum_version 1.5.0
-load helpers
-load admin
+load ../support/simulated_host
+load ../support/admin_commands
 
 A=3600b5d60001a2b3c0000000000000001
 B=3600b5d60001a2b3c0000000000000002

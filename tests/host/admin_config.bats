@@ -2,8 +2,8 @@
 # config and mkconfig: the bytes of the configuration file and of its backup.
 
 bats_require_minimum_version 1.5.0
-load helpers
-load admin
+load ../support/simulated_host
+load ../support/admin_commands
 
 # The line that mkconfig appends: a comment to the multipath tool, without a line feed at its end.
 appended() {

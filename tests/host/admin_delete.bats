@@ -2,8 +2,8 @@
 # delete: the map is flushed, then its block devices go; a map that cannot be flushed keeps all its paths.
 
 bats_require_minimum_version 1.5.0
-load helpers
-load admin
+load ../support/simulated_host
+load ../support/admin_commands
 
 # block_devices: what /sys/block has, once what programs wrote there has taken effect.
 block_devices() {

@@ -2,8 +2,8 @@
 # Scripts and tools that are missing, fail, hang, print nothing or megabytes, or die: what each command answers.
 
 bats_require_minimum_version 1.5.0
-load helpers
-load admin
+load ../support/simulated_host
+load ../support/admin_commands
 
 A=3600b5d60001a2b3c0000000000000001
 

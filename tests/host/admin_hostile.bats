@@ -4,8 +4,8 @@
 # shellcheck disable=SC2016,SC1003 # what stands in single quotes is hostile text, not to be expanded or closed
 
 bats_require_minimum_version 1.5.0
-load helpers
-load admin
+load ../support/simulated_host
+load ../support/admin_commands
 
 LONG=$(printf 'x%.0s' {1..300})
 WORDS=('$(touch /canary)' '`touch /canary`' 'a;touch /canary' 'a|touch /canary' 'a&touch /canary' 'a&&touch /canary'

@@ -2,8 +2,8 @@
 # setpathpolicy and lspathpolicy: the configuration file, its backup, the change log and the daemon's reload.
 
 bats_require_minimum_version 1.5.0
-load helpers
-load admin
+load ../support/simulated_host
+load ../support/admin_commands
 
 BACK_UP='\cp -fp /etc/velomux.conf /etc/velomux.conf.bk 2>&1'
 ROLL_BACK='\cp -fp /etc/velomux.conf.bk /etc/velomux.conf 2>&1'

@@ -2,8 +2,8 @@
 # scan, aggregation, refresh, port and version.
 
 bats_require_minimum_version 1.5.0
-load helpers
-load admin
+load ../support/simulated_host
+load ../support/admin_commands
 
 NOTICE='This operation may take several minutes, please wait patiently.'
 SCAN_LINES='bash /usr/bin/dravik-script/g2dravikscan.sh 2>&1

@@ -2,8 +2,8 @@
 # A day of an administrator: every command in the order a person would use them, the host looked at after each.
 
 bats_require_minimum_version 1.5.0
-load helpers
-load admin
+load ../support/simulated_host
+load ../support/admin_commands
 
 A=3600b5d60001a2b3c0000000000000001
 TABLE=$(printf '=%.0s' {1..130})

@@ -2,8 +2,8 @@
 # status, start, stop, restart and the self-start commands, with the service tools of every generation of hosts.
 
 bats_require_minimum_version 1.5.0
-load helpers
-load admin
+load ../support/simulated_host
+load ../support/admin_commands
 
 box() { printf '%s\n%s\n%s\n' "$LINE" "$1" "$LINE"; }
 state() { cat "$HOST/sim/services/dravikd.service.state"; }

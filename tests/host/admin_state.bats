@@ -2,8 +2,8 @@
 # setstate: the daemon's answer, the path's state afterwards, and the record of what was changed by hand.
 
 bats_require_minimum_version 1.5.0
-load helpers
-load admin
+load ../support/simulated_host
+load ../support/admin_commands
 
 QUERY='bash /usr/bin/dravik-script/checkdravikd.sh 2>&1
 velomux -ll 2> /dev/null'

@@ -2,7 +2,7 @@
 # Who changed this host: one line of the command log for each changing command.
 
 bats_require_minimum_version 1.5.0
-load helpers
+load ../support/simulated_host
 
 @test "a changing command leaves one line with user, command line and result, a reading one leaves none" {
     make_host

@@ -2,7 +2,7 @@
 # devstats over scripted counters: the numbers of every report, paths that come and go, and Ctrl+C.
 
 bats_require_minimum_version 1.5.0
-load helpers
+load ../support/simulated_host
 
 BANNER="================================================================================================
                                    I/O Performance Information                                  

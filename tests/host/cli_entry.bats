@@ -3,7 +3,7 @@
 # shellcheck disable=SC2016 # what stands in single quotes is hostile text, not to be expanded
 
 bats_require_minimum_version 1.5.0
-load helpers
+load ../support/simulated_host
 
 LINE=$(printf -- '-%.0s' {1..130})
 

@@ -2,7 +2,7 @@
 # Commands that change the host take turns; those that only show something never wait.
 
 bats_require_minimum_version 1.5.0
-load helpers
+load ../support/simulated_host
 
 LINE=$(printf -- '-%.0s' {1..130})
 DONE="$LINE

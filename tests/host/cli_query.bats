@@ -2,7 +2,7 @@
 # query: the whole topology as it is printed, one device, failed devices, and a tool that does not answer.
 
 bats_require_minimum_version 1.5.0
-load helpers
+load ../support/simulated_host
 
 LINE=$(printf -- '-%.0s' {1..130})
 TABLE=$(printf '=%.0s' {1..130})

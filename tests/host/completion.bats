@@ -1,8 +1,8 @@
 #!/usr/bin/env bats
 # What the Tab key offers: words, parameters, values and names, in a root of the test's, and how long it takes.
 
-load helpers
-load completion
+load ../support/simulated_host
+load ../support/tab_key
 
 setup() { ROOT=$BATS_TEST_TMPDIR/root; }
 

@@ -1,7 +1,7 @@
 #!/usr/bin/env bats
 # The example of every help text, played on the simulated host: what it shows is what is printed.
 
-load helpers
+load ../support/simulated_host
 
 # Prints the example of a help text: command lines behind "# ", output below.
 example() {

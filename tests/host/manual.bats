@@ -2,8 +2,8 @@
 # What an administrator reads, held against the program and against itself: command table, help texts, manual
 # pages, completion, operator guide.
 
-load helpers
-load completion
+load ../support/simulated_host
+load ../support/tab_key
 
 # ---- what the program says
 

@@ -1,7 +1,7 @@
 #!/usr/bin/env bats
 # The monitor as a process: first start, restart, and everything that can go wrong around it.
 
-load helpers
+load ../support/simulated_host
 
 # One small volume of one path, so that whole logs can be compared.
 small_host() {

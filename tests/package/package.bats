@@ -1,7 +1,7 @@
 #!/usr/bin/env bats
 # The packages: what is in them, what installing and removing them does to a fresh root.
 
-load ../host/helpers
+load ../support/simulated_host
 
 # Made once for the whole file.
 setup_file() {

@@ -1,7 +1,7 @@
 #!/usr/bin/env bats
 # alias.sh: statuses, the multipaths section, exact comparison, and telling the stack.
 
-load helpers
+load ../support/small_root
 
 setup_file() { make_base; }
 

@@ -1,7 +1,7 @@
 #!/usr/bin/env bats
 # The scripts give the same answers and the same bytes with every awk that a host may have.
 
-load helpers
+load ../support/small_root
 
 setup_file() { make_base; }
 

@@ -1,7 +1,7 @@
 #!/usr/bin/env bats
 # What every edit of /etc/velomux.conf keeps, refuses and survives, seen through alias.sh and the library.
 
-load helpers
+load ../support/small_root
 
 setup_file() { make_base; }
 

@@ -5,7 +5,7 @@
 # shell is killed at every call from the taking of the lock to its end; then each tool that it runs, at every
 # call of its own. KILL_EVERY=20 takes every twentieth call only, for a quick look.
 
-load helpers
+load ../support/small_root
 
 setup_file() { make_base; }
 

@@ -1,7 +1,7 @@
 #!/usr/bin/env bats
 # The distribution's name as the program reads it, and which systems can do NVMe over Fabrics.
 
-load helpers
+load ../support/small_root
 
 setup_file() { make_base; }
 setup() { make_root; }

@@ -1,7 +1,7 @@
 #!/usr/bin/env bats
 # g2mpiocfg.sh: which systems it takes, what it writes, and what it leaves alone.
 
-load helpers
+load ../support/small_root
 
 setup_file() { make_base; }
 

@@ -1,7 +1,7 @@
 #!/usr/bin/env bats
 # The lock of the helper scripts: bounded waiting, and the way without the flock command.
 
-load helpers
+load ../support/small_root
 
 setup_file() { make_base; }
 setup() { make_root; }

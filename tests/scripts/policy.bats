@@ -1,7 +1,7 @@
 #!/usr/bin/env bats
 # policy.sh and its three sisters: reading and writing the path policy between the chooser markers.
 
-load helpers
+load ../support/small_root
 
 setup_file() { make_base; }
 

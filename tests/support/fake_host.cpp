@@ -1,0 +1,333 @@
+// The stand-ins for the capture layer and for what handlers ask the C library.
+#include "tests/support/fake_host.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <sys/time.h>
+#include <sys/utsname.h>
+#include <unistd.h>
+
+#include "cli/parameter_checks.h"
+#include "common/capture.h"
+
+const char *const QUERY_ALL = "query: velomux -ll 2> /dev/null";
+
+namespace {
+
+FakeHost *host = nullptr; // the one that lives
+
+} // namespace
+
+// Looks into the living host for the functions below.
+struct FakeHostState {
+    // Records `command` and takes its answer.
+    static FakeHost::Answer take(const std::string &command) {
+        host->calls.push_back(command);
+        if (host->starts_nothing) {
+            return {"", NOT_STARTED, nullptr};
+        }
+        std::vector<FakeHost::Answer> &queue = host->answers[command];
+        if (queue.empty()) {
+            return {"", 0, nullptr};
+        }
+        FakeHost::Answer answer = queue.front();
+        if (queue.size() > 1) {
+            queue.erase(queue.begin());
+        }
+        if (answer.effect) {
+            answer.effect();
+        }
+        return answer;
+    }
+
+    // Answers one run the way the capture layer does: the outcome.
+    static int run(const std::string &command, char *buffer, int size, char **out, int *grown) {
+        const FakeHost::Answer answer = take(command);
+        if (answer.outcome < 0) {
+            *out = answer.outcome == NO_MEMORY ? nullptr : buffer;
+            return answer.outcome;
+        }
+        const bool grows = answer.output.size() >= static_cast<size_t>(size);
+        *out = grows ? static_cast<char *>(malloc(answer.output.size() + 1)) : buffer;
+        memcpy(*out, answer.output.c_str(), answer.output.size() + 1);
+        if (answer.outcome == 0) {
+            *grown = grows ? 1 : 0;
+        }
+        return answer.outcome;
+    }
+
+    static bool exists(const char *path) {
+        ++host->asked[path];
+        return host->nodes.count(path) != 0;
+    }
+    // Null when the file does not exist.
+    static const std::string *file(const char *path) {
+        const auto found = host->files.find(path);
+        return found == host->files.end() ? nullptr : &found->second;
+    }
+    static const std::string *kernelRelease() {
+        return host->kernel_fails ? nullptr : &host->kernel_release;
+    }
+    static const std::string *lsbText() {
+        ++host->asked["lsb_release"];
+        return host->lsb_fails ? nullptr : &host->lsb_text;
+    }
+};
+
+namespace {
+
+bool isReleaseFile(const char *path) {
+    return strcmp(path, "/etc/oracle-release") == 0 || strcmp(path, "/etc/redhat-release") == 0 ||
+           strcmp(path, "/etc/os-release") == 0 || strcmp(path, "/etc/SuSE-release") == 0;
+}
+
+FILE *streamOf(const std::string &text) {
+    FILE *stream = tmpfile();
+    if (stream != nullptr) {
+        fwrite(text.data(), 1, text.size(), stream);
+        rewind(stream);
+    }
+    return stream;
+}
+
+// Lets the timer's handler take over, as its signal does in the middle of a wait. Owns nothing: the handler
+// jumps away from here.
+void expire() {
+    sigset_t alarm_only;
+    sigemptyset(&alarm_only);
+    sigaddset(&alarm_only, SIGALRM);
+    sigprocmask(SIG_UNBLOCK, &alarm_only, nullptr);
+    raise(SIGALRM);
+}
+
+int timedOutcome(const char *command, char *buffer, int size, char **out, int *grown) {
+    return FakeHostState::run(std::string("timed: ") + command, buffer, size, out, grown);
+}
+
+} // namespace
+
+// The linker's names for the functions in place of others, and for those others.
+// NOLINTBEGIN(readability-identifier-naming)
+extern "C" {
+
+int __real__Z9exe_queryPKcPciPS1_Pi(const char *command, char *buffer, int size, char **out, int *grown);
+int __wrap__Z9exe_queryPKcPciPS1_Pi(const char *command, char *buffer, int size, char **out, int *grown);
+int __wrap__Z9exe_queryPKcPciPS1_Pi(const char *command, char *buffer, int size, char **out, int *grown) {
+    return host == nullptr ? __real__Z9exe_queryPKcPciPS1_Pi(command, buffer, size, out, grown)
+                           : FakeHostState::run(std::string("query: ") + command, buffer, size, out, grown);
+}
+
+int __real__Z7exe_cmdPKcPciPS1_Pi(const char *command, char *buffer, int size, char **out, int *grown);
+int __wrap__Z7exe_cmdPKcPciPS1_Pi(const char *command, char *buffer, int size, char **out, int *grown);
+int __wrap__Z7exe_cmdPKcPciPS1_Pi(const char *command, char *buffer, int size, char **out, int *grown) {
+    return host == nullptr ? __real__Z7exe_cmdPKcPciPS1_Pi(command, buffer, size, out, grown)
+                           : FakeHostState::run(command, buffer, size, out, grown);
+}
+
+int __real__Z19exe_cmd_nonblockingPKcPciPS1_Pi(const char *command, char *buffer, int size, char **out,
+                                               int *grown);
+int __wrap__Z19exe_cmd_nonblockingPKcPciPS1_Pi(const char *command, char *buffer, int size, char **out,
+                                               int *grown);
+int __wrap__Z19exe_cmd_nonblockingPKcPciPS1_Pi(const char *command, char *buffer, int size, char **out,
+                                               int *grown) {
+    if (host == nullptr) {
+        return __real__Z19exe_cmd_nonblockingPKcPciPS1_Pi(command, buffer, size, out, grown);
+    }
+    const int outcome = timedOutcome(command, buffer, size, out, grown);
+    if (outcome == HANGS) {
+        expire();
+    }
+    if (outcome != 0) {
+        *grown = outcome == NO_MEMORY ? NO_MEMORY : NOT_STARTED;
+    }
+    return *grown;
+}
+
+// Over which transport a path runs is another room's subject; its commands would only stand between those of
+// the handlers.
+s_ecItems *__real__Z13getTargetPortPKcPcS1_(const char *device_name, char *host_interface, char *target_port);
+s_ecItems *__wrap__Z13getTargetPortPKcPcS1_(const char *device_name, char *host_interface, char *target_port);
+s_ecItems *__wrap__Z13getTargetPortPKcPcS1_(const char *device_name, char *host_interface,
+                                            char *target_port) {
+    return host == nullptr ? __real__Z13getTargetPortPKcPcS1_(device_name, host_interface, target_port)
+                           : nullptr;
+}
+
+FILE *__real_fopen(const char *path, const char *mode);
+FILE *__wrap_fopen(const char *path, const char *mode);
+FILE *__wrap_fopen(const char *path, const char *mode) {
+    if (host == nullptr || path == nullptr || !isReleaseFile(path)) {
+        return __real_fopen(path, mode);
+    }
+    const std::string *text = FakeHostState::file(path);
+    return text == nullptr ? nullptr : streamOf(*text);
+}
+
+FILE *__real_popen(const char *command, const char *mode);
+FILE *__wrap_popen(const char *command, const char *mode);
+FILE *__wrap_popen(const char *command, const char *mode) {
+    if (host == nullptr || strcmp(command, "/usr/bin/lsb_release -d -s 2>/dev/null") != 0) {
+        return __real_popen(command, mode);
+    }
+    const std::string *text = FakeHostState::lsbText();
+    return text == nullptr ? nullptr : streamOf(*text);
+}
+
+int __real_pclose(FILE *stream);
+int __wrap_pclose(FILE *stream);
+int __wrap_pclose(FILE *stream) {
+    return host == nullptr ? __real_pclose(stream) : fclose(stream);
+}
+
+int __real_access(const char *path, int mode);
+int __wrap_access(const char *path, int mode);
+int __wrap_access(const char *path, int mode) {
+    const bool is_fake = host != nullptr && (strncmp(path, "/dev/", strlen("/dev/")) == 0 ||
+                                             strncmp(path, "/sys/", strlen("/sys/")) == 0);
+    if (!is_fake) {
+        return __real_access(path, mode);
+    }
+    return FakeHostState::exists(path) ? 0 : -1;
+}
+
+int __real_uname(utsname *name);
+int __wrap_uname(utsname *name);
+int __wrap_uname(utsname *name) {
+    if (host == nullptr) {
+        return __real_uname(name);
+    }
+    const std::string *release = FakeHostState::kernelRelease();
+    if (release == nullptr) {
+        return -1;
+    }
+    snprintf(name->release, sizeof(name->release), "%s", release->c_str());
+    return 0;
+}
+
+unsigned int __real_sleep(unsigned int seconds);
+unsigned int __wrap_sleep(unsigned int seconds);
+unsigned int __wrap_sleep(unsigned int seconds) {
+    if (host == nullptr) {
+        return __real_sleep(seconds);
+    }
+    host->calls.push_back("sleep " + std::to_string(seconds));
+    return 0;
+}
+
+} // extern "C"
+// NOLINTEND(readability-identifier-naming)
+
+FakeHost::FakeHost() {
+    if (host != nullptr) {
+        ADD_FAILURE() << "two hosts at a time";
+    }
+    host = this;
+    give(gParamMpathxVal, "");
+    give(gParamPathVal, "");
+    give(gParamStateVal, "");
+    give(gParamGroupVal, "");
+    give(gParamChooserVal, "");
+    give(gParamWwidVal, "");
+    give(gParamAliasVal, "");
+    give(gParamIntervalVal, "");
+    give(gParamHostportVal, "");
+    gParamHostInterfaceType = HOST_INTERFACE_SCSI;
+}
+
+FakeHost::~FakeHost() {
+    // A time-out leaves the timer running; the test program must outlive it.
+    const itimerval never = {};
+    setitimer(ITIMER_REAL, &never, nullptr);
+    host = nullptr;
+}
+
+void FakeHost::answer(const std::string &command, const std::string &output, int outcome,
+                      const std::function<void()> &effect) {
+    answers[command] = {{output, outcome, effect}};
+}
+
+void FakeHost::thenAnswer(const std::string &command, const std::string &output, int outcome) {
+    answers[command].push_back({output, outcome, nullptr});
+}
+
+void FakeHost::startNothing() {
+    starts_nothing = true;
+}
+
+void FakeHost::file(const std::string &path, const std::string &text) {
+    files[path] = text;
+}
+
+void FakeHost::kernel(const std::string &release) {
+    kernel_release = release;
+}
+
+void FakeHost::kernelDoesNotAnswer() {
+    kernel_fails = true;
+}
+
+void FakeHost::lsbRelease(const std::string &text) {
+    lsb_text = text;
+}
+
+void FakeHost::lsbReleaseCannotBeStarted() {
+    lsb_fails = true;
+}
+
+void FakeHost::node(const std::string &path) {
+    nodes.insert(path);
+}
+
+void FakeHost::removeNode(const std::string &path) {
+    nodes.erase(path);
+}
+
+int FakeHost::askedFor(const std::string &path) const {
+    const auto found = asked.find(path);
+    return found == asked.end() ? 0 : found->second;
+}
+
+void FakeHost::becomeRhel6() {
+    kernel("2.6.32-754.el6.x86_64");
+    file("/etc/redhat-release", "Red Hat Enterprise Linux Server release 6.10 (Santiago)\n");
+}
+
+void FakeHost::becomeSuse11Sp4() {
+    kernel("3.0.101-63-default");
+    file("/etc/os-release", "NAME=\"SLES\"\nVERSION=\"11.4\"\n");
+}
+
+void give(char (&parameter)[257], const std::string &text) {
+    snprintf(parameter, sizeof(parameter), "%s", text.c_str());
+}
+
+std::string printed(s_ecItems *(*operation)(), s_ecItems **result) {
+    testing::internal::CaptureStdout();
+    *result = operation();
+    return testing::internal::GetCapturedStdout();
+}
+
+std::string separator() {
+    return std::string(130, '-') + "\n";
+}
+
+std::string shown(const s_ecItems *record) {
+    char text[512] = "";
+    getErrorMsg(record, text, sizeof(text));
+    return text;
+}
+
+std::string listing(const std::vector<std::string> &paths, const std::string &alias,
+                    const std::string &number, const std::string &priority) {
+    std::string text = alias + " (360000000000000000000000000000001) dm-" + number + " KORVEL,QVX\n" +
+                       "size=10G features='0' hwhandler='0' wp=rw\n";
+    for (const std::string &path : paths) {
+        text.append("|-+- policy='service-time 0' prio=").append(priority).append(" status=active\n");
+        text.append("| `- ").append(path).append("\n");
+    }
+    return text;
+}

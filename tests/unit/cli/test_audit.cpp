@@ -1,0 +1,184 @@
+// The audit line of the commands that change the host, and the texts it is made of.
+#include "cli/audit.h"
+
+#include <algorithm>
+#include <csignal>
+#include <cstdlib>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "cli/caller.h"
+#include "tests/support/dumps_redirect.h"
+
+namespace {
+
+using Words = std::vector<const char *>;
+
+std::string shown(const Words &words, unsigned int size = 480) {
+    std::vector<char> out(size);
+    shownCommandLine(static_cast<int>(words.size()), words.data(), out.data(), size);
+    return out.data();
+}
+
+// No sudo, whatever started the tests.
+class Audit : public testing::Test {
+  protected:
+    void SetUp() override {
+        unsetenv("SUDO_USER");
+        unsetenv("SUDO_UID");
+        char login[USER_NAME_SIZE] = "";
+        loginUser(login, sizeof(login));
+        if (login[0] != '\0') {
+            GTEST_SKIP() << "the kernel knows who logged in here: " << login;
+        }
+        char user[USER_NAME_SIZE] = "";
+        runningUser(user, sizeof(user));
+        name = user;
+    }
+    DumpsFolder dumps;
+    std::string name;
+};
+
+} // namespace
+
+TEST(Caller, ACommandLineOfPlainWordsStandsAsItWasTyped) {
+    EXPECT_EQ(shown({"/usr/bin/dravik", "setstate", "-path_alias", "mpatha", "-device_name", "sdb"}),
+              "dravik setstate -path_alias mpatha -device_name sdb");
+    EXPECT_EQ(shown({"dravik", "--service", "mkconfig"}), "dravik --service mkconfig");
+    EXPECT_EQ(shown({"dravik"}), "dravik");
+}
+
+TEST(Caller, OtherWordsAreQuotedAndTheirControlCharactersVisible) {
+    EXPECT_EQ(shown({"dravik", "delete", ""}), "dravik delete \"\"");
+    EXPECT_EQ(shown({"dravik", "delete", "a b"}), "dravik delete \"a b\"");
+    EXPECT_EQ(shown({"dravik", "delete", "a\nb\x1b[0m\x7f\xc3\xa9"}),
+              "dravik delete \"a\\x0ab\\x1b[0m\\x7f\\xc3\\xa9\"");
+    EXPECT_EQ(shown({"dravik", "delete", R"(a"]: \)"}), R"(dravik delete "a\"]: \\")");
+}
+
+TEST(Caller, ATextThatDoesNotFitEndsInThreePoints) {
+    EXPECT_EQ(shown({"dravik", "scan"}, 12), "dravik scan");
+    EXPECT_EQ(shown({"dravik", "scan"}, 11), "dravik ...");
+    char text[8] = "";
+    shownText("\n\n\n", text, sizeof(text));
+    EXPECT_STREQ(text, "\\x0a...");
+}
+
+TEST(Caller, TheLoginUserBehindSudoIsToldUnlessTheKernelKnowsBetter) {
+    setenv("SUDO_USER", "alice", 1);
+    setenv("SUDO_UID", "4294967295", 1); // what the kernel shows where nobody logged in
+    char login[USER_NAME_SIZE] = "";
+    loginUser(login, sizeof(login));
+    unsetenv("SUDO_USER");
+    unsetenv("SUDO_UID");
+    char known[USER_NAME_SIZE] = "";
+    loginUser(known, sizeof(known));
+    EXPECT_STREQ(login, known[0] == '\0' ? "alice" : known);
+}
+
+TEST_F(Audit, ASuccessLeavesOneLineAtLevel2) {
+    const char *argv[] = {"dravik", "delete", "mpatha"};
+    beginAudit(3, argv);
+    auditResult(&EC_ok);
+    EXPECT_EQ(dumps.commandLogLines(),
+              (std::vector<std::string>{"INFO  audit # user " + name +
+                                        " ran [dravik delete mpatha]: Command executed successfully."}));
+}
+
+TEST_F(Audit, TheLoginUserStandsBesideTheRunningOne) {
+    setenv("SUDO_USER", "alice\n[", 1);
+    const char *argv[] = {"dravik", "scan"};
+    beginAudit(2, argv);
+    unsetenv("SUDO_USER");
+    auditResult(&EC_info_ok);
+    EXPECT_EQ(dumps.commandLogLines(),
+              (std::vector<std::string>{"INFO  audit # user " + name +
+                                        " (login alice\\x0a[) ran [dravik scan]: Command executed "
+                                        "successfully."}));
+}
+
+TEST_F(Audit, AFailureIsToldWithItsWordsMadeVisible) {
+    const char *argv[] = {"dravik", "delete", "mpatha"};
+    beginAudit(3, argv);
+    initEcItems1(&EC_no_path_alias, "a\nb");
+    auditResult(&EC_no_path_alias);
+    EXPECT_EQ(dumps.commandLogLines(),
+              (std::vector<std::string>{"INFO  audit # user " + name +
+                                        " ran [dravik delete mpatha]: Error(0115): This path_alias [a\\x0ab] "
+                                        "does not exist."}));
+}
+
+TEST_F(Audit, NoArgumentCanForgeALineOrCutTheNewlineOff) {
+    const std::string hostile(5000, '\n');
+    const std::string forged = "x\n[2026-01-01 00:00:00.000] INFO  audit 1 user root ran [dravik scan]: ok";
+    const char *argv[] = {"dravik", "delete", forged.c_str(), hostile.c_str()};
+    beginAudit(4, argv);
+    auditText(hostile.c_str());
+    beginAudit(2, argv);
+    auditText("the next");
+    const std::string log = dumps.read("dravik_cli.log");
+    EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 2);
+    EXPECT_EQ(log.back(), '\n');
+    EXPECT_EQ(dumps.commandLogLines().back(),
+              "INFO  audit # user " + name + " ran [dravik delete]: the next");
+}
+
+TEST_F(Audit, ASignalThatEndsTheProcessLeavesTheLineToo) {
+    for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
+        dumps.forgetLogs();
+        const pid_t child = fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            signal(number, SIG_DFL);
+            const char *argv[] = {"dravik", "scan"};
+            beginAudit(2, argv);
+            raise(number);
+            _exit(0);
+        }
+        int status = 0;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == number) << status;
+        EXPECT_EQ(dumps.commandLogLines(), (std::vector<std::string>{"INFO  audit # user " + name +
+                                                                     " ran [dravik scan]: ended by signal " +
+                                                                     std::to_string(number)}));
+    }
+}
+
+TEST_F(Audit, AfterTheResultASignalLeavesNoSecondLine) {
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        signal(SIGTERM, SIG_DFL);
+        const char *argv[] = {"dravik", "scan"};
+        beginAudit(2, argv);
+        auditResult(&EC_ok);
+        raise(SIGTERM);
+        _exit(0);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM);
+    EXPECT_EQ(dumps.commandLogLines().size(), 1U);
+}
+
+TEST_F(Audit, ASignalThatIsIgnoredStaysIgnored) {
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        signal(SIGHUP, SIG_IGN); // as nohup does
+        const char *argv[] = {"dravik", "scan"};
+        beginAudit(2, argv);
+        raise(SIGHUP);
+        auditResult(&EC_ok);
+        raise(SIGHUP);
+        _exit(7);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 7);
+    EXPECT_EQ(dumps.commandLogLines().size(), 1U);
+}

@@ -1,0 +1,95 @@
+// The names of the commands: the check of a name, the list, the help that is not there.
+#include "cli/cli_tags.h"
+
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "tests/support/dumps_redirect.h"
+
+namespace {
+
+const std::string LINE = std::string(130, '-') + "\n";
+
+const char *const NAMES[] = {"aggregation",  "config", "delalias", "delete", "lsalias",
+                             "lspathpolicy", "query",  "restart",  "scan",   "setalias",
+                             "setstate",     "start",  "status",   "stop",   "setpathpolicy",
+                             "version",      "port",   "devstats", "refresh"};
+
+// The record's address and first word, as one comparable thing.
+std::pair<const s_ecItems *, std::string> checked(const char *name) {
+    const s_ecItems *record = checkCliNames(name);
+    return {record, record->code == 0 ? "" : record->items[0]};
+}
+
+std::pair<const s_ecItems *, std::string> refused(const std::string &word) {
+    return {&EC_invalid_cli_name, word};
+}
+
+} // namespace
+
+TEST(CommandTable, EveryListedNameAndRefreshAreAccepted) {
+    for (const char *name : NAMES) {
+        EXPECT_EQ(checkCliNames(name), &EC_ok) << name;
+    }
+}
+
+TEST(CommandTable, APrefixOrAnExtensionOfANameIsNotAccepted) {
+    EXPECT_EQ(checked("quer"), refused("quer"));
+    EXPECT_EQ(checked("queryx"), refused("queryx"));
+    EXPECT_EQ(checked("query "), refused("query "));
+    EXPECT_EQ(checked("Query"), refused("Query"));
+    EXPECT_EQ(checked("refreshx"), refused("refreshx"));
+    EXPECT_EQ(checked(""), refused(""));
+    EXPECT_EQ(checked(nullptr), refused(""));
+}
+
+TEST(CommandTable, AServiceCommandIsNotAccepted) {
+    for (const char *name : {"mkconfig", "lsselfstart", "setselfstart"}) {
+        EXPECT_EQ(checked(name), refused(name));
+    }
+}
+
+TEST(CommandTable, AnUnknownNameIsShownWithItsFirst64Characters) {
+    EXPECT_EQ(checked(std::string(300, 'x').c_str()), refused(std::string(64, 'x')));
+}
+
+TEST(CommandTable, TheListShowsTheTableInItsOrderAndNothingElse) {
+    testing::internal::CaptureStdout();
+    print_cli_list();
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "aggregation\nconfig\ndelalias\ndelete\nlsalias\nlspathpolicy\nquery\nrestart\nscan\nsetalias\n"
+              "setstate\nsetpathpolicy\nstart\nstatus\nstop\nversion\nport\ndevstats\n");
+}
+
+TEST(CommandTable, TheTableEndsWithAnEmptyRow) {
+    EXPECT_STREQ(CLI_NAMES[17], "devstats");
+    EXPECT_STREQ(CLI_NAMES[18], "");
+}
+
+TEST(CommandTable, HelpForACommandWithoutAFileSaysSo) {
+    const DumpsFolder dumps;
+    testing::internal::CaptureStdout();
+    print_help("nosuchcommand");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              LINE + "Error(0001): No help avaliable for [nosuchcommand].\n" + LINE);
+    EXPECT_EQ(dumps.commandLog(), "");
+}
+
+TEST(CommandTable, HelpForANameThatNoShellMaySeeSaysSo) {
+    const DumpsFolder dumps;
+    for (const std::string &name :
+         {std::string("$(reboot)"), std::string("a b"), std::string("a;b"), std::string("")}) {
+        testing::internal::CaptureStdout();
+        print_help(name.c_str());
+        EXPECT_EQ(testing::internal::GetCapturedStdout(),
+                  LINE + "Error(0001): No help avaliable for [" + name + "].\n" + LINE);
+    }
+    EXPECT_EQ(dumps.commandLog(), "");
+}
+
+TEST(CommandTable, HelpForANameThatDoesNotFitThePathSaysSo) {
+    const std::string name(300, 'x');
+    EXPECT_EQ(showHelp(name.c_str()), &EC_no_help);
+    EXPECT_EQ(std::string(EC_no_help.items[0]), std::string(64, 'x'));
+}

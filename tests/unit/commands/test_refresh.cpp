@@ -1,0 +1,217 @@
+// Scan, aggregation, refresh, version: what each runs, in which order, and what a refresh removes.
+#include "cli/cli_exe.h"
+
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "tests/support/fake_host.h"
+
+namespace {
+
+using Calls = std::vector<std::string>;
+
+constexpr char SCAN[] = "bash /usr/bin/dravik-script/g2dravikscan.sh";
+constexpr char DISCOVER[] = "bash /usr/bin/dravik-script/discoverfcnvme.sh";
+constexpr char REVIVE[] = "bash /usr/bin/dravik-script/run_all_offline_path.sh";
+constexpr char REBUILD[] = "velomux -r";
+
+// One path in a group of its own, as the listing has it.
+struct Path {
+    std::string name;
+    std::string priority;
+    std::string checker;
+};
+
+std::string device(const std::string &alias, const std::string &number, const std::vector<Path> &paths) {
+    std::string text = listing({}, alias, number);
+    for (const Path &path : paths) {
+        text += "|-+- policy='service-time 0' prio=" + path.priority + " status=enabled\n| `- 1:0:0:1 " +
+                path.name + " 8:16 failed " + path.checker + " running\n";
+    }
+    return text;
+}
+
+std::string deletionOf(const std::string &name) {
+    return "echo 1 > /sys/block/" + name + "/device/delete";
+}
+
+// What a refresh of the topology `text` runs between its query and its scan; it must go on to its end.
+Calls removedFrom(const std::string &text) {
+    FakeHost host;
+    host.answer(QUERY_ALL, text);
+    for (const char *name : {"sdb", "sdc", "sdd", "nvme0n1"}) {
+        host.node(std::string("/sys/block/") + name);
+    }
+    s_ecItems *result = nullptr;
+    EXPECT_EQ("", printed(refresh, &result));
+    EXPECT_EQ(&EC_ok, result);
+    const Calls tail = {SCAN, DISCOVER, "sleep 1", REVIVE, REBUILD};
+    EXPECT_GE(host.calls.size(), tail.size() + 1);
+    const auto end = host.calls.end() - static_cast<Calls::difference_type>(tail.size());
+    EXPECT_EQ(QUERY_ALL, host.calls.front());
+    EXPECT_EQ(tail, Calls(end, host.calls.end()));
+    return {host.calls.begin() + 1, end};
+}
+
+// The record of a refresh that must end early, and all that it ran.
+Calls endedRefresh(FakeHost *host, s_ecItems *expected) {
+    EXPECT_EQ(expected, refresh());
+    return host->calls;
+}
+
+} // namespace
+
+// ---- scan, aggregation
+
+TEST(Rescan, ScanRescansAndThenDiscovers) {
+    FakeHost host;
+    s_ecItems *result = nullptr;
+    EXPECT_EQ("", printed(scan, &result));
+    EXPECT_EQ(&EC_ok, result);
+    EXPECT_EQ((Calls{SCAN, DISCOVER}), host.calls);
+}
+
+TEST(Rescan, OnlyTheSecondScriptOfAScanCounts) {
+    FakeHost host;
+    host.answer(SCAN, "", NOT_STARTED);
+    host.answer(DISCOVER, "", 1);
+    EXPECT_EQ(&EC_ok, scan());
+    EXPECT_EQ((Calls{SCAN, DISCOVER}), host.calls);
+    host.answer(DISCOVER, "", NOT_STARTED);
+    EXPECT_EQ(&EC_exe_cmd_failed, scan());
+}
+
+TEST(Rescan, AggregationRevivesPathsAndThenRebuildsTheMaps) {
+    FakeHost host;
+    EXPECT_EQ(&EC_ok, aggregation());
+    EXPECT_EQ((Calls{REVIVE, REBUILD}), host.calls);
+}
+
+TEST(Rescan, OnlyTheRebuildingOfAnAggregationCounts) {
+    FakeHost host;
+    host.answer(REVIVE, "", NOT_STARTED);
+    EXPECT_EQ(&EC_ok, aggregation());
+    host.answer(REBUILD, "", NO_MEMORY);
+    EXPECT_EQ(&EC_exe_cmd_failed, aggregation());
+}
+
+// ---- refresh: what is removed
+
+TEST(Refresh, AHealthyTopologyLosesNothing) {
+    EXPECT_EQ(Calls{}, removedFrom(device("mpatha", "3", {{"sdb", "50", "ready"}, {"sdc", "0", "ready"}})));
+    EXPECT_EQ(Calls{}, removedFrom(""));
+}
+
+TEST(Refresh, AFaultyPathInAGroupOfPriority0IsDeletedAndTheMapStaysWithAHealthyOne) {
+    EXPECT_EQ(Calls{deletionOf("sdb")},
+              removedFrom(device("mpatha", "3", {{"sdb", "0", "faulty"}, {"sdc", "50", "ready"}})));
+}
+
+TEST(Refresh, ADeviceWhoseEveryPathIsDeadLosesAllOfThemAndItsMap) {
+    EXPECT_EQ((Calls{deletionOf("sdb"), deletionOf("sdc"), "velomux -f /dev/dm-3"}),
+              removedFrom(device("mpatha", "3", {{"sdb", "0", "faulty"}, {"sdc", "0", "faulty"}})));
+}
+
+TEST(Refresh, AFaultyPathInAGroupOfPriority50IsNotRemoved) {
+    EXPECT_EQ(Calls{}, removedFrom(device("mpatha", "3", {{"sdb", "50", "faulty"}})));
+}
+
+TEST(Refresh, ADeviceWithoutPathsLosesItsMap) {
+    EXPECT_EQ(Calls{"velomux -f /dev/dm-3"}, removedFrom(device("mpatha", "3", {})));
+}
+
+TEST(Refresh, TheFirstCharacterOfThePriorityAndSixOfTheCheckerDecide) {
+    EXPECT_EQ((Calls{deletionOf("sdb"), "velomux -f /dev/dm-3"}),
+              removedFrom(device("mpatha", "3", {{"sdb", "05", "faulty_x"}})));
+    EXPECT_EQ(Calls{}, removedFrom(device("mpatha", "3", {{"sdb", "0", "fault"}})));
+    EXPECT_EQ(Calls{}, removedFrom(device("mpatha", "3", {{"sdb", "0", "i/o"}})));
+    EXPECT_EQ(Calls{}, removedFrom(device("mpatha", "3", {{"sdb", "-1", "faulty"}})));
+}
+
+TEST(Refresh, DeadPathsThatSysfsDoesNotKnowCountAsDeadWithoutACommand) {
+    EXPECT_EQ(Calls{"velomux -f /dev/dm-3"}, removedFrom(device("mpatha", "3", {{"sdx", "0", "faulty"}})));
+}
+
+TEST(Refresh, ADeadNvmePathIsDeletedLikeAnyOther) {
+    EXPECT_EQ((Calls{deletionOf("nvme0n1"), "velomux -f /dev/dm-3"}),
+              removedFrom(device("mpatha", "3", {{"nvme0n1", "0", "faulty"}})));
+}
+
+TEST(Refresh, DevicesAreClearedInTheOrderOfTheListing) {
+    EXPECT_EQ((Calls{deletionOf("sdb"), "velomux -f /dev/dm-3", deletionOf("sdd"), "velomux -f /dev/dm-5"}),
+              removedFrom(device("mpatha", "3", {{"sdb", "0", "faulty"}}) +
+                          device("mpathb", "4", {{"sdc", "50", "ready"}}) +
+                          device("mpathc", "5", {{"sdd", "0", "faulty"}})));
+}
+
+// ---- refresh: what ends it
+
+TEST(Refresh, AFailedQueryEndsIt) {
+    FakeHost host;
+    host.answer(QUERY_ALL, "", 127);
+    EXPECT_EQ(Calls{QUERY_ALL}, endedRefresh(&host, &EC_exe_cmd_failed));
+}
+
+TEST(Refresh, AMalformedListingEndsItBeforeAnythingIsRemoved) {
+    FakeHost host;
+    host.node("/sys/block/sdb");
+    host.answer(QUERY_ALL, device("mpatha", "3", {{"sdb", "0", "faulty"}}) + "|-+- nonsense\n");
+    EXPECT_EQ(Calls{QUERY_ALL}, endedRefresh(&host, &EC_parse_cmd_out));
+}
+
+TEST(Refresh, ADeletionThatCannotBeRunEndsItAndWhatWasRemovedStaysRemoved) {
+    FakeHost host;
+    host.node("/sys/block/sdb");
+    host.node("/sys/block/sdc");
+    host.answer(QUERY_ALL, device("mpatha", "3", {{"sdb", "0", "faulty"}, {"sdc", "0", "faulty"}}));
+    host.answer(deletionOf("sdc"), "", NOT_STARTED);
+    EXPECT_EQ((Calls{QUERY_ALL, deletionOf("sdb"), deletionOf("sdc")}),
+              endedRefresh(&host, &EC_exe_cmd_failed));
+}
+
+TEST(Refresh, AMapInUseEndsIt) {
+    FakeHost host;
+    host.answer(QUERY_ALL, device("mpatha", "3", {}) + device("mpathb", "4", {}));
+    host.answer("velomux -f /dev/dm-3", "mpatha: map in use\n", 1);
+    EXPECT_EQ((Calls{QUERY_ALL, "velomux -f /dev/dm-3"}), endedRefresh(&host, &EC_del_failed_for_using));
+}
+
+TEST(Refresh, AScanThatCannotBeRunEndsIt) {
+    FakeHost host;
+    host.answer(DISCOVER, "", NOT_STARTED);
+    EXPECT_EQ((Calls{QUERY_ALL, SCAN, DISCOVER}), endedRefresh(&host, &EC_exe_cmd_failed));
+}
+
+TEST(Refresh, ItsRecordIsThatOfTheAggregation) {
+    FakeHost host;
+    host.answer(REBUILD, "", NOT_STARTED);
+    EXPECT_EQ((Calls{QUERY_ALL, SCAN, DISCOVER, "sleep 1", REVIVE, REBUILD}),
+              endedRefresh(&host, &EC_exe_cmd_failed));
+}
+
+TEST(Refresh, AHostileNameOfTheListingIsNeverHandedToAShell) {
+    for (const std::string name : {"sd;reboot", "sd$(reboot)", "sd`x`", "sd|x", "sd&x", "sd>x", "-sd"}) {
+        FakeHost host;
+        host.node("/sys/block/" + name);
+        host.answer(QUERY_ALL, device("mpatha", "3", {{name, "0", "faulty"}}));
+        EXPECT_EQ(Calls{QUERY_ALL}, endedRefresh(&host, &EC_exe_cmd_failed)) << name;
+    }
+}
+
+// ---- version
+
+TEST(Version, TheIdentificationStandsBetweenTwoSeparators) {
+    FakeHost host;
+    s_ecItems *result = nullptr;
+    EXPECT_EQ(separator() +
+                  "Software name: Dravik\n"
+                  "Vendor: Korvel\n"
+                  "Version: 3.3.7\n"
+                  "Copyright (c) Korvel. All rights reserved.\n" +
+                  separator(),
+              printed(version, &result));
+    EXPECT_EQ(&EC_info_ok, result);
+    EXPECT_EQ(Calls{}, host.calls);
+}

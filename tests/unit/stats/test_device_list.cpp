@@ -1,0 +1,179 @@
+// The list of devices to report and other names of a device.
+#include "stats/stats.h"
+
+#include <cstring>
+#include <filesystem>
+#include <random>
+#include <string>
+#include <sys/resource.h>
+#include <unistd.h>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "tests/support/stats_host.h"
+
+namespace {
+
+class DeviceList : public testing::Test {
+  protected:
+    StatsHost host;
+
+    static int add(const std::string &name, const std::string &alias) {
+        return update_dev_list(&dlist_idx, name.c_str(), alias.c_str());
+    }
+};
+
+TEST_F(DeviceList, AFreshListIsEmptyAndZeroFilled) {
+    salloc_dev_list(3);
+    EXPECT_EQ(dlist_idx, 0);
+    const s_dev_list empty = {};
+    for (int i = 0; i < 3; i++) {
+        EXPECT_EQ(memcmp(&st_dev_list[i], &empty, sizeof(empty)), 0);
+    }
+    add("sdb", "");
+    salloc_dev_list(3);
+    EXPECT_EQ(dlist_idx, 0);
+    EXPECT_STREQ(st_dev_list[0].name, "");
+    sfree_dev_list();
+    EXPECT_EQ(st_dev_list, nullptr);
+    EXPECT_EQ(dlist_idx, 0);
+    sfree_dev_list();
+}
+
+TEST_F(DeviceList, AnAllocationThatFailsExitsWithFour) {
+#if defined(__SANITIZE_ADDRESS__)
+    GTEST_SKIP() << "the sanitizer's own allocator does not live within a limit";
+#endif
+    const auto allocate_without_memory = [] {
+        const rlimit limit = {64UL << 20, 64UL << 20};
+        setrlimit(RLIMIT_AS, &limit);
+        salloc_dev_list(1000000);
+    };
+    EXPECT_EXIT(allocate_without_memory(), testing::ExitedWithCode(4), "^malloc: Cannot allocate memory\n$");
+}
+
+TEST_F(DeviceList, NewNamesAreAppendedAndKnownOnesKeepTheirPlaceAndAlias) {
+    salloc_dev_list(4);
+    EXPECT_EQ(add("dm-3", "mpatha"), 0);
+    EXPECT_EQ(add("sdb", "sdb"), 1);
+    EXPECT_EQ(add("sdc", "sdc"), 2);
+    EXPECT_EQ(add("dm-3", "another"), 0);
+    EXPECT_EQ(add("sdb", "dm-9"), 1);
+    EXPECT_EQ(dlist_idx, 3);
+    EXPECT_STREQ(st_dev_list[0].name, "dm-3");
+    EXPECT_STREQ(st_dev_list[0].alias, "mpatha");
+    EXPECT_STREQ(st_dev_list[1].name, "sdb");
+    EXPECT_STREQ(st_dev_list[1].alias, "");
+    EXPECT_STREQ(st_dev_list[2].alias, "");
+    EXPECT_EQ(st_dev_list[0].disk_flag, 0);
+}
+
+TEST_F(DeviceList, NamesAreComparedExactly) {
+    salloc_dev_list(4);
+    EXPECT_EQ(add("sda", ""), 0);
+    EXPECT_EQ(add("sdaa", ""), 1);
+    EXPECT_EQ(add("SDA", ""), 2);
+    EXPECT_EQ(add("sd", ""), 3);
+}
+
+TEST_F(DeviceList, NamesAndAliasesAreCutAtSeventyOneCharacters) {
+    salloc_dev_list(2);
+    const std::string name = "dm-" + std::string(97, '1');
+    EXPECT_EQ(add(name, std::string(100, 'a')), 0);
+    EXPECT_EQ(st_dev_list[0].name, name.substr(0, 71));
+    EXPECT_EQ(st_dev_list[0].alias, std::string(71, 'a'));
+    EXPECT_STREQ(st_dev_list[1].name, "");
+    // The cut name is another name than the whole one.
+    EXPECT_EQ(add(name, ""), 1);
+    EXPECT_EQ(add(name.substr(0, 71), ""), 0);
+}
+
+TEST_F(DeviceList, AFullOrMissingListTakesNothing) {
+    EXPECT_EQ(add("sdb", ""), -1);
+    salloc_dev_list(1);
+    EXPECT_EQ(add("sdb", ""), 0);
+    EXPECT_EQ(add("sdc", ""), 1); // the room that the presaving may need
+    EXPECT_EQ(add("sdd", ""), -1);
+    EXPECT_EQ(add("sdc", ""), 1);
+    EXPECT_EQ(dlist_idx, 2);
+    salloc_dev_list(-5);
+    EXPECT_EQ(add("sdb", ""), 0);
+    EXPECT_EQ(add("sdc", ""), -1);
+}
+
+TEST_F(DeviceList, TheNameColumnIsAsWideAsTheLongestAliasOfADeviceButAtLeastThirteen) {
+    EXPECT_EQ(get_max_dev_alias_name_len(), 13);
+    listDevices({"dm-1=short", "sdb"});
+    EXPECT_EQ(get_max_dev_alias_name_len(), 13);
+    listDevices({"dm-1=" + std::string(13, 'a'), "sdb"});
+    EXPECT_EQ(get_max_dev_alias_name_len(), 13);
+    listDevices({"dm-1=" + std::string(14, 'a'), "sdb"});
+    EXPECT_EQ(get_max_dev_alias_name_len(), 14);
+    listDevices(
+        {"dm-1=x", "dm-2=" + std::string(30, 'a'), "dm-3=y", "a-path-whose-name-is-much-longer-than-that"});
+    EXPECT_EQ(get_max_dev_alias_name_len(), 30);
+}
+
+TEST_F(DeviceList, TheIndexAnswersAsTheLinearSearchDoes) {
+    constexpr unsigned int SEED = 4711;
+    std::mt19937 random(SEED); // NOLINT(cert-msc32-c,cert-msc51-cpp): a failure must come back
+    for (int round = 0; round < 30; round++) {
+        const int entries = 1 + static_cast<int>(random() % 300);
+        salloc_dev_list(entries);
+        for (int i = 0; i < entries * 2; i++) {
+            std::string name = (random() % 3 == 0 ? "dm-" : "sd") + std::to_string(random() % 200);
+            if (random() % 10 == 0) {
+                name += std::string(70, 'x');
+            }
+            int expected = 0;
+            while (expected < dlist_idx && name != st_dev_list[expected].name) {
+                expected++;
+            }
+            if (expected == entries + 1) {
+                expected = -1;
+            }
+            ASSERT_EQ(add(name, "alias"), expected) << SEED << " " << name;
+        }
+    }
+}
+
+TEST(DeviceNaming, ALinkIsFollowedAndTheDevFolderDropped) {
+    const StatsHost host;
+    const std::string link = host.path("/link");
+    ASSERT_EQ(symlink("/dev/null", link.c_str()), 0);
+    EXPECT_STREQ(device_name(link.c_str()), "null");
+    EXPECT_STREQ(device_name("/dev/null"), "null");
+    host.write("/file", "");
+    std::filesystem::remove(link);
+    ASSERT_EQ(symlink("file", link.c_str()), 0);
+    EXPECT_EQ(device_name(link.c_str()), std::filesystem::canonical(host.path("/file")).string());
+}
+
+TEST(DeviceNaming, WhatLeadsNowhereIsTheNameItself) {
+    const char *name = "dm-3";
+    EXPECT_EQ(device_name(name), name);
+    EXPECT_STREQ(device_name("/nonexistent/dm-3"), "/nonexistent/dm-3");
+    EXPECT_STREQ(device_name(""), "");
+}
+
+TEST(DeviceNaming, AFileInTheWorkingFolderDoesNotHideADevice) {
+    const StatsHost host;
+    host.write("/working/sdb", "");
+    ASSERT_EQ(symlink("/dev/null", host.path("/working/sdc").c_str()), 0);
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(host.path("/working"));
+    EXPECT_STREQ(device_name("sdb"), "sdb");
+    EXPECT_STREQ(device_name("sdc"), "null");
+    std::filesystem::current_path("/dev");
+    EXPECT_STREQ(device_name("null"), "null");
+    std::filesystem::current_path(before);
+}
+
+TEST(DeviceNaming, TheNamingTablesFindNoName) {
+    EXPECT_EQ(device_table_name(8, 16), nullptr);
+    EXPECT_EQ(device_mapper_name(253, 3), nullptr);
+    EXPECT_EQ(get_pretty_name_from_persistent("sdb"), nullptr);
+}
+
+} // namespace

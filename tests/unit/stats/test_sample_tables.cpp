@@ -1,0 +1,352 @@
+// Slots: how many there are, who gets which, when they are free again.
+#include "stats/stats.h"
+
+#include <cstring>
+#include <random>
+#include <string>
+#include <sys/resource.h>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "tests/support/stats_host.h"
+
+namespace {
+
+class StatTables : public testing::Test {
+  protected:
+    StatsHost host;
+
+    void initWith(int lines) {
+        std::string text;
+        for (int i = 0; i < lines; i++) {
+            text += diskstatsLine("init" + std::to_string(i), {});
+        }
+        host.diskstats(text);
+        io_sys_init();
+    }
+    static void save(const std::string &name, unsigned long reads, int sample) {
+        s_iodev counters = {};
+        counters.read_ios = reads;
+        save_stats(name.c_str(), sample, &counters, iodev_nr, st_hdr_iodev);
+    }
+    static void saveInReading(const std::string &name, unsigned long reads) {
+        s_iodev counters = {};
+        counters.read_ios = reads;
+        saveReading(name, &counters);
+    }
+};
+
+TEST_F(StatTables, AHeaderEntryTakesEightyBytes) {
+    EXPECT_EQ(sizeof(s_hdr_iodev), 80U);
+    EXPECT_EQ(sizeof(s_cpu), 320U);
+}
+
+TEST_F(StatTables, TheTablesHoldFourSlotsMoreThanTheFileHasLines) {
+    initWith(3);
+    EXPECT_EQ(iodev_nr, 7);
+    EXPECT_TRUE(st_settings.has_diskstats);
+    EXPECT_FALSE(st_settings.has_sysfs);
+    EXPECT_GE(cpu_nr, 1);
+    const s_iodev zero = {};
+    const s_hdr_iodev empty = {};
+    for (int i = 0; i < iodev_nr; i++) {
+        EXPECT_TRUE(st_iodev[0][i] == zero);
+        EXPECT_TRUE(st_iodev[1][i] == zero);
+        EXPECT_TRUE(st_hdr_iodev[i] == empty);
+    }
+    const s_cpu no_time = {};
+    EXPECT_EQ(memcmp(st_cpu[0], &no_time, sizeof(no_time)), 0);
+    EXPECT_EQ(memcmp(st_cpu[1], &no_time, sizeof(no_time)), 0);
+    group_nr = 2;
+    io_sys_init();
+    EXPECT_EQ(iodev_nr, 9);
+}
+
+TEST_F(StatTables, ALastLineWithoutANewlineCountsToo) {
+    host.diskstats("   8 0 sda 1\n   8 16 sdb 1");
+    io_sys_init();
+    EXPECT_EQ(iodev_nr, 6);
+}
+
+TEST_F(StatTables, WithoutCounterLinesTheDevicesUnderSysfsAreCounted) {
+    host.write("/sys/block/sda/stat", "1\n");
+    host.write("/sys/block/sda/sda1/stat", "1\n");
+    host.write("/sys/block/sda/sda2/stat", "1\n");
+    host.write("/sys/block/sda/queue/depth", "1\n");
+    host.write("/sys/block/dm-0/stat", "1\n");
+    io_sys_init();
+    EXPECT_EQ(iodev_nr, 6);
+    EXPECT_FALSE(st_settings.has_diskstats);
+    EXPECT_TRUE(st_settings.has_sysfs);
+    st_settings.partitions = true;
+    host.diskstats("");
+    io_sys_init();
+    EXPECT_EQ(iodev_nr, 8);
+    EXPECT_FALSE(st_settings.has_diskstats);
+}
+
+TEST_F(StatTables, PartitionsOfChosenDisksAreSoughtUnderSysfs) {
+    host.write("/sys/block/sda/stat", "1\n");
+    host.write("/sys/block/sda/sda1/stat", "1\n");
+    host.diskstats("   8 0 sda 1\n");
+    st_settings.partitions = true;
+    io_sys_init();
+    EXPECT_EQ(iodev_nr, 6);
+    EXPECT_TRUE(st_settings.has_diskstats);
+    EXPECT_TRUE(st_settings.has_sysfs);
+    st_settings.all_partitions = true;
+    io_sys_init();
+    EXPECT_EQ(iodev_nr, 5);
+    EXPECT_FALSE(st_settings.has_sysfs);
+}
+
+TEST_F(StatTables, NoDiskAnywhereExitsWithTwo) {
+    EXPECT_EXIT(io_sys_init(), testing::ExitedWithCode(2), "^Cannot find disk data\n$");
+    host.diskstats("");
+    host.write("/sys/block/readme", "no device\n");
+    EXPECT_EXIT(io_sys_init(), testing::ExitedWithCode(2), "^Cannot find disk data\n$");
+}
+
+TEST_F(StatTables, AnAllocationThatFailsExitsWithFour) {
+#if defined(__SANITIZE_ADDRESS__)
+    GTEST_SKIP() << "the sanitizer's own allocator does not live within a limit";
+#endif
+    host.diskstats(std::string(1000000, '\n'));
+    const auto init_without_memory = [] {
+        const rlimit limit = {64UL << 20, 64UL << 20};
+        setrlimit(RLIMIT_AS, &limit);
+        io_sys_init();
+    };
+    EXPECT_EXIT(init_without_memory(), testing::ExitedWithCode(4), "^malloc: Cannot allocate memory\n$");
+}
+
+TEST_F(StatTables, FreeingReleasesEverythingAndMayBeRepeated) {
+    initWith(3);
+    io_sys_free();
+    io_sys_free();
+    EXPECT_EQ(st_hdr_iodev, nullptr);
+    EXPECT_EQ(st_iodev[0], nullptr);
+    EXPECT_EQ(st_iodev[1], nullptr);
+    EXPECT_EQ(st_cpu[0], nullptr);
+    EXPECT_EQ(st_cpu[1], nullptr);
+    EXPECT_EQ(iodev_nr, 0);
+}
+
+// ---- presaving
+
+TEST_F(StatTables, TheListIsPresavedWithOneEntryMoreForTheGroupsName) {
+    initWith(3);
+    listDevices({"dm-3=mpatha", "sdb", "sdc"});
+    presave_device_list();
+    EXPECT_EQ(dlist_idx, 4);
+    EXPECT_STREQ(st_dev_list[3].name, "");
+    EXPECT_EQ(slotsOf(0), "dm-3:1:1:0/0 sdb:1:1:0/0 sdc:1:1:0/0 :1:1:0/0 ");
+}
+
+TEST_F(StatTables, ANameThatBeginsWithABlankIsAGroup) {
+    initWith(3);
+    listDevices({"dm-3=mpatha", "sdb"});
+    strcpy(st_group_name, " all");
+    presave_device_list();
+    EXPECT_EQ(slotsOf(0), "dm-3:1:1:0/0 sdb:1:1:0/0  all:2:1:0/0 ");
+}
+
+TEST_F(StatTables, AListLongerThanTheTablesIsPresavedAsFarAsTheyReach) {
+    initWith(1);
+    listDevices({"a", "b", "c", "d", "e", "f", "g"});
+    presave_device_list();
+    EXPECT_EQ(slotsOf(0), "a:1:1:0/0 b:1:1:0/0 c:1:1:0/0 d:1:1:0/0 e:1:1:0/0 ");
+    EXPECT_EQ(dlist_idx, 8);
+}
+
+TEST_F(StatTables, WithAnEmptyListTheLastSlotIsTheGroups) {
+    initWith(1);
+    strcpy(st_group_name, " all");
+    presave_device_list();
+    EXPECT_EQ(slotsOf(0), "- - - -  all:2:1:0/0 ");
+    EXPECT_EQ(dlist_idx, 0);
+}
+
+// ---- saving
+
+TEST_F(StatTables, ANewDeviceTakesTheFirstFreeSlotAndIsMeasuredFromZero) {
+    initWith(1);
+    st_iodev[0][0].read_ios = 99;
+    save("sda", 5, 1);
+    save("sdb", 6, 1);
+    EXPECT_EQ(slotsOf(1), "sda:1:1:5/0 sdb:1:1:6/0 ");
+    EXPECT_EQ(slotsOf(0), "sda:1:1:0/0 sdb:1:1:0/0 ");
+}
+
+TEST_F(StatTables, AKnownDeviceKeepsItsSlotAndTheOtherSample) {
+    initWith(1);
+    save("sda", 5, 1);
+    save("sdb", 6, 1);
+    save("sdb", 8, 0);
+    EXPECT_EQ(slotsOf(0), "sda:1:1:0/0 sdb:1:1:8/0 ");
+    EXPECT_EQ(slotsOf(1), "sda:1:1:5/0 sdb:1:1:6/0 ");
+}
+
+TEST_F(StatTables, WithoutAFreeSlotASampleIsDropped) {
+    initWith(1);
+    for (const char *name : {"a", "b", "c", "d", "e", "f"}) {
+        save(name, 1, 0);
+    }
+    EXPECT_EQ(slotsOf(0), "a:1:1:1/0 b:1:1:1/0 c:1:1:1/0 d:1:1:1/0 e:1:1:1/0 ");
+}
+
+TEST_F(StatTables, ANameIsCutAtSeventyOneCharactersAndFoundAgain) {
+    initWith(1);
+    const std::string name(90, 'n');
+    save(name, 1, 0);
+    save(name, 2, 0);
+    EXPECT_EQ(slotsOf(0), std::string(71, 'n') + ":1:1:2/0 ");
+    beginReading(0);
+    saveInReading(name, 3);
+    endReading();
+    EXPECT_EQ(slotsOf(0), std::string(71, 'n') + ":1:1:3/0 ");
+}
+
+TEST_F(StatTables, AVanishedDeviceFreesItsSlotAndANewOneReusesIt) {
+    initWith(1);
+    for (const char *name : {"a", "b", "c"}) {
+        save(name, 1, 0);
+    }
+    beginReading(1);
+    EXPECT_EQ(st_hdr_iodev[0].status, SLOT_UNREGISTERED);
+    saveInReading("a", 2);
+    saveInReading("c", 2);
+    endReading();
+    EXPECT_EQ(slotsOf(1), "a:1:1:2/0 - c:1:1:2/0 ");
+    beginReading(0);
+    saveInReading("a", 3);
+    saveInReading("new", 7);
+    saveInReading("c", 3);
+    endReading();
+    EXPECT_EQ(slotsOf(0), "a:1:1:3/0 new:1:1:7/0 c:1:1:3/0 ");
+    EXPECT_EQ(slotsOf(1), "a:1:1:2/0 new:1:1:0/0 c:1:1:2/0 ");
+}
+
+TEST_F(StatTables, ADeviceThatComesBackIsANewOne) {
+    initWith(1);
+    save("a", 1, 0);
+    save("b", 1, 0);
+    beginReading(1); // nothing is there
+    endReading();
+    EXPECT_EQ(slotsOf(1), "");
+    beginReading(0);
+    saveInReading("b", 9);
+    saveInReading("a", 8);
+    endReading();
+    EXPECT_EQ(slotsOf(0), "b:1:1:9/0 a:1:1:8/0 ");
+    EXPECT_EQ(slotsOf(1), "b:1:1:0/0 a:1:1:0/0 ");
+}
+
+TEST_F(StatTables, AGroupKeepsItsSlotThroughAReading) {
+    initWith(1);
+    strcpy(st_group_name, " all");
+    listDevices({"sda"});
+    presave_device_list();
+    beginReading(0);
+    saveInReading("sda", 3);
+    endReading();
+    EXPECT_EQ(slotsOf(0), "sda:1:1:3/0  all:2:1:0/0 ");
+}
+
+// Two engines side by side: one through the index, one through save_stats.
+TEST_F(StatTables, TheIndexAnswersAsTheLinearSearchDoes) {
+    constexpr unsigned int SEED = 815;
+    std::mt19937 random(SEED); // NOLINT(cert-msc32-c,cert-msc51-cpp): a failure must come back
+    for (int round = 0; round < 20; round++) {
+        initWith(1 + static_cast<int>(random() % 40));
+        listDevices({"sd3", "sd5", "dm-1=x", "gone"});
+        presave_device_list();
+        std::vector<s_hdr_iodev> header(st_hdr_iodev, st_hdr_iodev + iodev_nr);
+        std::vector<s_iodev> samples[2] = {{st_iodev[0], st_iodev[0] + iodev_nr},
+                                           {st_iodev[1], st_iodev[1] + iodev_nr}};
+        for (int reading = 0; reading < 8; reading++) {
+            const int sample = reading % 2;
+            std::vector<std::string> names;
+            for (unsigned int i = 0; i < random() % 60; i++) {
+                names.push_back((random() % 4 == 0 ? "dm-" : "sd") + std::to_string(random() % 50));
+            }
+            beginReading(sample);
+            for (size_t i = 0; i < names.size(); i++) {
+                saveInReading(names[i], i + 1);
+            }
+            endReading();
+            const std::vector<s_hdr_iodev> indexed(st_hdr_iodev, st_hdr_iodev + iodev_nr);
+            const std::vector<s_iodev> indexed_samples[2] = {{st_iodev[0], st_iodev[0] + iodev_nr},
+                                                             {st_iodev[1], st_iodev[1] + iodev_nr}};
+            // The same again on the other engine's tables.
+            std::copy(header.begin(), header.end(), st_hdr_iodev);
+            std::copy(samples[0].begin(), samples[0].end(), st_iodev[0]);
+            std::copy(samples[1].begin(), samples[1].end(), st_iodev[1]);
+            set_entries_unregistered(iodev_nr, st_hdr_iodev);
+            for (size_t i = 0; i < names.size(); i++) {
+                save(names[i], i + 1, sample);
+            }
+            free_unregistered_entries(iodev_nr, st_hdr_iodev);
+            header.assign(st_hdr_iodev, st_hdr_iodev + iodev_nr);
+            samples[0].assign(st_iodev[0], st_iodev[0] + iodev_nr);
+            samples[1].assign(st_iodev[1], st_iodev[1] + iodev_nr);
+            ASSERT_TRUE(indexed == header) << SEED;
+            ASSERT_TRUE(indexed_samples[0] == samples[0]) << SEED;
+            ASSERT_TRUE(indexed_samples[1] == samples[1]) << SEED;
+        }
+    }
+}
+
+// ---- groups
+
+TEST_F(StatTables, DevicesAreSummedUpToTheirGroup) {
+    initWith(4);
+    listDevices({"a", "b", "idle", "gone"});
+    strcpy(st_group_name, " all");
+    presave_device_list();
+    st_iodev[1][0] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11};
+    st_iodev[1][1] = {10, 20, 30, 40, 50, 60, 70, 80, 90, 100, 110};
+    st_iodev[1][2].read_sectors = 1000; // but no request
+    st_iodev[1][3].read_ios = 1000;
+    st_hdr_iodev[3].status = SLOT_UNREGISTERED;
+    st_hdr_iodev[3].used = 0;
+    compute_device_groups_stats(1);
+    const s_iodev total = st_iodev[1][4];
+    const s_iodev expected = {11, 22, 33, 44, 55, 66, 77, 88, 0, 110, 121};
+    EXPECT_TRUE(total == expected);
+    EXPECT_EQ(st_hdr_iodev[4].used, 2U);
+    st_settings.unfiltered = true;
+    compute_device_groups_stats(1);
+    EXPECT_EQ(st_iodev[1][4].read_sectors, 1011U);
+    EXPECT_EQ(st_hdr_iodev[4].used, 3U);
+}
+
+TEST_F(StatTables, EachGroupStartsItsSumAnewAndAnEmptyOneKeepsItsSlot) {
+    initWith(4);
+    for (int i = 0; i < 5; i++) {
+        st_hdr_iodev[i].used = 1;
+        st_hdr_iodev[i].status = SLOT_DEVICE;
+        snprintf(st_hdr_iodev[i].name, sizeof(st_hdr_iodev[i].name), "d%d", i);
+        st_iodev[0][i].write_ios = 1;
+    }
+    for (const int group : {2, 4, 5}) {
+        st_hdr_iodev[group].used = 1;
+        st_hdr_iodev[group].status = SLOT_GROUP;
+        snprintf(st_hdr_iodev[group].name, sizeof(st_hdr_iodev[group].name), " g%d", group);
+    }
+    compute_device_groups_stats(0);
+    EXPECT_EQ(slotsOf(0), "d0:1:1:0/1 d1:1:1:0/1  g2:2:2:0/2 d3:1:1:0/1  g4:2:1:0/1  g5:2:0:0/0 ");
+    compute_device_groups_stats(0);
+    EXPECT_EQ(slotsOf(0), "d0:1:1:0/1 d1:1:1:0/1  g2:2:2:0/2 d3:1:1:0/1  g4:2:1:0/1  g5:2:0:0/0 ");
+    // A new device finds another slot than the empty group's.
+    beginReading(0);
+    for (const char *name : {"d0", "d1", "d3", "new"}) {
+        saveInReading(name, 1);
+    }
+    endReading();
+    EXPECT_EQ(slotsOf(0),
+              "d0:1:1:1/0 d1:1:1:1/0  g2:2:2:0/2 d3:1:1:1/0  g4:2:1:0/1  g5:2:0:0/0 new:1:1:1/0 ");
+}
+
+} // namespace

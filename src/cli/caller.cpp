@@ -9,7 +9,7 @@
 #include <string_view>
 #include <unistd.h>
 
-#include "common/text_filter.h"
+#include "common/plain_word.h"
 
 namespace {
 

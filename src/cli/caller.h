@@ -14,7 +14,7 @@ void runningUser(char *out, unsigned int size);
 // else by what sudo tells; "" when there is none or it is the running user.
 void loginUser(char *out, unsigned int size);
 
-// The command line: "dravik" and the words argv[1] to argv[argc - 1]. A word that is not plain (text_filter.h)
+// The command line: "dravik" and the words argv[1] to argv[argc - 1]. A word that is not plain (plain_word.h)
 // stands in double quotes, '"' and '\' in it behind a '\', anything but printable ASCII as \xHH. A text that
 // does not fit ends in "...".
 void shownCommandLine(int argc, const char *const *argv, char *out, unsigned int size);

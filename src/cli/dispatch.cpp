@@ -4,10 +4,10 @@
 #include <cstdio>
 
 #include "cli/command_table.h"
-#include "cli/parameter_checks.h"
 #include "commands/conf_file.h"
 #include "commands/delete.h"
 #include "commands/devstats.h"
+#include "commands/parameter_buffers.h"
 #include "commands/port.h"
 #include "commands/query.h"
 #include "commands/refresh.h"

@@ -3,31 +3,17 @@
 
 #include <algorithm>
 #include <cstring>
-#include <string_view>
+#include <iterator>
 
+#include "commands/parameter_buffers.h"
+#include "commands/path_selectors.h"
+#include "common/character_tests.h"
 #include "common/text.h"
 #include "common/text_split.h"
 
-char gParamMpathxVal[PARAM_SIZE];
-char gParamPathVal[PARAM_SIZE];
-char gParamStateVal[PARAM_SIZE];
-char gParamGroupVal[PARAM_SIZE];
-char gParamChooserVal[PARAM_SIZE];
-char gParamWwidVal[PARAM_SIZE];
-char gParamAliasVal[PARAM_SIZE];
-char gParamIntervalVal[PARAM_SIZE];
-char gParamHostportVal[PARAM_SIZE];
-int gParamHostInterfaceType = HOST_INTERFACE_SCSI;
-
-// "service-time" goes by the name "round-robin-extend": the product's naming, which administrators know.
-const char gChooserVals[4][PARAM_ROW_SIZE] = {"round-robin", "queue-length", "service-time", ""};
-const char gQueryChooserVals[4][PARAM_ROW_SIZE] = {"round-robin 0", "queue-length 0", "service-time 0", ""};
-const char gChooserDisplayVals[4][PARAM_ROW_SIZE] = {"smart-distribution-extend", "least-queue-depth-extend",
-                                                     "round-robin-extend", ""};
-
 namespace {
 
-constexpr char PATH_STATES[][PARAM_ROW_SIZE] = {"online", "offline", ""};
+constexpr const char *PATH_STATES[] = {"online", "offline"};
 
 constexpr char NAME_PATTERN[] = "^[A-Za-z][A-Za-z0-9_.-]*$";
 constexpr char RESERVED_ALIAS_PATTERN[] = "^idisk.*$";
@@ -66,33 +52,6 @@ void clear(char *buffer) {
 s_ecItems *withWord(s_ecItems *record, const char *word) {
     initEcItems1(record, word);
     return record;
-}
-
-// The row of `table` that equals `value`, -1 when there is none: an empty value does not find the end row.
-int rowOf(const char (*table)[PARAM_ROW_SIZE], const char *value) {
-    for (int row = 0; table[row][0] != '\0'; ++row) {
-        if (tessaline_strncmp(table[row], value, VALUE_LENGTH) == 0) {
-            return row;
-        }
-    }
-    return -1;
-}
-
-template <typename Test> bool every(const char *text, Test test) {
-    const std::string_view characters = text == nullptr ? "" : text;
-    return std::all_of(characters.begin(), characters.end(), test);
-}
-
-bool digit(char c) {
-    return c >= '0' && c <= '9';
-}
-
-bool upperLetter(char c) {
-    return c >= 'A' && c <= 'Z';
-}
-
-bool letter(char c) {
-    return upperLetter(c) || (c >= 'a' && c <= 'z');
 }
 
 // ---- device names
@@ -166,7 +125,11 @@ s_ecItems *refuseFilled(const Parameter &parameter, const char * /*value*/) {
 }
 
 s_ecItems *refuseUnknownState(const Parameter & /*parameter*/, const char *value) {
-    return rowOf(PATH_STATES, value) < 0 ? withWord(&EC_invalid_param_value, value) : nullptr;
+    const bool known =
+        std::any_of(std::begin(PATH_STATES), std::end(PATH_STATES), [value](const char *state) {
+            return tessaline_strncmp(state, value, VALUE_LENGTH) == 0;
+        });
+    return known ? nullptr : withWord(&EC_invalid_param_value, value);
 }
 
 // ---- the commands
@@ -234,11 +197,11 @@ s_ecItems *takeChooser(const char *value) {
     if (gParamChooserVal[0] != '\0') {
         return withWord(&EC_param_duped, value);
     }
-    const int row = rowOf(gChooserDisplayVals, value);
-    if (row < 0) {
+    const char *selector = dravik::findPathSelector(dravik::SelectorName::SHOWN, value).stored;
+    if (selector[0] == '\0') {
         return withWord(&EC_invalid_param_value, value);
     }
-    keep(gParamChooserVal, gChooserVals[row]);
+    keep(gParamChooserVal, selector);
     return &EC_ok;
 }
 
@@ -389,20 +352,4 @@ s_ecItems *checkDelAliasParams(int argc, const char *const *argv) {
     }
     keep(gParamWwidVal, wordAt(line, FIRST_PARAMETER + 1));
     return line.count > 4 ? &EC_parameter_number_error : &EC_ok;
-}
-
-bool isDigit(const char *text) {
-    return every(text, digit);
-}
-
-bool isHex(const char *text) {
-    return every(text, [](char c) { return digit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'); });
-}
-
-bool isDigitorOrLetter(const char *text) {
-    return every(text, [](char c) { return digit(c) || letter(c); });
-}
-
-bool isUpperLetter(const char *text) {
-    return !every(text, [](char c) { return !upperLetter(c); });
 }

@@ -1,41 +1,10 @@
-// The parameters of the administration commands: their checks, and the buffers and tables that handlers read.
+// The checks of the parameters of the administration commands.
 //
 // Parameters are name/value pairs behind the command name; only `delete` and `query` take a positional device
-// name. `checkCliParams` runs before the command and leaves the values in the buffers below.
+// name. `checkCliParams` runs before the command and leaves the values in commands/parameter_buffers.h.
 #pragma once
 
 #include "common/result.h"
-
-// ---- what was given
-
-// Up to 256 characters and the terminator; longer values are cut. Empty at process start.
-constexpr unsigned int PARAM_SIZE = 257;
-
-extern char gParamMpathxVal[PARAM_SIZE]; // device name, an alias or a WWID: delete, query, setstate, devstats
-extern char gParamPathVal[PARAM_SIZE];   // path device name: setstate "-device_name"
-extern char gParamStateVal[PARAM_SIZE];  // "online" or "offline": setstate "-state"
-extern char gParamGroupVal[PARAM_SIZE];  // "multibus": setpathpolicy
-extern char
-    gParamChooserVal[PARAM_SIZE];       // kernel selector, a row of `gChooserVals`: setpathpolicy "-chooser"
-extern char gParamWwidVal[PARAM_SIZE];  // WWID: setalias, delalias "-wwid"
-extern char gParamAliasVal[PARAM_SIZE]; // alias: setalias "-alias"
-extern char gParamIntervalVal[PARAM_SIZE]; // seconds between two reports, digits: devstats "-interval"
-extern char gParamHostportVal[PARAM_SIZE]; // host port; filled by no check
-
-// Which arrays setpathpolicy is about.
-constexpr int HOST_INTERFACE_SCSI = 0; // "-scsi", also the default
-constexpr int HOST_INTERFACE_NVME = 1; // "-nvme"
-extern int gParamHostInterfaceType;
-
-// ---- the names of the path selectors, read in parallel; each table ends with an empty row
-
-constexpr unsigned int PARAM_ROW_SIZE = 256;
-
-extern const char gChooserVals[4][PARAM_ROW_SIZE];        // the kernel's, as stored: "round-robin"
-extern const char gQueryChooserVals[4][PARAM_ROW_SIZE];   // the kernel's, as listed: "round-robin 0"
-extern const char gChooserDisplayVals[4][PARAM_ROW_SIZE]; // the product's, as typed and shown
-
-// ---- the checks
 
 // Checks the parameters of one command line. `argv` holds the program name, the command name and the
 // parameters, `argc` counts them all; a null element counts as an empty text. Each check returns at its first
@@ -74,13 +43,3 @@ s_ecItems *checkSetAliasParams(int argc, const char *const *argv);
 // "delalias -wwid WWID". The form of the WWID is not looked at here; who runs the command answers for it.
 // EC_ok, EC_miss_wwid, EC_parameter_number_error; EC_invalid_param_name and EC_miss_param_val with the name.
 s_ecItems *checkDelAliasParams(int argc, const char *const *argv);
-
-// ---- character tests over ASCII; a null text counts as empty
-
-// Whether every character is 0 to 9, a hexadecimal digit of either case, a letter or digit. True for "".
-bool isDigit(const char *text);
-bool isHex(const char *text);
-bool isDigitorOrLetter(const char *text);
-
-// Whether at least one character is an upper-case letter, despite the name; so false for "".
-bool isUpperLetter(const char *text);

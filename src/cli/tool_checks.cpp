@@ -4,7 +4,8 @@
 #include <algorithm>
 #include <string_view>
 
-#include "cli/parameter_checks.h"
+#include "commands/parameter_buffers.h"
+#include "common/plain_word.h"
 
 namespace {
 
@@ -18,12 +19,7 @@ template <size_t N> bool isOneOf(const char *name, const std::string_view (&name
 }
 
 s_ecItems *checkWwidForShell() {
-    const std::string_view wwid = gParamWwidVal;
-    const bool fit = !wwid.empty() && std::all_of(wwid.begin(), wwid.end(), [](char c) {
-        const char text[] = {c, '\0'};
-        return isDigitorOrLetter(text) || std::string_view("._:-").find(c) != std::string_view::npos;
-    });
-    return fit ? &EC_ok : &EC_wwid_format_error;
+    return isPlainWwid(gParamWwidVal) ? &EC_ok : &EC_wwid_format_error;
 }
 
 s_ecItems *checkInterval() {

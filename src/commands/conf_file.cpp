@@ -10,7 +10,8 @@
 #include <cstdio>
 #include <cstring>
 
-#include "cli/parameter_checks.h"
+#include "commands/parameter_buffers.h"
+#include "common/plain_word.h"
 #include "common/text.h"
 #include "common/text_split.h"
 #include "host/command_output.h"
@@ -101,17 +102,11 @@ s_ecItems *queryPolicy(const char *script, char *group, unsigned int groupSize, 
     return result;
 }
 
-// Whether `text` may stand in a command line as a group policy or a selector.
-bool isPolicyText(const char *text) {
-    constexpr char ALLOWED[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_ ";
-    return safe_strlen(text) > 0 && text[strspn(text, ALLOWED)] == '\0';
-}
-
 const char *policyToApply(const char *parameter, const char *previous, const char *otherwise) {
-    if (isPolicyText(parameter)) {
+    if (isPlainPolicy(parameter)) {
         return parameter;
     }
-    return isPolicyText(previous) ? previous : otherwise;
+    return isPlainPolicy(previous) ? previous : otherwise;
 }
 
 } // namespace

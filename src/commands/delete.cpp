@@ -5,7 +5,7 @@
 #include <sys/time.h>
 #include <unistd.h>
 
-#include "cli/parameter_checks.h"
+#include "commands/parameter_buffers.h"
 #include "common/log.h"
 #include "common/os_name.h"
 #include "common/text.h"

@@ -9,7 +9,8 @@
 
 #include "array/vdisk_cache.h"
 #include "array/vdisk_name.h"
-#include "cli/parameter_checks.h"
+#include "commands/path_selectors.h"
+#include "common/character_tests.h"
 #include "common/log.h"
 #include "common/text.h"
 #include "topology/topology_query.h"
@@ -94,15 +95,6 @@ Values valuesOf(const s_path_dev *path) {
              path->dravik_status, path->target_port}};
 }
 
-// The row of the selector that `policy` begins with, or the empty end row.
-int selectorRow(const char *policy) {
-    int row = 0;
-    while (gQueryChooserVals[row][0] != '\0' && isBeginwith(policy, gQueryChooserVals[row]) != 1) {
-        ++row;
-    }
-    return row;
-}
-
 // HUAWEI and HITACHI arrays know nothing of the product's policies: their plain rotation is shown as listed.
 bool showsRotationAsListed(const s_dravik *device) {
     return isBeginwith(device->vendor, "HUAWEI") == 1 || isBeginwith(device->vendor, "HITACHI") == 1;
@@ -111,17 +103,15 @@ bool showsRotationAsListed(const s_dravik *device) {
 // Fills the policy as shown: the product's name for the selector, with what the listing has behind it.
 void fillPathPolicy(const s_dravik *device, s_path_dev *path) {
     memset(path->path_policy, 0, sizeof(path->path_policy));
-    const char *selector = gQueryChooserVals[selectorRow(path->group_policy)];
-    const char *shown = gChooserDisplayVals[selectorRow(path->group_policy)];
-    if (showsRotationAsListed(device) && strcmp(selector, "round-robin 0") == 0) {
-        shown = "";
-    }
-    if (selector[0] == '\0' || shown[0] == '\0') {
+    const dravik::PathSelector selector =
+        dravik::findPathSelector(dravik::SelectorName::LISTED, path->group_policy);
+    const bool as_listed = showsRotationAsListed(device) && strcmp(selector.listed, "round-robin 0") == 0;
+    if (as_listed || selector.shown[0] == '\0') {
         snprintf(path->path_policy, sizeof(path->path_policy), "%s", path->group_policy);
         return;
     }
-    const char *rest = path->group_policy + strlen(selector);
-    snprintf(path->path_policy, sizeof(path->path_policy), "%s%s", shown, rest);
+    const char *rest = path->group_policy + strlen(selector.listed);
+    snprintf(path->path_policy, sizeof(path->path_policy), "%s%s", selector.shown, rest);
 }
 
 // One row, each cell padded to its column and one blank.

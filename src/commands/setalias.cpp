@@ -8,7 +8,7 @@
 #include <cstring>
 #include <vector>
 
-#include "cli/parameter_checks.h"
+#include "commands/parameter_buffers.h"
 #include "common/capture.h"
 #include "common/log.h"
 #include "common/text.h"

@@ -4,8 +4,9 @@
 #include <cstdio>
 #include <cstring>
 
-#include "cli/parameter_checks.h"
 #include "commands/conf_file.h"
+#include "commands/parameter_buffers.h"
+#include "commands/path_selectors.h"
 #include "commands/service.h"
 #include "common/log.h"
 #include "common/os_name.h"
@@ -103,12 +104,8 @@ s_ecItems *changePolicy() {
 
 // The name under which the product shows the selector `chooser`, or the selector itself.
 const char *displayedChooser(const char *chooser) {
-    for (int i = 0; gChooserVals[i][0] != '\0'; ++i) {
-        if (tessaline_strncmp(chooser, gChooserVals[i], PARAM_ROW_SIZE) == 0) {
-            return gChooserDisplayVals[i][0] != '\0' ? gChooserDisplayVals[i] : chooser;
-        }
-    }
-    return chooser;
+    const char *shown = dravik::findPathSelector(dravik::SelectorName::STORED, chooser).shown;
+    return shown[0] != '\0' ? shown : chooser;
 }
 
 } // namespace

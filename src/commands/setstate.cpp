@@ -3,7 +3,7 @@
 
 #include <cstdio>
 
-#include "cli/parameter_checks.h"
+#include "commands/parameter_buffers.h"
 #include "commands/service.h"
 #include "common/log.h"
 #include "common/text.h"

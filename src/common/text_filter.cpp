@@ -1,4 +1,4 @@
-// Character filters for log formats, command lines and foreign words.
+// Character filters for log formats and command lines.
 #include "common/text_filter.h"
 
 #include <cstring>
@@ -68,16 +68,4 @@ char *cleanString(char *buffer, const char *s) {
     }
     *end = '\0';
     return buffer;
-}
-
-bool isPlainWord(const char *word) {
-    if (safe_strlen(word) == 0 || *word == '-') {
-        return false;
-    }
-    for (; *word != '\0'; ++word) {
-        if (!isLetterOrDigit(*word) && !isIn("._:!,/-", *word)) {
-            return false;
-        }
-    }
-    return true;
 }

@@ -1,4 +1,4 @@
-// Character filters: what a log format, a command line and a foreign word may hold.
+// Character filters: what a log format and a command line may hold.
 #pragma once
 
 #include <cstddef>
@@ -24,8 +24,3 @@ char cleanChar(char c);
 // Appends `cleanChar` of every character of `s` to the text in `buffer`; not bounded. Returns `buffer`, null
 // for a null `s`.
 char *cleanString(char *buffer, const char *s);
-
-// The one door through which a word of foreign origin (a listing, a file, an argument) passes before it may
-// stand in a shell command line: true when `word` is not empty, does not begin with "-" and holds only
-// letters, digits and . _ : ! , / -
-bool isPlainWord(const char *word);

@@ -9,7 +9,7 @@
 
 #include "common/capture.h"
 #include "common/log.h"
-#include "common/text_filter.h"
+#include "common/plain_word.h"
 #include "host/command_output.h"
 #include "host/tool_names.h"
 

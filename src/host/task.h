@@ -36,7 +36,7 @@ s_ecItems *exeLiunxInfoCmd(const char *command, char *out, unsigned int size);
 s_ecItems *exeLiunxInfoCmd_nonblocking(const char *command, char *out, unsigned int size);
 
 // Whether `word`, which a listing or a user has supplied, may stand in `command`: see isPlainWord in
-// common/text_filter.h. Where it may not, the command counts as one that could not be run, which is logged at
+// common/plain_word.h. Where it may not, the command counts as one that could not be run, which is logged at
 // level 0 in the name of `operation` as "Execute command [%s] failed\n".
 bool mayRunWith(const char *operation, const char *word, const char *command);
 

@@ -5,8 +5,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "common/plain_word.h"
 #include "common/text.h"
-#include "common/text_filter.h"
 #include "common/text_split.h"
 #include "host/task.h"
 

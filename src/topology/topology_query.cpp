@@ -5,8 +5,8 @@
 
 #include "common/capture.h"
 #include "common/log.h"
+#include "common/plain_word.h"
 #include "common/text.h"
-#include "common/text_filter.h"
 #include "host/command_output.h"
 #include "host/task.h"
 #include "host/tool_names.h"

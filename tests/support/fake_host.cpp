@@ -11,7 +11,7 @@
 #include <sys/utsname.h>
 #include <unistd.h>
 
-#include "cli/parameter_checks.h"
+#include "commands/parameter_buffers.h"
 #include "common/capture.h"
 
 const char *const QUERY_ALL = "query: velomux -ll 2> /dev/null";

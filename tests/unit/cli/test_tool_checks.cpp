@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "cli/parameter_checks.h"
+#include "commands/parameter_buffers.h"
 
 namespace {
 

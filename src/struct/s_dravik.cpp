@@ -26,11 +26,7 @@ bool isFailedPath(const s_path_dev *path) {
 s_path_dev *mallocPathDev() {
     DRAVIK_LOG(LOG_INFO, "Malloc struct s_path_dev.");
     DRAVIK_TRACE("Malloc struct s_path_dev.");
-    auto *p = static_cast<s_path_dev *>(calloc(1, sizeof(s_path_dev)));
-    if (p != nullptr) {
-        p->end = true;
-    }
-    return p;
+    return dravik::makeNode<s_path_dev>();
 }
 
 void _initPathDev(s_path_dev *p) {
@@ -38,14 +34,9 @@ void _initPathDev(s_path_dev *p) {
         return;
     }
     DRAVIK_TRACE("== ps_path_dev next = p->next;");
-    s_path_dev *next = p->next;
-    const unsigned int position = p->position;
     DRAVIK_TRACE("== before memset(p, 0, sizeof(s_path_dev));");
-    memset(p, 0, sizeof(s_path_dev));
+    dravik::clearNode(p);
     DRAVIK_TRACE("== after memset(p, 0, sizeof(s_path_dev));");
-    p->end = true;
-    p->next = next;
-    p->position = position;
 }
 
 void initPathDev(s_path_dev *p) {
@@ -54,21 +45,7 @@ void initPathDev(s_path_dev *p) {
 }
 
 s_path_dev *getOrMallocNextPathDev(s_path_dev *p) {
-    if (p == nullptr) {
-        return nullptr;
-    }
-    if (p->next != nullptr) {
-        _initPathDev(p->next);
-        return p->next;
-    }
-    if (p->position >= MAX_LIST_NODES) {
-        return nullptr;
-    }
-    p->next = mallocPathDev();
-    if (p->next != nullptr) {
-        p->next->position = p->position + 1;
-    }
-    return p->next;
+    return dravik::nextOrNewNode(p, _initPathDev, mallocPathDev);
 }
 
 void _freePathDev(s_path_dev *p) {
@@ -76,29 +53,21 @@ void _freePathDev(s_path_dev *p) {
 }
 
 void freePathDev(s_path_dev *p) {
-    while (p != nullptr) {
-        s_path_dev *next = p->next;
-        _freePathDev(p);
-        p = next;
-    }
+    dravik::freeChain(p, _freePathDev);
 }
 
 s_path_dev *firstPathDev(const s_path_dev *p) {
-    return p == nullptr || p->end ? nullptr : p->next;
+    return dravik::nextValidNode(p);
 }
 
 s_path_dev *nextPathDev(const s_path_dev *p) {
-    return firstPathDev(p); // a cursor and a head end a walk by the same flag
+    return dravik::nextValidNode(p);
 }
 
 s_dravik *mallocDravik() {
     DRAVIK_LOG(LOG_INFO, "Malloc struct s_dravik.");
     DRAVIK_TRACE("Malloc struct s_dravik.");
-    auto *p = static_cast<s_dravik *>(calloc(1, sizeof(s_dravik)));
-    if (p != nullptr) {
-        p->end = true;
-    }
-    return p;
+    return dravik::makeNode<s_dravik>();
 }
 
 void _initDravik(s_dravik *p) {
@@ -106,13 +75,8 @@ void _initDravik(s_dravik *p) {
         return;
     }
     s_path_dev *pdev = p->pdev;
-    s_dravik *next = p->next;
-    const unsigned int position = p->position;
-    memset(p, 0, sizeof(s_dravik));
-    p->end = true;
+    dravik::clearNode(p);
     p->pdev = pdev;
-    p->next = next;
-    p->position = position;
     DRAVIK_TRACE("== before initPathDev(p->pdev)");
     initPathDev(p->pdev);
     DRAVIK_TRACE("== after initPathDev(p->pdev)");
@@ -123,21 +87,7 @@ void initDravik(s_dravik *p) {
 }
 
 s_dravik *getOrMallocNextDravik(s_dravik *p) {
-    if (p == nullptr) {
-        return nullptr;
-    }
-    if (p->next != nullptr) {
-        _initDravik(p->next);
-        return p->next;
-    }
-    if (p->position >= MAX_LIST_NODES) {
-        return nullptr;
-    }
-    p->next = mallocDravik();
-    if (p->next != nullptr) {
-        p->next->position = p->position + 1;
-    }
-    return p->next;
+    return dravik::nextOrNewNode(p, _initDravik, mallocDravik);
 }
 
 void _freeDravik(s_dravik *p) {
@@ -148,19 +98,15 @@ void _freeDravik(s_dravik *p) {
 }
 
 void freeDravik(s_dravik *p) {
-    while (p != nullptr) {
-        s_dravik *next = p->next;
-        _freeDravik(p);
-        p = next;
-    }
+    dravik::freeChain(p, _freeDravik);
 }
 
 s_dravik *firstDravik(const s_dravik *p) {
-    return p == nullptr || p->end ? nullptr : p->next;
+    return dravik::nextValidNode(p);
 }
 
 s_dravik *nextDravik(const s_dravik *p) {
-    return firstDravik(p);
+    return dravik::nextValidNode(p);
 }
 
 void isNVMeDevice(const s_dravik *device, unsigned int *flag) {

@@ -1,17 +1,14 @@
 // The topology's records: multipath devices (volumes of the array as this host sees them) and their paths.
 //
-// Both are singly linked lists behind a head node that carries no data, built to be reused: a list is emptied
-// by resetting its head, and refilled over the nodes it already has.
-//
-//   head(end) -> spare -> spare                    empty
-//   head -> valid -> valid(end) -> spare           two records; the spare node's content is stale
-//
-// The first record is the head's `next`; a list is empty when the head's `end` is set or its `next` is null.
+// Both are reusable lists (reusable_list.h) behind a head node that carries no data: a list is emptied by resetting
+// its head, and refilled over the nodes it already has. The first record is the head's `next`; a list is empty when the head's `end` is set or its `next` is null.
 // Valid nodes run up to and including the first one whose `end` is set, or to a null `next`. To append after
 // a cursor: node = getOrMallocNext...(cursor); fill the node; cursor->end = false; cursor = node.
 //
 // All text is kept as the multipath tool printed it, NUL-terminated and cut to its field.
 #pragma once
+
+#include "struct/reusable_list.h"
 
 // One path: a SCSI or NVMe block device that leads to the volume, with the settings of its path group.
 struct s_path_dev {
@@ -47,9 +44,7 @@ struct s_dravik {
     unsigned int position;
 };
 
-// No list grows past this many nodes; one more counts as a failed allocation. Far above any real host, it
-// ends a runaway list in seconds instead of in the host's memory.
-constexpr unsigned int MAX_LIST_NODES = 262144;
+using dravik::MAX_LIST_NODES;
 
 // ---- paths
 

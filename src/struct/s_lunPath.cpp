@@ -43,23 +43,13 @@ void setPath(s_lunPath *node, const s_path_dev *path) {
 s_lunPath *mallocLunpath() {
     DRAVIK_LOG(LOG_INFO, "Malloc struct s_lunPath.");
     DRAVIK_TRACE("Malloc struct s_lunPath.");
-    auto *p = static_cast<s_lunPath *>(calloc(1, sizeof(s_lunPath)));
-    if (p != nullptr) {
-        p->end = true;
-    }
-    return p;
+    return dravik::makeNode<s_lunPath>();
 }
 
 void _initLunpath(s_lunPath *p) {
-    if (p == nullptr) {
-        return;
+    if (p != nullptr) {
+        dravik::clearNode(p);
     }
-    s_lunPath *next = p->next;
-    const unsigned int position = p->position;
-    memset(p, 0, sizeof(s_lunPath));
-    p->end = true;
-    p->next = next;
-    p->position = position;
 }
 
 void initLunpath(s_lunPath *p) {
@@ -68,21 +58,7 @@ void initLunpath(s_lunPath *p) {
 }
 
 s_lunPath *getOrMallocNextLunpath(s_lunPath *p) {
-    if (p == nullptr) {
-        return nullptr;
-    }
-    if (p->next != nullptr) {
-        _initLunpath(p->next);
-        return p->next;
-    }
-    if (p->position >= MAX_LIST_NODES) {
-        return nullptr;
-    }
-    p->next = mallocLunpath();
-    if (p->next != nullptr) {
-        p->next->position = p->position + 1;
-    }
-    return p->next;
+    return dravik::nextOrNewNode(p, _initLunpath, mallocLunpath);
 }
 
 void _freeLunpath(s_lunPath *p) {
@@ -90,19 +66,15 @@ void _freeLunpath(s_lunPath *p) {
 }
 
 void freeLunpath(s_lunPath *p) {
-    while (p != nullptr) {
-        s_lunPath *next = p->next;
-        _freeLunpath(p);
-        p = next;
-    }
+    dravik::freeChain(p, _freeLunpath);
 }
 
 s_lunPath *firstLunpath(const s_lunPath *p) {
-    return p == nullptr || p->end ? nullptr : p->next;
+    return dravik::nextValidNode(p);
 }
 
 s_lunPath *nextLunpath(const s_lunPath *p) {
-    return firstLunpath(p); // a cursor and a head end a walk by the same flag
+    return dravik::nextValidNode(p);
 }
 
 const char *lunAliasText(const s_lunPath *p) {

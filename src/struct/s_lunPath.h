@@ -1,6 +1,6 @@
 // Lun-path records: the topology flattened to one record per path, as the monitor compares and keeps it.
 //
-// A list of the same shape as those of s_dravik.h, with the same rules for heads, end flags and reuse.
+// A reusable list (reusable_list.h), with the same rules for heads, end flags and reuse as those of s_dravik.h.
 #pragma once
 
 #include "common/result.h"

@@ -1,0 +1,70 @@
+// What the three lists of records have in common: a singly linked chain behind a head node, built to be reused.
+//
+//   head(end) -> spare -> spare                    empty
+//   head -> valid -> valid(end) -> spare           two records; the spare node's content is stale
+//
+// A node type has the members `bool end`, `Node *next` and `unsigned int position`, how far it is from its head.
+#pragma once
+
+#include <cstdlib>
+
+namespace dravik {
+
+// No list grows past this many nodes; one more counts as a failed allocation. Far above any real host, it ends a
+// runaway list in seconds instead of in the host's memory.
+constexpr unsigned int MAX_LIST_NODES = 262144;
+
+// A zeroed node with its end flag set, or null.
+template <typename Node> Node *makeNode() {
+    auto *node = static_cast<Node *>(calloc(1, sizeof(Node)));
+    if (node != nullptr) {
+        node->end = true;
+    }
+    return node;
+}
+
+// Makes `node` an empty last one that keeps its place in the chain.
+template <typename Node> void clearNode(Node *node) {
+    Node *next = node->next;
+    const unsigned int position = node->position;
+    *node = {};
+    node->end = true;
+    node->next = next;
+    node->position = position;
+}
+
+// The node after `node`, cleared: the spare one, by `clear`, or a new one from `make`, linked behind it. Null when
+// `node` is null or no node could be had.
+template <typename Node> Node *nextOrNewNode(Node *node, void (*clear)(Node *), Node *(*make)()) {
+    if (node == nullptr) {
+        return nullptr;
+    }
+    if (node->next != nullptr) {
+        clear(node->next);
+        return node->next;
+    }
+    if (node->position >= MAX_LIST_NODES) {
+        return nullptr;
+    }
+    node->next = make();
+    if (node->next != nullptr) {
+        node->next->position = node->position + 1;
+    }
+    return node->next;
+}
+
+// Releases `node` and everything behind it, each by `release`.
+template <typename Node> void freeChain(Node *node, void (*release)(Node *)) {
+    while (node != nullptr) {
+        Node *next = node->next;
+        release(node);
+        node = next;
+    }
+}
+
+// The valid node behind `node`, a head or a cursor; null when there is none or `node` is null.
+template <typename Node> Node *nextValidNode(const Node *node) {
+    return node == nullptr || node->end ? nullptr : node->next;
+}
+
+} // namespace dravik

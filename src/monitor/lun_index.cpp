@@ -2,45 +2,29 @@
 #include "monitor/lun_index.h"
 
 #include <cstring>
+#include <string_view>
 
 namespace {
 
-constexpr size_t FEWEST_CELLS = 64;
-
-// FNV-1a over the characters that are compared, folded so that the low bits depend on all of them.
-uint32_t hashText(const char *text, size_t length) {
-    uint64_t hash = 14695981039346656037U;
-    for (size_t i = 0; i < length && text[i] != '\0'; ++i) {
-        hash = (hash ^ static_cast<unsigned char>(text[i])) * 1099511628211U;
-    }
-    return static_cast<uint32_t>(hash ^ (hash >> 32U));
+uint32_t hashOf(const char *text, size_t compared) {
+    return dravik::hashText(std::string_view(text, strnlen(text, compared)));
 }
 
-bool sameName(const LunIndex::Entry &a, const LunIndex::Entry &b) {
-    return a.name_hash == b.name_hash &&
-           strncmp(a.record->path_dev_name, b.record->path_dev_name, LUN_TEXT_LENGTH) == 0;
+// Whether the entry at a place has the name, or the WWID, of `key`.
+auto sameName(const LunIndex *index, const LunIndex::Entry &key) {
+    return [index, &key](uint32_t place) {
+        return strncmp(index->entries[place].record->path_dev_name, key.record->path_dev_name,
+                       LUN_TEXT_LENGTH) == 0;
+    };
 }
 
-bool sameWwid(const LunIndex::Entry &a, const LunIndex::Entry &b) {
-    return a.wwid_hash == b.wwid_hash &&
-           strncmp(a.record->lun_wwid, b.record->lun_wwid, LUN_WWID_LENGTH) == 0;
+auto sameWwid(const LunIndex *index, const LunIndex::Entry &key) {
+    return [index, &key](uint32_t place) {
+        return strncmp(index->entries[place].record->lun_wwid, key.record->lun_wwid, LUN_WWID_LENGTH) == 0;
+    };
 }
 
-using same_key = bool (*)(const LunIndex::Entry &, const LunIndex::Entry &);
-
-// The cell that holds the first entry with the key of `key`, or the free cell where it belongs.
-template <same_key same>
-size_t cellFor(const std::vector<LunIndex::Entry> &entries, const std::vector<uint32_t> &cells, uint32_t hash,
-               const LunIndex::Entry &key) {
-    const size_t mask = cells.size() - 1;
-    size_t i = hash & mask;
-    while (cells[i] != 0 && !same(entries[cells[i] - 1], key)) {
-        i = (i + 1) & mask;
-    }
-    return i;
-}
-
-// Walks the list once and notes of each record what the tables need.
+// Walks the list once and notes of each record what the indexes need.
 void noteRecords(LunIndex *index, const s_lunPath *head) {
     index->entries.clear();
     LunIndex::Entry entry = {};
@@ -48,50 +32,34 @@ void noteRecords(LunIndex *index, const s_lunPath *head) {
         entry.begins_run =
             entry.record == nullptr || strncmp(entry.record->lun_wwid, p->lun_wwid, LUN_WWID_LENGTH) != 0;
         if (entry.begins_run) {
-            entry.wwid_hash = hashText(p->lun_wwid, LUN_WWID_LENGTH);
+            entry.wwid_hash = hashOf(p->lun_wwid, LUN_WWID_LENGTH);
         }
-        entry.name_hash = hashText(p->path_dev_name, LUN_TEXT_LENGTH);
+        entry.name_hash = hashOf(p->path_dev_name, LUN_TEXT_LENGTH);
         entry.record = p;
         index->entries.push_back(entry);
     }
-}
-
-void resetCells(std::vector<uint32_t> *cells, size_t records) {
-    size_t size = FEWEST_CELLS;
-    while (size < records * 2) {
-        size *= 2;
-    }
-    cells->assign(size, 0);
-}
-
-size_t numberIn(uint32_t cell) {
-    return cell == 0 ? NO_ENTRY : cell - 1;
 }
 
 } // namespace
 
 void buildLunIndex(LunIndex *index, const s_lunPath *head) {
     noteRecords(index, head);
-    resetCells(&index->by_name, index->entries.size());
-    resetCells(&index->by_wwid, index->entries.size());
-    uint32_t number = 0;
+    index->by_name.reset(index->entries.size());
+    index->by_wwid.reset(index->entries.size());
+    uint32_t place = 0;
     for (const LunIndex::Entry &entry : index->entries) {
-        ++number;
-        uint32_t &name =
-            index->by_name[cellFor<sameName>(index->entries, index->by_name, entry.name_hash, entry)];
-        name = name == 0 ? number : name;
+        index->by_name.addFirst(entry.name_hash, place, sameName(index, entry));
         if (entry.begins_run) {
-            uint32_t &wwid =
-                index->by_wwid[cellFor<sameWwid>(index->entries, index->by_wwid, entry.wwid_hash, entry)];
-            wwid = wwid == 0 ? number : wwid;
+            index->by_wwid.addFirst(entry.wwid_hash, place, sameWwid(index, entry));
         }
+        ++place;
     }
 }
 
-size_t findSameName(const LunIndex *index, const LunIndex::Entry &key) {
-    return numberIn(index->by_name[cellFor<sameName>(index->entries, index->by_name, key.name_hash, key)]);
+uint32_t findSameName(const LunIndex *index, const LunIndex::Entry &key) {
+    return index->by_name.find(key.name_hash, sameName(index, key));
 }
 
-size_t findSameWwid(const LunIndex *index, const LunIndex::Entry &key) {
-    return numberIn(index->by_wwid[cellFor<sameWwid>(index->entries, index->by_wwid, key.wwid_hash, key)]);
+uint32_t findSameWwid(const LunIndex *index, const LunIndex::Entry &key) {
+    return index->by_wwid.find(key.wwid_hash, sameWwid(index, key));
 }

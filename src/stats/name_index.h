@@ -1,10 +1,12 @@
-// Places by name: a hash index over the names of a table, rebuilt or added to in place, that gives the answers
-// of a search from the first place on. Used inside this module.
+// Places by name: an index over the names of a table, rebuilt or added to in place, that gives the answers of a
+// search from the first place on. Used by the modules of this folder.
 #pragma once
 
 #include <cstdint>
 #include <string_view>
 #include <vector>
+
+#include "common/hash_index.h"
 
 class NameIndex {
   public:
@@ -25,20 +27,11 @@ class NameIndex {
 
     // The next place with the name of `place`, -1 when there is none. For places added by addBefore.
     int findNext(int place) const {
-        return nextSame[static_cast<size_t>(place)];
+        return next_same[static_cast<size_t>(place)];
     }
 
   private:
-    // The hash beside the place spares most searches the look at a name that is not the one.
-    struct Cell {
-        int place; // the first place of a name, -1 for a free cell
-        uint32_t hash;
-    };
-
-    // Where the name is in `cells`, or the free cell where it would be.
-    size_t cellOf(std::string_view name, uint32_t hash) const;
-
     const char *(*nameOf)(int place);
-    std::vector<Cell> cells;   // a power of two
-    std::vector<int> nextSame; // the next place with the same name
+    dravik::HashIndex index;
+    std::vector<int> next_same; // the next place with the same name
 };

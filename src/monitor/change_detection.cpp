@@ -29,26 +29,39 @@ bool sameText(const char *a, const char *b) {
     return strncmp(a, b, LUN_TEXT_LENGTH) == 0;
 }
 
-void logLun(const char *event, const s_lunPath *p) {
-    LOG_CHANGE("The lun is %s, the properties are [ path_alias: %s, wwid: %s ].", event, lunAliasText(p),
+void logLunDeleted(const s_lunPath *p) {
+    LOG_CHANGE("The lun is deleted, the properties are [ path_alias: %s, wwid: %s ].", lunAliasText(p),
                p->lun_wwid);
 }
 
-void logPath(const char *event, const s_lunPath *p) {
+void logLunCreated(const s_lunPath *p) {
+    LOG_CHANGE("The lun is created, the properties are [ path_alias: %s, wwid: %s ].", lunAliasText(p),
+               p->lun_wwid);
+}
+
+void logPathDeleted(const s_lunPath *p) {
     LOG_CHANGE(
-        "The path is %s, the properties are [ path_alias: %s, wwid: %s, dev_name: %s, path_status: %s, "
+        "The path is deleted, the properties are [ path_alias: %s, wwid: %s, dev_name: %s, path_status: %s, "
         "path_group_status: %s, dravik_status:%s ].",
-        event, lunAliasText(p), p->lun_wwid, p->path_dev_name, p->path_status, p->path_group_status,
+        lunAliasText(p), p->lun_wwid, p->path_dev_name, p->path_status, p->path_group_status,
         p->dravik_status);
 }
 
-// Logs every volume of `list` that `other` does not know. A volume's records follow one another, so only the
-// first of a run is looked up; a WWID that comes again later is looked up, and logged, again.
-bool logMissingLuns(const LunIndex *list, const LunIndex *other, const char *event) {
+void logPathCreated(const s_lunPath *p) {
+    LOG_CHANGE(
+        "The path is created, the properties are [ path_alias: %s, wwid: %s, dev_name: %s, path_status: %s, "
+        "path_group_status: %s, dravik_status:%s ].",
+        lunAliasText(p), p->lun_wwid, p->path_dev_name, p->path_status, p->path_group_status,
+        p->dravik_status);
+}
+
+// Logs, by `log`, every volume of `list` that `other` does not know. A volume's records follow one another, so only
+// the first of a run is looked up; a WWID that comes again later is looked up, and logged, again.
+bool logMissingLuns(const LunIndex *list, const LunIndex *other, void (*log)(const s_lunPath *)) {
     bool changed = false;
     for (const LunIndex::Entry &entry : list->entries) {
         if (entry.begins_run && findSameWwid(other, entry) == NO_ENTRY) {
-            logLun(event, entry.record);
+            log(entry.record);
             changed = true;
         }
     }
@@ -91,9 +104,9 @@ bool logLostAndChangedPaths(const LunIndex *before, const LunIndex *now, std::ve
     bool changed = false;
     known->assign(now->entries.size(), 0);
     for (const LunIndex::Entry &entry : before->entries) {
-        const size_t found = findSameName(now, entry);
+        const uint32_t found = findSameName(now, entry);
         if (found == NO_ENTRY) {
-            logPath("deleted", entry.record);
+            logPathDeleted(entry.record);
             changed = true;
             continue;
         }
@@ -109,7 +122,7 @@ bool logNewPaths(const LunIndex *now, const LunIndex *before, const std::vector<
     bool changed = false;
     for (size_t i = 0; i < now->entries.size(); ++i) {
         if (known[i] == 0 && findSameName(before, now->entries[i]) == NO_ENTRY) {
-            logPath("created", now->entries[i].record);
+            logPathCreated(now->entries[i].record);
             changed = true;
         }
     }
@@ -126,8 +139,8 @@ void cmpAndLog() {
 
     buildLunIndex(&before, g_pOldLunPath);
     buildLunIndex(&now, g_pLunPath);
-    bool changed = logMissingLuns(&before, &now, "deleted");
-    changed = logMissingLuns(&now, &before, "created") || changed;
+    bool changed = logMissingLuns(&before, &now, logLunDeleted);
+    changed = logMissingLuns(&now, &before, logLunCreated) || changed;
     changed = logLostAndChangedPaths(&before, &now, &known) || changed;
     changed = logNewPaths(&now, &before, known) || changed;
 

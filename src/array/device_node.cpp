@@ -3,24 +3,13 @@
 
 #include <algorithm>
 #include <fcntl.h>
-#include <unistd.h>
 
 #include "common/text.h"
 
-DeviceNode::DeviceNode(const char *path) : number(open(path, O_RDWR | O_NONBLOCK | O_CLOEXEC)) {
-    if (number < 0) {
-        number = open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+DeviceNode::DeviceNode(const char *path) : node(open(path, O_RDWR | O_NONBLOCK | O_CLOEXEC)) {
+    if (!node.isOpen()) {
+        node.reset(open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     }
-}
-
-DeviceNode::~DeviceNode() {
-    close();
-}
-
-int DeviceNode::close() {
-    const int closing = number;
-    number = -1;
-    return closing < 0 ? 0 : ::close(closing);
 }
 
 void copyVdiskName(char *name, const char *text) {

@@ -1,5 +1,7 @@
-// An open device node, the door through which the array is asked.
+// An open device node, through which the array is asked.
 #pragma once
+
+#include "common/owned.h"
 
 // What the volume's name is copied into: the record's field with its terminator.
 constexpr unsigned int VDISK_NAME_SIZE = 128;
@@ -9,19 +11,18 @@ constexpr unsigned int VDISK_NAME_SIZE = 128;
 class DeviceNode {
   public:
     explicit DeviceNode(const char *path);
-    ~DeviceNode();
-    DeviceNode(const DeviceNode &) = delete;
-    DeviceNode &operator=(const DeviceNode &) = delete;
 
     // The descriptor; -1 when both attempts failed.
     int fd() const {
-        return number;
+        return node.get();
     }
     // Closes it early and returns what close(2) returned.
-    int close();
+    int close() {
+        return node.close();
+    }
 
   private:
-    int number;
+    dravik::Descriptor node;
 };
 
 // Copies the text at `text` (with its terminator) into the field `name` of VDISK_NAME_SIZE bytes, cut at

@@ -49,8 +49,8 @@ int readPage(const char *operation, int fd, unsigned char page_code, unsigned ch
     memset(page, 0, ALLOCATION_LENGTH);
     const int result = ioctl(fd, SG_IO, &request);
     if (result != 0 || request.status != 0) {
-        dravik_log(LOG_ERROR, "array/array", __LINE__, operation,
-                   "get disk page ioctl failed, ret = %d, io_status is %d.\n", result, request.status);
+        ARRAY_LOG_AS(operation, "get disk page ioctl failed, ret = %d, io_status is %d.\n", result,
+                     request.status);
         return -1;
     }
     *delivered = deliveredBytes(&request);

@@ -15,13 +15,11 @@ namespace {
 bool writes_held = false;
 
 void logWriteFailure(const char *operation, const char *path, int error) {
-    dravik_log(LOG_ERROR, "array/array", __LINE__, operation, "Failed to write file %s: %s.\n", path,
-               strerror(error));
+    ARRAY_LOG_AS(operation, "Failed to write file %s: %s.\n", path, strerror(error));
 }
 
 void logTooLarge(const char *operation, const char *path) {
-    dravik_log(LOG_ERROR, "array/array", __LINE__, operation,
-               "File %s is larger than %lld bytes, not used.\n", path, VDISK_CACHE_LIMIT);
+    ARRAY_LOG_AS(operation, "File %s is larger than %lld bytes, not used.\n", path, VDISK_CACHE_LIMIT);
 }
 
 void writeTree(const char *operation, VdiskTree *tree) {
@@ -49,8 +47,8 @@ bool storeInTree(VdiskTree *tree, const char *wwid, const char *name) {
     const cJSON *blocked_by = nullptr;
     cJSON *entry = entryForUpdate(tree, wwid, &blocked_by);
     if (blocked_by != nullptr) {
-        dravik_log(LOG_ERROR, "array/array", __LINE__, "update_wwid_vdiskname",
-                   "Invalid JSON format for json property %s.\n", jsonKey(blocked_by));
+        ARRAY_LOG_AS("update_wwid_vdiskname", "Invalid JSON format for json property %s.\n",
+                     jsonKey(blocked_by));
     }
     if (entry == nullptr) {
         return appendEntry(tree, wwid, name);

@@ -32,14 +32,12 @@ bool isFirstTree(const cJSON *root, const char *wwid, const char *name) {
 void logChange(const char *wwid, const char *old_name, const char *new_name) {
     constexpr char OPERATION[] = "update_wwid_vdiskname";
     if (old_name[0] != '\0' && new_name[0] != '\0') {
-        dravik_log(LOG_ERROR, "array/array", __LINE__, OPERATION,
-                   "device (%s), vdisk name change from (%s) to (%s).\n", wwid, old_name, new_name);
+        ARRAY_LOG_AS(OPERATION, "device (%s), vdisk name change from (%s) to (%s).\n", wwid, old_name,
+                     new_name);
     } else if (new_name[0] != '\0') {
-        dravik_log(LOG_ERROR, "array/array", __LINE__, OPERATION,
-                   "device (%s), vdisk name change from (NULL) to (%s).\n", wwid, new_name);
+        ARRAY_LOG_AS(OPERATION, "device (%s), vdisk name change from (NULL) to (%s).\n", wwid, new_name);
     } else {
-        dravik_log(LOG_ERROR, "array/array", __LINE__, OPERATION,
-                   "device (%s), vdisk name change from (%s) to (NULL).\n", wwid, old_name);
+        ARRAY_LOG_AS(OPERATION, "device (%s), vdisk name change from (%s) to (NULL).\n", wwid, old_name);
     }
 }
 

@@ -5,23 +5,18 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
-#include <memory>
 #include <unistd.h>
 
 #include "array/vdisk_cache.h"
 #include "array/vdisk_entry.h"
+#include "common/owned.h"
 #include "common/replace_file.h"
 
 namespace {
 
 constexpr mode_t MODE_WHEN_NEW = 0600;
 
-struct FreeText {
-    void operator()(char *text) const {
-        free(text);
-    }
-};
-using Text = std::unique_ptr<char, FreeText>;
+using Text = dravik::Block<char>;
 
 // The tree in memory; there is none while `root` is null.
 struct Kept : VdiskTree {
@@ -78,21 +73,18 @@ Text readText(int fd, size_t size) {
 // READY with the text and the attributes of the file, or what stands in the way.
 TreeState readFile(const char *path, Text *text, struct stat *attributes) {
     // Without waiting: a named pipe in this place must not hold the command up.
-    const int fd = open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-    if (fd < 0) {
+    const dravik::Descriptor file(open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    if (!file.isOpen()) {
         return access(path, F_OK) == 0 ? TreeState::UNREADABLE : TreeState::MISSING;
     }
-    TreeState state = TreeState::UNREADABLE;
-    if (fstat(fd, attributes) == 0 && S_ISREG(attributes->st_mode)) {
-        if (attributes->st_size > VDISK_CACHE_LIMIT) {
-            state = TreeState::TOO_LARGE;
-        } else {
-            *text = readText(fd, static_cast<size_t>(attributes->st_size));
-            state = *text != nullptr ? TreeState::READY : TreeState::UNREADABLE;
-        }
+    if (fstat(file.get(), attributes) != 0 || !S_ISREG(attributes->st_mode)) {
+        return TreeState::UNREADABLE;
     }
-    close(fd);
-    return state;
+    if (attributes->st_size > VDISK_CACHE_LIMIT) {
+        return TreeState::TOO_LARGE;
+    }
+    *text = readText(file.get(), static_cast<size_t>(attributes->st_size));
+    return *text != nullptr ? TreeState::READY : TreeState::UNREADABLE;
 }
 
 void addToIndex(VdiskTree *tree, cJSON *item) {

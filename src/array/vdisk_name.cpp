@@ -18,10 +18,10 @@ void findFor(const char *operation, VdiskNameReader reader, const char *path, co
     }
     *found = 1;
     if (safe_strlen(name) == 0) {
-        dravik_log(LOG_ERROR, "array/array", __LINE__, operation,
-                   "Devcie (%s), unable to get vdisk name using in-band channel, we try to get vdisk name "
-                   "from file.\n",
-                   wwid);
+        ARRAY_LOG_AS(operation,
+                     "Devcie (%s), unable to get vdisk name using in-band channel, we try to get vdisk name "
+                     "from file.\n",
+                     wwid);
         return;
     }
     store_wwid_vdiskname(VDISK_CACHE_FILE, wwid, name);

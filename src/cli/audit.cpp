@@ -102,7 +102,7 @@ void beginAudit(int argc, const char *const *argv) {
 
 void auditResult(const s_ecItems *result) {
     char text[256] = "Command executed successfully.";
-    if (result->code != 0) {
+    if (isFailure(result)) {
         getErrorMsg(result, text, sizeof(text));
     }
     auditText(text);
@@ -116,7 +116,7 @@ void auditText(const char *text) {
     sigfillset(&all);
     sigset_t before;
     sigprocmask(SIG_BLOCK, &all, &before);
-    dravik_log(LOG_INFO, __FILE__, __LINE__, "audit", "%s: %s", who, shown);
+    DRAVIK_LOG_AS("audit", LOG_INFO, "%s: %s", who, shown);
     releaseEndingSignals();
     sigprocmask(SIG_SETMASK, &before, nullptr);
 }

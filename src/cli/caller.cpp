@@ -9,6 +9,7 @@
 #include <string_view>
 #include <unistd.h>
 
+#include "common/owned.h"
 #include "common/plain_word.h"
 
 namespace {
@@ -57,17 +58,12 @@ void nameOf(uid_t uid, char *out, unsigned int size) {
 
 // The kernel's login uid of this process, NO_UID when it has none or the kernel keeps none.
 unsigned long loginUid() {
-    unsigned long uid = NO_UID;
-    FILE *file = fopen("/proc/self/loginuid", "re");
-    if (file == nullptr) {
+    const dravik::Stream file(fopen("/proc/self/loginuid", "re"));
+    char text[32] = "";
+    if (file == nullptr || fgets(text, sizeof(text), file.get()) == nullptr) {
         return NO_UID;
     }
-    char text[32] = "";
-    if (fgets(text, sizeof(text), file) != nullptr && text[0] >= '0' && text[0] <= '9') {
-        uid = strtoul(text, nullptr, 10);
-    }
-    fclose(file);
-    return uid;
+    return text[0] >= '0' && text[0] <= '9' ? strtoul(text, nullptr, 10) : NO_UID;
 }
 
 const char *environmentText(const char *name) {

@@ -10,8 +10,11 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 #include "cli/caller.h"
+#include "common/own_file.h"
+#include "common/owned.h"
 
 const char *const COMMAND_LOCK_FILES[] = {"/run/dravik.lock", "/var/run/dravik.lock", "/var/lock/dravik.lock",
                                           nullptr};
@@ -21,39 +24,18 @@ namespace {
 constexpr size_t HOLDER_SIZE = 512;
 constexpr unsigned int TENTHS = 10; // of the first second of a wait
 
-int held_fd = -1;
+dravik::Descriptor held;
 
 // ---- the file
 
-// Whether the open file is one that only this user can have made and can open: in a folder that anyone may
-// write to, another user could otherwise hold the lock for ever or have his file written to.
-bool isOwnFile(int fd) {
-    struct stat attributes = {};
-    return fstat(fd, &attributes) == 0 && S_ISREG(attributes.st_mode) && attributes.st_uid == geteuid() &&
-           attributes.st_nlink == 1;
-}
-
-// The descriptor of the lock file `path`, or -1 with errno.
-int openLockFile(const char *path) {
+// Opens the lock file `path`; where that fails, `*out` owns nothing and errno says why.
+void openLockFile(const char *path, dravik::Descriptor *out) {
     // Not to wait for the other end of a FIFO that somebody has put there.
-    const int fd = open(path, O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0600);
-    if (fd < 0) {
-        return -1;
-    }
-    if (!isOwnFile(fd) || fchmod(fd, 0600) != 0) {
-        close(fd);
+    out->reset(open(path, O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0600));
+    if (out->isOpen() && (!dravik::isOwnFile(out->get()) || fchmod(out->get(), 0600) != 0)) {
         errno = EPERM;
-        return -1;
+        out->reset();
     }
-    return fd;
-}
-
-// Whether `path` still leads to the open file: a cleaner may have removed it, and others then lock a new one.
-bool isStillThere(int fd, const char *path) {
-    struct stat opened = {};
-    struct stat named = {};
-    return fstat(fd, &opened) == 0 && stat(path, &named) == 0 && opened.st_dev == named.st_dev &&
-           opened.st_ino == named.st_ino;
 }
 
 void writeHolder(int fd, const char *command_line) {
@@ -93,28 +75,22 @@ std::string holderOf(int fd) {
 // The outcome of one attempt at one place.
 enum class Attempt { taken, busy, impossible };
 
-// Tries once; the file stays open in `*fd` unless the attempt is impossible, which leaves errno.
-Attempt tryOnce(const char *path, int *fd) {
-    if (*fd >= 0 && !isStillThere(*fd, path)) {
-        close(*fd);
-        *fd = -1;
+// Tries once; the file stays open in `*file` unless the attempt is impossible, which leaves errno. A cleaner may
+// have removed the file that is open: others then lock a new one.
+Attempt tryOnce(const char *path, dravik::Descriptor *file) {
+    if (!file->isOpen() || !dravik::isStillNamed(file->get(), path)) {
+        openLockFile(path, file);
     }
-    if (*fd < 0) {
-        *fd = openLockFile(path);
-    }
-    if (*fd < 0) {
+    if (!file->isOpen()) {
         return Attempt::impossible;
     }
-    if (flock(*fd, LOCK_EX | LOCK_NB) == 0) {
-        return isStillThere(*fd, path) ? Attempt::taken : Attempt::busy;
+    if (flock(file->get(), LOCK_EX | LOCK_NB) == 0) {
+        return dravik::isStillNamed(file->get(), path) ? Attempt::taken : Attempt::busy;
     }
     if (errno == EWOULDBLOCK || errno == EINTR) {
         return Attempt::busy;
     }
-    const int error = errno;
-    close(*fd);
-    *fd = -1;
-    errno = error;
+    file->reset();
     return Attempt::impossible;
 }
 
@@ -131,14 +107,15 @@ void pauseBefore(unsigned int attempt) {
 
 // Tries at one place until it is taken, impossible, or the time is over. Pauses are counted, no clock is read:
 // one that is set in the meantime neither lengthens nor shortens the wait.
-Attempt waitAt(const char *path, unsigned int seconds, int *fd) {
-    Attempt attempt = tryOnce(path, fd);
+Attempt waitAt(const char *path, unsigned int seconds, dravik::Descriptor *file) {
+    Attempt attempt = tryOnce(path, file);
     const unsigned int pauses = seconds == 0 ? 0 : TENTHS + seconds - 1;
     for (unsigned int pause = 0; attempt == Attempt::busy && pause < pauses; ++pause) {
         pauseBefore(pause); // the first also leaves a fresh holder the time to write down who he is
-        attempt = tryOnce(path, fd);
+        attempt = tryOnce(path, file);
         if (attempt == Attempt::busy && pause == 0) {
-            fprintf(stderr, "dravik: waiting up to %u seconds for %s\n", seconds, holderOf(*fd).c_str());
+            fprintf(stderr, "dravik: waiting up to %u seconds for %s\n", seconds,
+                    holderOf(file->get()).c_str());
         }
     }
     return attempt;
@@ -149,17 +126,16 @@ Attempt waitAt(const char *path, unsigned int seconds, int *fd) {
 int takeCommandLock(const char *command_line, const char *const *files, unsigned int seconds) {
     std::string reasons;
     for (const char *const *file = files; *file != nullptr; ++file) {
-        int fd = -1;
-        const Attempt attempt = waitAt(*file, seconds, &fd);
+        dravik::Descriptor opened;
+        const Attempt attempt = waitAt(*file, seconds, &opened);
         if (attempt == Attempt::taken) {
-            writeHolder(fd, command_line);
-            held_fd = fd;
+            writeHolder(opened.get(), command_line);
+            held = std::move(opened);
             return COMMAND_LOCK_TAKEN;
         }
         if (attempt == Attempt::busy) {
             fprintf(stderr, "dravik: gave up after %u seconds, nothing was changed: still running is %s\n",
-                    seconds, holderOf(fd).c_str());
-            close(fd);
+                    seconds, holderOf(opened.get()).c_str());
             return COMMAND_LOCK_BUSY;
         }
         reasons += std::string(reasons.empty() ? "" : ", ") + *file + ": " + strerror(errno);
@@ -173,8 +149,5 @@ int takeCommandLock(const char *command_line, const char *const *files, unsigned
 }
 
 void releaseCommandLock() {
-    if (held_fd >= 0) {
-        close(held_fd);
-        held_fd = -1;
-    }
+    held.reset();
 }

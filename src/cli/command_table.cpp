@@ -73,7 +73,7 @@ s_ecItems *showHelp(const char *name) {
     int grown = 0;
     if (output.pages == nullptr ||
         exe_cmd(command, output.pages, TaskOutput::size, &output.text, &grown) != 0) {
-        dravik_log(LOG_ERROR, __FILE__, __LINE__, "print_help", "Execute command [%s] failed\n", command);
+        DRAVIK_LOG_AS("print_help", LOG_ERROR, "Execute command [%s] failed\n", command);
         return &EC_print_help;
     }
     if (output.text[0] != '\0') {
@@ -84,7 +84,7 @@ s_ecItems *showHelp(const char *name) {
 
 void print_help(const char *name) {
     const s_ecItems *result = showHelp(name);
-    if (result->code != 0) {
+    if (isFailure(result)) {
         print_ec(result);
     }
 }

@@ -20,12 +20,13 @@
 #include "cli/tool_checks.h"
 #include "commands/devstats.h"
 #include "commands/refresh.h"
+#include "common/exit_status.h"
 #include "common/startup.h"
 
 namespace {
 
-constexpr int EXIT_DONE = 0;
-constexpr int EXIT_FAILED = 1;
+using dravik::EXIT_DONE;
+using dravik::EXIT_FAILED;
 
 // The command line from the word before the command's name on, as the front end's operations take it.
 struct CommandLine {
@@ -43,7 +44,7 @@ bool asksForHelp(std::string_view word) {
 // Prints the record as the end of a command.
 int answer(const s_ecItems *result) {
     print_ec(result);
-    return result->code == 0 ? EXIT_DONE : EXIT_FAILED;
+    return !isFailure(result) ? EXIT_DONE : EXIT_FAILED;
 }
 
 // The answer to a word that stands where none is taken.
@@ -66,10 +67,10 @@ int printVersion() {
 // The name check answers for a name that is none, not a look into the folder of help texts.
 int printHelpOf(const char *name) {
     const s_ecItems *result = checkCliNames(name);
-    if (result->code == 0) {
+    if (!isFailure(result)) {
         result = showHelp(name);
     }
-    return result->code == 0 ? EXIT_DONE : answer(result);
+    return !isFailure(result) ? EXIT_DONE : answer(result);
 }
 
 // ---- commands
@@ -83,7 +84,7 @@ void sayIfNotRoot() {
 // Every check that comes before the command runs.
 s_ecItems *checkAll(const CommandLine &line) {
     s_ecItems *result = checkCliParams(line.argc, line.argv);
-    return result->code == 0 ? checkBeforeRun(line.argv[1]) : result;
+    return !isFailure(result) ? checkBeforeRun(line.argv[1]) : result;
 }
 
 // The line of who ran it is written before the result is printed: a reader that has gone away ends this process
@@ -91,7 +92,7 @@ s_ecItems *checkAll(const CommandLine &line) {
 int runChangingCommand(const CommandLine &line, const CommandLine &typed) {
     beginAudit(typed.argc, typed.argv);
     s_ecItems *result = checkAll(line);
-    if (result->code == 0) {
+    if (!isFailure(result)) {
         char shown[480] = "";
         shownCommandLine(typed.argc, typed.argv, shown, sizeof(shown));
         if (takeCommandLock(shown, COMMAND_LOCK_FILES, COMMAND_LOCK_SECONDS) == COMMAND_LOCK_BUSY) {
@@ -106,9 +107,9 @@ int runChangingCommand(const CommandLine &line, const CommandLine &typed) {
 
 int runReadingCommand(const CommandLine &line) {
     s_ecItems *result = checkAll(line);
-    if (result->code == 0) {
+    if (!isFailure(result)) {
         result = exeCli(line.argc, line.argv);
-        if (result->code == 0 && line.word(1) == "devstats") {
+        if (!isFailure(result) && line.word(1) == "devstats") {
             sampleDevStats(static_cast<unsigned int>(intervalSeconds())); // ends with the process
         }
     }
@@ -127,7 +128,7 @@ int runServiceCommand(const CommandLine &typed) {
         return answer(&EC_miss_param_val);
     }
     s_ecItems *result = checkServiceName(typed.argv[2]);
-    return result->code == 0 ? runCommand({typed.argc - 1, typed.argv + 1}, typed) : answer(result);
+    return !isFailure(result) ? runCommand({typed.argc - 1, typed.argv + 1}, typed) : answer(result);
 }
 
 int run(const CommandLine &line) {
@@ -148,7 +149,7 @@ int run(const CommandLine &line) {
         return runServiceCommand(line);
     }
     const s_ecItems *known = checkCliNames(line.argv[1]);
-    if (known->code != 0) {
+    if (isFailure(known)) {
         return answer(known);
     }
     return line.argc == 3 && asksForHelp(line.word(2)) ? printHelpOf(line.argv[1]) : runCommand(line, line);

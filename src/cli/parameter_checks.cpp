@@ -159,7 +159,7 @@ s_ecItems *checkDevStats(const CommandLine &line) {
     Parameter parameters[] = {{"-path_alias", gParamMpathxVal, refuseRepeated, false},
                               {"-interval", gParamIntervalVal, refuseRepeated, false}};
     s_ecItems *result = readPairs(line, parameters);
-    if (result->code != 0) {
+    if (isFailure(result)) {
         return result;
     }
     if (!isDigit(gParamIntervalVal)) {
@@ -181,7 +181,7 @@ s_ecItems *checkSetState(const CommandLine &line) {
                               {"-device_name", gParamPathVal, refuseNothing, false},
                               {"-state", gParamStateVal, refuseUnknownState, false}};
     s_ecItems *result = readPairs(line, parameters);
-    if (result->code != 0) {
+    if (isFailure(result)) {
         return result;
     }
     if (line.count > 8) {
@@ -233,7 +233,7 @@ s_ecItems *checkSetPathPolicy(const CommandLine &line) {
             return withWord(&EC_miss_param_val, name);
         }
         s_ecItems *result = takeChooser(wordAt(line, i));
-        if (result->code != 0) {
+        if (isFailure(result)) {
             return result;
         }
     }
@@ -321,7 +321,7 @@ s_ecItems *checkSetAliasParams(int argc, const char *const *argv) {
     Parameter parameters[] = {{"-wwid", gParamWwidVal, refuseFilled, false},
                               {"-alias", gParamAliasVal, refuseFilled, false}};
     s_ecItems *result = readPairs(line, parameters);
-    if (result->code != 0) {
+    if (isFailure(result)) {
         return result;
     }
     if (gParamWwidVal[0] == '\0') {
@@ -334,7 +334,7 @@ s_ecItems *checkSetAliasParams(int argc, const char *const *argv) {
         return &EC_parameter_number_error;
     }
     result = checkWwid(gParamWwidVal);
-    return result->code != 0 ? result : checkAlias(gParamAliasVal, gParamWwidVal);
+    return isFailure(result) ? result : checkAlias(gParamAliasVal, gParamWwidVal);
 }
 
 s_ecItems *checkDelAliasParams(int argc, const char *const *argv) {

@@ -96,7 +96,7 @@ s_ecItems *queryPolicy(const char *script, char *group, unsigned int groupSize, 
     snprintf(command, sizeof(command), "%s %s query", CMD_sh, script);
     char output[POLICY_OUTPUT_SIZE] = "";
     s_ecItems *result = exeLiunxInfoCmd(command, output, sizeof(output));
-    if (result != nullptr && result->code == 0) {
+    if (!isFailure(result)) {
         takePolicy(output, group, groupSize, chooser, chooserSize);
     }
     return result;

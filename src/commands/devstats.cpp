@@ -25,7 +25,7 @@ template <typename Ask> s_ecItems *registerTopology(Ask ask) {
     }
     unsigned int lines = 0;
     s_ecItems *result = ask(head.get(), &lines);
-    if (result->code == 0) {
+    if (!isFailure(result)) {
         salloc_dev_list(static_cast<int>(lines));
         printDravikStats(firstDravik(head.get()));
     }

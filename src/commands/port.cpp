@@ -2,10 +2,9 @@
 #include "commands/port.h"
 
 #include <cstdio>
-#include <cstdlib>
-#include <memory>
 
 #include "common/log.h"
+#include "common/owned.h"
 #include "common/text_split.h"
 #include "host/command_output.h"
 #include "host/task.h"
@@ -20,11 +19,11 @@ s_ecItems *lsport() {
         return result;
     }
     unsigned int count = 0;
-    const std::unique_ptr<char *, void (*)(void *)> pieces(strsplit_count(output.pages, "\n", &count), free);
+    const dravik::Block<char *[]> pieces(strsplit_count(output.pages, "\n", &count));
     print__();
     // Nothing is added behind the last piece: output without a final newline has the separator on its line.
     for (unsigned int i = 0; i < count; ++i) {
-        printf(i == 0 ? "%s" : "\n%s", pieces.get()[i]);
+        printf(i == 0 ? "%s" : "\n%s", pieces[i]);
     }
     print__();
     return result;

@@ -18,7 +18,7 @@
 namespace {
 
 // A line of the command log under the name of the operation that others know.
-#define DISPLAY_LOG(...) dravik_log(LOG_ERROR, __FILE__, __LINE__, "_printOneDravik", __VA_ARGS__)
+#define QUERY_LOG(...) DRAVIK_LOG_AS("_printOneDravik", LOG_ERROR, __VA_ARGS__)
 
 // ---- virtual-disk name
 
@@ -43,7 +43,7 @@ void printVdiskName(s_dravik *device, bool nvme) {
     if (device->vdisk_name[0] != '\0') {
         printf("vdisk_name: %s\n", device->vdisk_name);
     } else {
-        DISPLAY_LOG("This device (%s), the vdisk name we obtained is NULL.\n", device->wwid);
+        QUERY_LOG("This device (%s), the vdisk name we obtained is NULL.\n", device->wwid);
     }
 }
 
@@ -54,10 +54,10 @@ void printStoredVdiskName(s_dravik *device) {
         getStoredVdiskname(VDISK_CACHE_FILE, device->wwid, device->vdisk_name, &found);
     }
     if (found == 0) {
-        DISPLAY_LOG("This device (%s) is a failed device, we can not get the vdisk name.\n", device->wwid);
+        QUERY_LOG("This device (%s) is a failed device, we can not get the vdisk name.\n", device->wwid);
     } else if (device->vdisk_name[0] == '\0') {
-        DISPLAY_LOG("This device (%s) is a failed device, we get the vdisk name from file is NULL.\n",
-                    device->wwid);
+        QUERY_LOG("This device (%s) is a failed device, we get the vdisk name from file is NULL.\n",
+                  device->wwid);
     } else {
         printf("vdisk_name: %s\n", device->vdisk_name);
     }
@@ -75,7 +75,7 @@ void printHostInterface(const s_path_dev *path) {
             return;
         }
     }
-    DISPLAY_LOG("the transport we obtained is not fc/iscsi/fc-nvme/rdma-nvme.\n");
+    QUERY_LOG("the transport we obtained is not fc/iscsi/fc-nvme/rdma-nvme.\n");
 }
 
 // ---- path table
@@ -152,7 +152,7 @@ template <typename Ask> s_ecItems *showTopology(Ask ask) {
         return &EC_molloc_failed;
     }
     s_ecItems *result = ask(head.get());
-    if (result->code == 0) {
+    if (!isFailure(result)) {
         printDravik(firstDravik(head.get()));
     }
     return result;

@@ -39,7 +39,7 @@ bool isTaken(const char *operation, const char *command) {
                            ? EXE_NO_MEMORY
                            : exe_cmd(command, output.pages, TaskOutput::size, &output.text, &grown);
     if (result < 0) {
-        dravik_log(LOG_ERROR, __FILE__, __LINE__, operation, "Execute command [%s] failed", command);
+        DRAVIK_LOG_AS(operation, LOG_ERROR, "Execute command [%s] failed", command);
         return false;
     }
     if (find_str(output.text, "KORVEL") == nullptr) {

@@ -31,8 +31,7 @@ const PathChange ONLINE = {"reinstate", "del", &EC_online_path_fail};
 s_ecItems *findPath(const char *alias, const char *path, char (*dev_name)[sizeof(s_path_dev::dev_name)]) {
     const DravikList devices(mallocDravik(), freeDravik);
     if (devices == nullptr || isFailure(queryDravikInfo(devices.get()))) {
-        dravik_log(LOG_ERROR, __FILE__, __LINE__, "checkPathstateAndParam",
-                   "Query dravik information failed");
+        DRAVIK_LOG_AS("checkPathstateAndParam", LOG_ERROR, "Query dravik information failed");
         return &EC_exe_cmd_failed;
     }
     if (findDravikByPathAlias(devices.get(), alias) == nullptr) {
@@ -59,11 +58,11 @@ s_ecItems *sendChange(const char *operation, const PathChange &change, const cha
         return &EC_exe_cmd_failed;
     }
     if (isFailure(exeLiunxInfoCmd(command, output.pages, TASK_OUTPUT_SIZE))) {
-        dravik_log(LOG_ERROR, __FILE__, __LINE__, operation, "Execute command [%s] failed\n", command);
+        DRAVIK_LOG_AS(operation, LOG_ERROR, "Execute command [%s] failed\n", command);
         return &EC_exe_cmd_failed;
     }
     if (find_str(output.pages, "fail") != nullptr) {
-        dravik_log(LOG_ERROR, __FILE__, __LINE__, operation, "%s path [%s] failed\n", change.verb, path);
+        DRAVIK_LOG_AS(operation, LOG_ERROR, "%s path [%s] failed\n", change.verb, path);
         initEcItems1(change.refusal, path);
         return change.refusal;
     }

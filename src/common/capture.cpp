@@ -28,8 +28,7 @@ constexpr size_t FILTERED_COMMAND_SIZE = 1024; // the command as the shell gets 
 constexpr size_t LINE_SIZE = 20480;            // the least step by which a buffer grows
 
 // A line of the command log in the name of the operation that was called.
-#define CAPTURE_LOG(output, level, ...)                                                                      \
-    dravik_log(level, __FILE__, __LINE__, (output)->operation, __VA_ARGS__)
+#define CAPTURE_LOG(output, level, ...) DRAVIK_LOG_AS((output)->operation, level, __VA_ARGS__)
 
 // The output so far. `text` is the caller's `*out`: after a jump the caller finds a heap block there.
 struct Output {

@@ -13,6 +13,7 @@
 #include <sys/time.h>
 #include <unistd.h>
 
+#include "common/owned.h"
 #include "common/text_filter.h"
 
 bool log_started = true;
@@ -78,12 +79,6 @@ int open_file(const char *path) {
     return path == nullptr ? -1 : open(path, O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
 }
 
-void close_file(int fd) {
-    if (fd >= 0) {
-        close(fd);
-    }
-}
-
 // One write of the whole line: in append mode and under the lock it never mixes with another process's.
 void writeLine(int fd, const char *line) {
     flock(fd, LOCK_EX);
@@ -141,12 +136,13 @@ void dravik_log(unsigned int level, const char * /*source_file*/, unsigned int l
     }
     char path[PATH_SIZE] = "";
     snprintf(path, sizeof(path), "%s%s", g_file_dir, g_file_name);
-    const int fd = open_file(path);
-    if (fd < 0) {
-        return;
+    {
+        const dravik::Descriptor file(open_file(path));
+        if (!file.isOpen()) {
+            return;
+        }
+        writeLine(file.get(), text);
     }
-    writeLine(fd, text);
-    close_file(fd);
     rotate(path);
 }
 

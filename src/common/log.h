@@ -43,8 +43,10 @@ extern const char *g_bk_file_name;
 void dravik_log(unsigned int level, const char *source_file, unsigned int line, const char *function,
                 const char *format, ...) __attribute__((format(printf, 5, 6)));
 
-// A line of the command log at `level`, with the caller's position.
-#define DRAVIK_LOG(level, ...) dravik_log(level, __FILE__, __LINE__, __func__, __VA_ARGS__)
+// A line of the command log at `level`, with the caller's position; or in the name of another function, the one
+// that those who read the log know.
+#define DRAVIK_LOG(level, ...) DRAVIK_LOG_AS(__func__, level, __VA_ARGS__)
+#define DRAVIK_LOG_AS(function, level, ...) dravik_log(level, __FILE__, __LINE__, function, __VA_ARGS__)
 
 // Whether the environment variable DRAVIK_CLI_DEBUG, read as `atoi` reads, is at least 1.
 bool is_debug();

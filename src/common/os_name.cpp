@@ -3,8 +3,8 @@
 
 #include <cstdio>
 #include <cstring>
-#include <memory>
 
+#include "common/owned.h"
 #include "common/text.h"
 
 char hi_linux_os_name[240] = "";
@@ -23,10 +23,8 @@ constexpr size_t LINE_SIZE = 120;
 constexpr size_t FIRST_SUSE_LINE_SIZE = 240;
 constexpr size_t LSB_LINE_SIZE = 128;
 
-using File = std::unique_ptr<FILE, int (*)(FILE *)>;
-
-File openFile(const char *path) {
-    return {fopen(path, "re"), fclose};
+dravik::Stream openFile(const char *path) {
+    return dravik::Stream(fopen(path, "re"));
 }
 
 // The next line of `file` with its newline, cut to `size` - 1 characters; empty at the end of the file and on
@@ -67,7 +65,7 @@ char *get_os_name() {
 
 // CentOS Linux release 7.9.2009 (Core)
 int read_redhat_release() {
-    File file = openFile(ORACLE_RELEASE);
+    dravik::Stream file = openFile(ORACLE_RELEASE);
     if (file == nullptr) {
         file = openFile(REDHAT_RELEASE);
     }
@@ -100,7 +98,7 @@ int read_redhat_release() {
 // VERSION="11.4"           VERSION = 12
 //                          PATCHLEVEL = 5
 int read_suse_release() {
-    File file = openFile(OS_RELEASE);
+    dravik::Stream file = openFile(OS_RELEASE);
     const bool is_os_release = file != nullptr;
     if (!is_os_release) {
         file = openFile(SUSE_RELEASE);

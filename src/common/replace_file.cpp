@@ -10,52 +10,15 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "common/own_file.h"
+#include "common/owned.h"
+
 namespace {
 
 constexpr mode_t PERMISSION_BITS = 0777;
 constexpr timespec LOCK_PAUSE = {0, 10000000};
 constexpr int HANGING_AFTER = 100; // pauses in which the holder of the lock has done nothing: a second
 constexpr int PATIENCE = 1000;     // pauses and retries in all, however busy the holders are
-
-class Descriptor {
-  public:
-    Descriptor() = default;
-    ~Descriptor() {
-        reset(-1);
-    }
-    Descriptor(const Descriptor &) = delete;
-    Descriptor &operator=(const Descriptor &) = delete;
-
-    void reset(int fd) {
-        if (number >= 0) {
-            const int error = errno;
-            close(number);
-            errno = error;
-        }
-        number = fd;
-    }
-    int get() const {
-        return number;
-    }
-
-  private:
-    int number = -1;
-};
-
-// Whether the file behind `fd` is one that this user alone has made and that has no other name.
-bool isOwnFile(int fd) {
-    struct stat attributes = {};
-    return fstat(fd, &attributes) == 0 && S_ISREG(attributes.st_mode) && attributes.st_nlink == 1 &&
-           attributes.st_uid == geteuid();
-}
-
-// Whether `path` still names the file behind `fd`: the process that held the lock before has renamed it away.
-bool isStillNamed(int fd, const char *path) {
-    struct stat opened = {};
-    struct stat named = {};
-    return fstat(fd, &opened) == 0 && lstat(path, &named) == 0 && opened.st_dev == named.st_dev &&
-           opened.st_ino == named.st_ino;
-}
 
 bool removeForeign(const char *path) {
     return unlink(path) == 0 || errno == ENOENT;
@@ -74,13 +37,13 @@ bool hasMoved(int fd, struct stat *seen) {
 }
 
 // Opens the new file beside the old one and locks it. 0 or an error number.
-int openNew(const std::string &path, Descriptor *out) {
+int openNew(const std::string &path, dravik::Descriptor *out) {
     struct stat seen = {};
     int idle_pauses = 0;
     for (int tries = 0; tries < PATIENCE && idle_pauses < HANGING_AFTER; tries++) {
         // Neither truncated nor trusted yet: it may be another process's, or a trap.
         out->reset(open(path.c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600));
-        if (out->get() < 0 ? errno == ELOOP || errno == ENXIO : !isOwnFile(out->get())) {
+        if (out->get() < 0 ? errno == ELOOP || errno == ENXIO : !dravik::isOwnFile(out->get())) {
             if (!removeForeign(path.c_str())) {
                 return errno;
             }
@@ -95,11 +58,11 @@ int openNew(const std::string &path, Descriptor *out) {
             nanosleep(&LOCK_PAUSE, nullptr);
             continue;
         }
-        if (isStillNamed(out->get(), path.c_str())) {
+        if (dravik::isStillNamed(out->get(), path.c_str())) {
             return 0;
         }
     }
-    out->reset(-1);
+    out->reset();
     return EBUSY;
 }
 
@@ -142,9 +105,8 @@ int takeOverAttributes(int fd, const char *path, mode_t mode_when_new) {
 void syncFolderOf(const std::string &path) {
     const size_t slash = path.rfind('/');
     const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
-    Descriptor opened;
-    opened.reset(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (opened.get() >= 0) {
+    const dravik::Descriptor opened(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (opened.isOpen()) {
         fsync(opened.get());
     }
 }
@@ -153,7 +115,7 @@ void syncFolderOf(const std::string &path) {
 
 int replaceFile(const char *path, const char *text, size_t length, mode_t mode_when_new) {
     const std::string new_path = std::string(path) + ".new";
-    Descriptor file;
+    dravik::Descriptor file;
     int error = openNew(new_path, &file);
     if (error != 0) {
         return error;

@@ -28,7 +28,7 @@ int run(const char *operation, const char *command, TaskOutput *output) {
                            ? EXE_NO_MEMORY
                            : exe_cmd(command, output->pages, TaskOutput::size, &output->text, &grown);
     if (result < 0 || output->text == nullptr) {
-        dravik_log(LOG_ERROR, __FILE__, __LINE__, operation, "Execute command [%s] failed\n", command);
+        DRAVIK_LOG_AS(operation, LOG_ERROR, "Execute command [%s] failed\n", command);
         return result < 0 ? result : EXE_NO_MEMORY;
     }
     return result;
@@ -144,7 +144,7 @@ s_ecItems *exeLiunxInfoCmd_nonblocking(const char *command, char *out, unsigned 
 bool mayRunWith(const char *operation, const char *word, const char *command) {
     const bool may_run = isPlainWord(word);
     if (!may_run) {
-        dravik_log(LOG_ERROR, __FILE__, __LINE__, operation, "Execute command [%s] failed\n", command);
+        DRAVIK_LOG_AS(operation, LOG_ERROR, "Execute command [%s] failed\n", command);
     }
     return may_run;
 }

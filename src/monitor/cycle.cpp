@@ -23,10 +23,6 @@ namespace {
 constexpr long PERIOD_SECONDS = 10;
 constexpr size_t ERROR_TEXT_SIZE = 256;
 
-bool failed(const s_ecItems *result) {
-    return result != nullptr && result->code != 0;
-}
-
 // Logs a failure of the cycle with the formatted record, which brings its own full stop: these lines end in two.
 #define LOG_FAILURE(level, what, result)                                                                     \
     do {                                                                                                     \
@@ -63,13 +59,13 @@ unsigned int pauseAfterCycle(double elapsed) {
 
 void oneMonitor() {
     const s_ecItems *result = getLunPath();
-    if (failed(result)) {
+    if (isFailure(result)) {
         LOG_FAILURE(LOG_ERROR, "Get lun and path information failed.", result);
         return;
     }
     cmpAndLog();
     result = cpyLunpath(g_pLunPath, g_pOldLunPath);
-    if (failed(result)) {
+    if (isFailure(result)) {
         LOG_FAILURE(LOG_ERROR, "Copy lun and path information failed.", result);
     }
 }
@@ -78,12 +74,12 @@ s_ecItems *getLunPath() {
     initDravik(g_pDravik);
     initLunpath(g_pLunPath);
     s_ecItems *result = queryDravikInfo(g_pDravik);
-    if (failed(result)) {
+    if (isFailure(result)) {
         LOG_FAILURE(LOG_ERROR, "Query Dravik infomation failed.", result);
         return result;
     }
     result = cvtDravikToLunpath(g_pDravik, g_pLunPath);
-    if (failed(result)) {
+    if (isFailure(result)) {
         LOG_FAILURE(LOG_ERROR, "Convert data from Struct s_dravik to s_lunPath failed.", result);
         return result;
     }
@@ -93,7 +89,7 @@ s_ecItems *getLunPath() {
 void test() {
     DRAVIK_TRACE("== Start velomux monitor test...");
     const s_ecItems *result = getLunPath();
-    if (failed(result)) {
+    if (isFailure(result)) {
         constexpr unsigned int LEVEL_ONE = 1; // no named level: its word is "LEVEL[1]"
         LOG_FAILURE(LOG_ERROR, "Get lun and path information failed.", result);
         char text[ERROR_TEXT_SIZE] = "";

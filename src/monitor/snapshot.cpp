@@ -5,12 +5,12 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
-#include <memory>
 #include <string>
 #include <sys/file.h>
 #include <unistd.h>
 
 #include "common/log.h"
+#include "common/owned.h"
 #include "common/text.h"
 
 namespace {
@@ -27,16 +27,6 @@ constexpr size_t CHUNK_SIZE = 65536;
 int open_file(const char *path) {
     return path == nullptr ? -1 : open(path, O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
 }
-
-void close_file(int fd) {
-    close(fd);
-}
-
-struct CloseStream {
-    void operator()(FILE *stream) const {
-        fclose(stream);
-    }
-};
 
 void fieldsOf(const s_lunPath *record, const char *(&fields)[FIELDS]) {
     fields[0] = lunAliasText(record);
@@ -58,9 +48,9 @@ void appendLine(std::string *chunk, const s_lunPath *record) {
 }
 
 void logShortWrite(const char *function, const char *text, int length, int written) {
-    dravik_log(LOG_ERROR, __FILE__, __LINE__, function,
-               "Write data [%s] to file failed. Expected write %d bytes, but only write %d bytes.", text,
-               length, written);
+    DRAVIK_LOG_AS(function, LOG_ERROR,
+                  "Write data [%s] to file failed. Expected write %d bytes, but only write %d bytes.", text,
+                  length, written);
 }
 
 // Finds the field, comma or newline in which a write that began with the record `first` broke off after
@@ -126,15 +116,15 @@ int writeLunPathToFile(const s_lunPath *list, const char *path) {
     if (firstLunpath(list) == nullptr || path == nullptr) {
         return 1;
     }
-    const int fd = open_file(path);
-    if (fd < 0) {
+    dravik::Descriptor file(open_file(path));
+    if (!file.isOpen()) {
         DRAVIK_LOG(LOG_ERROR, "Open file failed. file: %s.", path);
         return 0;
     }
-    flock(fd, LOCK_EX);
-    const bool written = writeRecords(fd, list);
-    flock(fd, LOCK_UN);
-    close_file(fd);
+    flock(file.get(), LOCK_EX);
+    const bool written = writeRecords(file.get(), list);
+    flock(file.get(), LOCK_UN);
+    file.reset();
     // Also after a short write: the line says that the write is over, and readers of the log know it so.
     DRAVIK_LOG(LOG_INFO, "Write lun path infomation to file successfully.");
     return written ? 1 : 0;
@@ -144,7 +134,7 @@ int readLunPathToFile(s_lunPath *list, const char *path) {
     if (list == nullptr || path == nullptr) {
         return 0;
     }
-    const std::unique_ptr<FILE, CloseStream> file(fopen(path, "re"));
+    const dravik::Stream file(fopen(path, "re"));
     if (file == nullptr) {
         DRAVIK_LOG(LOG_ERROR, "Open file failed. file: %s.", path);
         DRAVIK_TRACE("== Open file failed. file: %s.", path);

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "common/exit_status.h"
 #include "common/text.h"
 #include "stats/name_index.h"
 
@@ -15,7 +16,6 @@ int dlist_idx = 0;
 
 namespace {
 
-constexpr int EXIT_NO_MEMORY = 4;
 constexpr int LEAST_NAME_WIDTH = 13;
 
 int capacity = 0;
@@ -51,7 +51,7 @@ void salloc_dev_list(int count) {
     st_dev_list = static_cast<s_dev_list *>(calloc(static_cast<size_t>(capacity), sizeof(s_dev_list)));
     if (st_dev_list == nullptr) {
         perror("malloc");
-        exit(EXIT_NO_MEMORY);
+        exit(dravik::EXIT_NO_MEMORY);
     }
     name_index.clear(capacity);
 }

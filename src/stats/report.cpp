@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <unistd.h>
 
+#include "common/exit_status.h"
 #include "common/text.h"
 #include "stats/cpu_stat.h"
 #include "stats/name_index.h"
@@ -15,8 +16,6 @@
 #include "stats/stat_settings.h"
 
 namespace {
-
-constexpr int EXIT_NO_OUTPUT = 6;
 
 const char *slotName(int slot) {
     return st_hdr_iodev[slot].name;
@@ -99,7 +98,7 @@ void addTimeStamp(ReportText *text, const struct tm *tm) {
 void write_stats(int slot_of_sample, const struct tm *tm, int width) {
     if (write(STDOUT_FILENO, "", 0) < 0) {
         perror("stdout");
-        exit(EXIT_NO_OUTPUT);
+        exit(dravik::EXIT_NO_OUTPUT);
     }
     ReportText text;
     if (st_settings.timestamp) {

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "common/exit_status.h"
 #include "common/text.h"
 #include "stats/cpu_stat.h"
 #include "stats/name_index.h"
@@ -25,14 +26,12 @@ static_assert(sizeof(s_hdr_iodev) == 80, "the header table's entries are of 80 b
 namespace {
 
 constexpr int SPARE_SLOTS = 4; // for devices that appear later
-constexpr int EXIT_NO_DISKS = 2;
-constexpr int EXIT_NO_MEMORY = 4;
 
 void *allocate(int count, size_t size) {
     void *table = calloc(static_cast<size_t>(count), size);
     if (table == nullptr) {
         perror("malloc");
-        exit(EXIT_NO_MEMORY);
+        exit(dravik::EXIT_NO_MEMORY);
     }
     return table;
 }
@@ -48,7 +47,7 @@ int chooseSource() {
         size = count_sysfs_devices(st_settings.partitions);
         if (size < 1) {
             fprintf(stderr, "Cannot find disk data\n");
-            exit(EXIT_NO_DISKS);
+            exit(dravik::EXIT_NO_DISKS);
         }
         st_settings.has_sysfs = true;
     }

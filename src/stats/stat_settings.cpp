@@ -3,13 +3,14 @@
 
 #include <cstdlib>
 
+#include "common/exit_status.h"
+
 s_stat_settings st_settings = {};
 long st_interval = 0;
 
 namespace {
 
 constexpr int ALL_TAKEN = -1;
-constexpr int EXIT_USAGE = 1;
 
 } // namespace
 
@@ -26,7 +27,7 @@ void set_stat_interval(int *state, long *count, long *interval, long value) {
     if (*state == 0) {
         *interval = value;
         if (value < 0) {
-            exit(EXIT_USAGE);
+            exit(dravik::EXIT_FAILED);
         }
         *count = -1;
         *state = 1;
@@ -34,7 +35,7 @@ void set_stat_interval(int *state, long *count, long *interval, long value) {
     }
     *count = value;
     if (value <= 0 || *interval == 0) {
-        exit(EXIT_USAGE);
+        exit(dravik::EXIT_FAILED);
     }
     *state = ALL_TAKEN;
 }

@@ -5,11 +5,11 @@
 #include <cstdio>
 #include <cstring>
 #include <dirent.h>
-#include <memory>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "common/owned.h"
 #include "stats/stat_settings.h"
 #include "stats/system_files.h"
 
@@ -19,16 +19,9 @@ constexpr char COUNTER_FILE[] = "stat";
 constexpr int DISK_VALUES = 11;
 constexpr int PARTITION_VALUES = 4;
 
-struct CloseFolder {
-    void operator()(DIR *folder) const {
-        closedir(folder);
-    }
-};
-using Folder = std::unique_ptr<DIR, CloseFolder>;
-
 // Calls `visit` with the name of each entry of the folder `path`, "." and ".." apart.
 template <typename Visit> void forEachEntry(const char *path, const Visit &visit) {
-    const Folder folder(opendir(path));
+    const dravik::Folder folder(opendir(path));
     if (folder == nullptr) {
         return;
     }
@@ -108,16 +101,15 @@ int count_sysfs_devices(bool partitions) {
 }
 
 int read_sysfs_file(const char *path, s_iodev *counters) {
-    FILE *file = fopen(path, "re");
+    const dravik::Stream file(fopen(path, "re"));
     if (file == nullptr) {
         return 0;
     }
     unsigned long v[7] = {};
     unsigned int more[4] = {};
     // NOLINTNEXTLINE(cert-err34-c): a counter out of range is the largest one, as everywhere here
-    const int values = fscanf(file, "%lu %lu %lu %lu %lu %lu %lu %u %u %u %u", &v[0], &v[1], &v[2], &v[3],
-                              &v[4], &v[5], &v[6], &more[0], &more[1], &more[2], &more[3]);
-    fclose(file);
+    const int values = fscanf(file.get(), "%lu %lu %lu %lu %lu %lu %lu %u %u %u %u", &v[0], &v[1], &v[2],
+                              &v[3], &v[4], &v[5], &v[6], &more[0], &more[1], &more[2], &more[3]);
     if (values == DISK_VALUES) {
         *counters = {v[2],    v[6],    v[0],    v[1],   v[4], v[5], static_cast<uint32_t>(v[3]),
                      more[0], more[1], more[2], more[3]};

@@ -15,13 +15,7 @@ void systemPath(char (&out)[SYSTEM_PATH_SIZE], const char *path) {
     snprintf(out, sizeof(out), "%s%s", st_system_root, path);
 }
 
-LineReader::LineReader(const char *path) : fd(open(path, O_RDONLY | O_CLOEXEC)) {}
-
-LineReader::~LineReader() {
-    if (fd >= 0) {
-        close(fd);
-    }
-}
+LineReader::LineReader(const char *path) : file(open(path, O_RDONLY | O_CLOEXEC)) {}
 
 bool LineReader::next(std::string_view *line) {
     for (;;) {
@@ -61,7 +55,7 @@ bool LineReader::fill() {
     from = 0;
     ssize_t got = -1;
     do {
-        got = fd < 0 ? 0 : read(fd, piece + to, PIECE - to);
+        got = !file.isOpen() ? 0 : read(file.get(), piece + to, PIECE - to);
     } while (got < 0 && errno == EINTR);
     if (got <= 0) {
         return false;

@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <string_view>
 
+#include "common/owned.h"
+
 // What every path of this module into the system tree begins with; empty on a real host. A test or a dump of
 // a customer's host stands in another place.
 extern const char *st_system_root;
@@ -27,12 +29,9 @@ class LineReader {
   public:
     // Opens `path`, which is taken as it stands.
     explicit LineReader(const char *path);
-    ~LineReader();
-    LineReader(const LineReader &) = delete;
-    LineReader &operator=(const LineReader &) = delete;
 
     bool isOpen() const {
-        return fd >= 0;
+        return file.isOpen();
     }
     // The next line, good until the call after; false at the end of the file.
     bool next(std::string_view *line);
@@ -41,7 +40,7 @@ class LineReader {
     bool fill();
 
     static constexpr size_t PIECE = 65536;
-    int fd;
+    dravik::Descriptor file;
     size_t from = 0; // the unread part of `piece`
     size_t to = 0;
     bool ended = false;

@@ -2,13 +2,12 @@
 #include "topology/listing.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <iterator>
-#include <memory>
 #include <string_view>
 
 #include "common/log.h"
+#include "common/owned.h"
 #include "common/text.h"
 #include "common/text_split.h"
 #include "topology/target_port.h"
@@ -23,12 +22,7 @@ constexpr int PATH_TOKENS = 6;      // hctl, name, major:minor, three states
 constexpr char POLICY_WORD[] = "policy=";
 constexpr size_t POLICY_WORD_LENGTH = sizeof(POLICY_WORD) - 1;
 
-struct FreeBlock {
-    void operator()(char **block) const {
-        free(block);
-    }
-};
-using LineArray = std::unique_ptr<char *[], FreeBlock>;
+using LineArray = dravik::Block<char *[]>;
 
 // What a header line's vendor and product become; the first word found anywhere in the line decides, so an
 // alias that holds one of them decides as well.
@@ -110,8 +104,7 @@ bool isHeader(const char *text) {
 }
 
 s_ecItems *malformed(const char *function, unsigned int index) {
-    dravik_log(LOG_ERROR, __FILE__, __LINE__, function, "Parse %uth line in 'velomux -ll' output failed.",
-               index);
+    DRAVIK_LOG_AS(function, LOG_ERROR, "Parse %uth line in 'velomux -ll' output failed.", index);
     return &EC_parse_cmd_out;
 }
 
@@ -254,7 +247,7 @@ s_ecItems *parseLines(const char *function, char **lines, unsigned int count, co
             return &EC_molloc_failed;
         }
         s_ecItems *result = parseDevice(function, lines, count, &i, vendors, device);
-        if (result->code != 0) {
+        if (isFailure(result)) {
             return result;
         }
         cursor->end = false;

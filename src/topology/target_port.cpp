@@ -20,10 +20,6 @@ struct PathPort {
     char *target_port;
 };
 
-bool succeeded(const s_ecItems *record) {
-    return record != nullptr && record->code == 0;
-}
-
 void setInterface(const PathPort *port, const char *name) {
     tessaline_strncpy(port->host_interface, name, HOST_INTERFACE_SIZE - 1);
 }
@@ -76,7 +72,7 @@ s_ecItems *resolveNvme(const char *device_name, const PathPort *port) {
     char transport[OUTPUT_SIZE] = "";
     snprintf(command, sizeof(command), "cat /sys/block/%s/device/transport", device_name);
     s_ecItems *record = exeLiunxInfoCmd(command, transport, sizeof(transport));
-    if (!succeeded(record)) {
+    if (isFailure(record)) {
         return record;
     }
     const bool fc = find_str(transport, "fc") != nullptr;
@@ -89,7 +85,7 @@ s_ecItems *resolveNvme(const char *device_name, const PathPort *port) {
     snprintf(command, sizeof(command), "cat /sys/block/%s/device/address | awk -F \",\" '{print $1}'",
              device_name);
     record = exeLiunxInfoCmd(command, address, sizeof(address));
-    if (succeeded(record) && find_str(address, "traddr=") != nullptr) {
+    if (!isFailure(record) && find_str(address, "traddr=") != nullptr) {
         if (fc) {
             setFcNvmePort(port, address);
         } else {
@@ -127,7 +123,7 @@ s_ecItems *resolveScsi(const char *device_name, const PathPort *port) {
     snprintf(command, sizeof(command), "ls -l /dev/disk/by-path/ | grep '%s$' | awk -F\" \" '{print $9}'",
              device_name);
     s_ecItems *record = exeLiunxInfoCmd(command, links, sizeof(links));
-    if (!succeeded(record)) {
+    if (isFailure(record)) {
         return record;
     }
     if (find_str(links, "-iscsi-") != nullptr) {

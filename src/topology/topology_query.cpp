@@ -29,7 +29,7 @@ bool runTool(const char *function, capture_operation operation, const char *comm
                            ? EXE_NO_MEMORY
                            : operation(command, output->pages, TaskOutput::size, &output->text, &grown);
     if (result < 0 || result == SHELL_CANNOT_RUN || result == SHELL_NOT_FOUND) {
-        dravik_log(LOG_ERROR, __FILE__, __LINE__, function, "Execute command [%s] failed", command);
+        DRAVIK_LOG_AS(function, LOG_ERROR, "Execute command [%s] failed", command);
         return false;
     }
     return true;

@@ -1,90 +1,188 @@
-// The names of the administration commands and their help.
+// The commands, and what the front end asks of their table.
 #include "cli/command_table.h"
 
+#include <algorithm>
 #include <cstdio>
-#include <cstring>
-#include <unistd.h>
-#include <vector>
+#include <iterator>
+#include <string_view>
 
-#include "common/capture.h"
-#include "common/log.h"
-#include "common/plain_word.h"
+#include "commands/aggregation.h"
+#include "commands/config.h"
+#include "commands/delalias.h"
+#include "commands/delete.h"
+#include "commands/devstats.h"
+#include "commands/lsalias.h"
+#include "commands/lspathpolicy.h"
+#include "commands/lsselfstart.h"
+#include "commands/mkconfig.h"
+#include "commands/parameter_buffers.h"
+#include "commands/port.h"
+#include "commands/query.h"
+#include "commands/refresh.h"
+#include "commands/restart.h"
+#include "commands/scan.h"
+#include "commands/setalias.h"
+#include "commands/setpathpolicy.h"
+#include "commands/setselfstart.h"
+#include "commands/setstate.h"
+#include "commands/start.h"
+#include "commands/status.h"
+#include "commands/stop.h"
+#include "commands/version.h"
 #include "common/text.h"
-#include "host/command_output.h"
-#include "host/task.h"
-#include "host/tool_names.h"
 
-const char CLI_NAMES[19][CLI_NAME_SIZE] = {"aggregation",  "config",        "delalias", "delete", "lsalias",
-                                           "lspathpolicy", "query",         "restart",  "scan",   "setalias",
-                                           "setstate",     "setpathpolicy", "start",    "status", "stop",
-                                           "version",      "port",          "devstats", ""};
+namespace dravik {
 
 namespace {
 
-constexpr size_t HELP_PATH_SIZE = 256;
-
-// The help texts are the same for every label; the maker's name is filled in when they are shown. Both texts
-// have the same length, so the shown text needs no more room than the file.
-constexpr char MAKER_PLACEHOLDER[] = "XXXXXX";
-constexpr char MAKER_NAME[] = "Korvel";
-static_assert(sizeof(MAKER_PLACEHOLDER) == sizeof(MAKER_NAME));
-
-void printHelpText(const char *text) {
-    std::vector<char> shown(strlen(text) + 1);
-    tessaline_strrpl(shown.data(), text, MAKER_PLACEHOLDER, MAKER_NAME);
-    print__();
-    fputs(shown.data(), stdout);
-    print__();
+s_ecItems *scanWithNotice(int /*argc*/) {
+    puts("This operation may take several minutes, please wait patiently.");
+    fflush(stdout); // a notice that comes with the result is none
+    return scan();
 }
 
-s_ecItems *withName(s_ecItems *record, const char *name) {
-    initEcItems1(record, name);
-    return record;
+s_ecItems *queryOneOrAll(int argc) {
+    return argc == 3 ? querySingleDevice(gParamMpathxVal) : query();
 }
+
+s_ecItems *registerOneOrAll(int /*argc*/) {
+    return gParamMpathxVal[0] != '\0' ? querySingleDevStats(gParamMpathxVal) : queryDevStats();
+}
+
+// A command that asks only the parameter buffers.
+template <s_ecItems *(*command)()> s_ecItems *run(int /*argc*/) {
+    return command();
+}
+
+constexpr bool CHANGES = true;
+constexpr bool READS = false;
+constexpr CommandKind LISTED = CommandKind::LISTED;
+constexpr CommandKind UNLISTED = CommandKind::UNLISTED;
+constexpr CommandKind SERVICE = CommandKind::SERVICE;
+
+// In the order of the printed list.
+constexpr Command COMMANDS[] = {
+    {"aggregation", LISTED, CHANGES, NO_PARAMETERS, checkNoParams, nullptr, run<aggregation>},
+    {"config", LISTED, CHANGES, NO_PARAMETERS, checkNoParams, nullptr, run<config>},
+    {"delalias", LISTED, CHANGES, DELALIAS_PARAMETERS, checkDelAliasParams, checkWwidForShell, run<delalias>},
+    {"delete", LISTED, CHANGES, DEVICE_PARAMETER, checkDeleteParams, nullptr,
+     [](int) { return delete_(gParamMpathxVal); }},
+    {"lsalias", LISTED, READS, NO_PARAMETERS, checkNoParams, nullptr, run<lsalias>},
+    {"lspathpolicy", LISTED, READS, NO_PARAMETERS, checkNoParams, nullptr, run<lspathpolicy>},
+    {"query", LISTED, READS, DEVICE_PARAMETER, checkQueryParams, nullptr, queryOneOrAll},
+    {"restart", LISTED, CHANGES, NO_PARAMETERS, checkNoParams, nullptr, run<restart>},
+    {"scan", LISTED, CHANGES, NO_PARAMETERS, checkNoParams, nullptr, scanWithNotice},
+    {"setalias", LISTED, CHANGES, SETALIAS_PARAMETERS, checkSetAliasParams, nullptr, run<setalias>},
+    {"setstate", LISTED, CHANGES, SETSTATE_PARAMETERS, checkSetStateParams, nullptr, run<setpathstate>},
+    {"setpathpolicy", LISTED, CHANGES, SETPATHPOLICY_PARAMETERS, checkSetPathPolicyParams, nullptr,
+     run<setpathpolicy>},
+    {"start", LISTED, CHANGES, NO_PARAMETERS, checkNoParams, nullptr, run<startDaemon>},
+    {"status", LISTED, READS, NO_PARAMETERS, checkNoParams, nullptr, run<status>},
+    {"stop", LISTED, CHANGES, NO_PARAMETERS, checkNoParams, nullptr, run<stopDaemon>},
+    {"version", LISTED, READS, NO_PARAMETERS, checkNoParams, nullptr, run<version>},
+    {"port", LISTED, READS, NO_PARAMETERS, checkNoParams, nullptr, run<lsport>},
+    {"devstats", LISTED, READS, DEVSTATS_PARAMETERS, checkDevStatsParams, checkInterval, registerOneOrAll},
+    {"refresh", UNLISTED, CHANGES, NO_PARAMETERS, checkNoParams, nullptr, run<refresh>},
+    {"mkconfig", SERVICE, CHANGES, NO_PARAMETERS, checkNoParams, nullptr, run<mkconfig>},
+    {"lsselfstart", SERVICE, READS, NO_PARAMETERS, checkNoParams, nullptr, run<lsselfstart>},
+    {"setselfstart", SERVICE, CHANGES, NO_PARAMETERS, checkNoParams, nullptr, run<enableSelfStart>},
+};
+
+const char *kindName(CommandKind kind) {
+    return kind == LISTED ? "listed" : kind == UNLISTED ? "unlisted" : "service";
+}
+
+void printParameter(const Parameter &parameter) {
+    printf(" %s%s%s", parameter.name, parameter.value[0] == '\0' ? "" : "=", parameter.value);
+    if (parameter.value_at == nullptr) {
+        return;
+    }
+    const char *value = parameter.value_at(0);
+    for (int i = 1; value != nullptr; value = parameter.value_at(i++)) {
+        printf("%c%s", i == 1 ? '=' : '|', value);
+    }
+}
+
+s_ecItems *unknownName(const char *name) {
+    initEcItems1(&EC_invalid_cli_name, name);
+    return &EC_invalid_cli_name;
+}
+
+const char *nameIn(int argc, const char *const *argv) {
+    return argc > 1 && argv[1] != nullptr ? argv[1] : "";
+}
+
+} // namespace
+
+const Command *findCommand(const char *name) {
+    const Command *row =
+        std::find_if(std::begin(COMMANDS), std::end(COMMANDS), [name](const Command &command) {
+            return tessaline_strncmp(name, command.name, CLI_NAME_SIZE) == 0;
+        });
+    return row == std::end(COMMANDS) ? nullptr : row;
+}
+
+const Command *findServiceCommand(const char *name) {
+    const Command *command = findCommand(name);
+    return command != nullptr && command->kind == SERVICE ? command : nullptr;
+}
+
+void printCommandTable() {
+    for (const Command &command : COMMANDS) {
+        printf("%s %s %s", command.name, kindName(command.kind), command.changes_host ? "changes" : "reads");
+        for (int i = 0; i < command.parameters.count; ++i) {
+            printParameter(command.parameters.list[i]);
+        }
+        putchar('\n');
+    }
+}
+
+} // namespace dravik
+
+constexpr char CLI_NAMES[19][CLI_NAME_SIZE] = {
+    "aggregation", "config",   "delalias", "delete",        "lsalias", "lspathpolicy", "query", "restart",
+    "scan",        "setalias", "setstate", "setpathpolicy", "start",   "status",       "stop",  "version",
+    "port",        "devstats", ""};
+
+namespace {
+
+// Whether `CLI_NAMES` holds the listed rows' names, in their order, and an empty row behind them.
+constexpr bool namesAreThoseOfTheTable() {
+    size_t row = 0;
+    for (const dravik::Command &command : dravik::COMMANDS) {
+        if (command.kind == dravik::CommandKind::LISTED &&
+            command.name != std::string_view(CLI_NAMES[row++])) {
+            return false;
+        }
+    }
+    return row + 1 == std::size(CLI_NAMES) && CLI_NAMES[row][0] == '\0';
+}
+static_assert(namesAreThoseOfTheTable());
 
 } // namespace
 
 s_ecItems *checkCliNames(const char *name) {
     const char *given = name == nullptr ? "" : name;
-    for (int row = 0; CLI_NAMES[row][0] != '\0'; ++row) {
-        if (tessaline_strncmp(given, CLI_NAMES[row], CLI_NAME_SIZE) == 0) {
-            return &EC_ok;
-        }
-    }
-    return tessaline_strncmp(given, "refresh", CLI_NAME_SIZE) == 0 ? &EC_ok
-                                                                   : withName(&EC_invalid_cli_name, given);
+    const dravik::Command *command = dravik::findCommand(given);
+    const bool accepted = command != nullptr && command->kind != dravik::CommandKind::SERVICE;
+    return accepted ? &EC_ok : dravik::unknownName(given);
 }
 
 void print_cli_list() {
-    for (int row = 0; CLI_NAMES[row][0] != '\0'; ++row) {
-        puts(CLI_NAMES[row]);
+    for (const dravik::Command &command : dravik::COMMANDS) {
+        if (command.kind == dravik::CommandKind::LISTED) {
+            puts(command.name);
+        }
     }
 }
 
-s_ecItems *showHelp(const char *name) {
-    char path[HELP_PATH_SIZE] = "";
-    const int length = snprintf(path, sizeof(path), "/usr/bin/dravik-help/%s.help", name);
-    if (!isPlainWord(name) || length >= static_cast<int>(sizeof(path)) || access(path, F_OK) != 0) {
-        return withName(&EC_no_help, name);
-    }
-    char command[TASK_COMMAND_SIZE] = "";
-    snprintf(command, sizeof(command), "%s %s", CMD_cat, path);
-    TaskOutput output;
-    int grown = 0;
-    if (output.pages == nullptr ||
-        exe_cmd(command, output.pages, TaskOutput::size, &output.text, &grown) != 0) {
-        DRAVIK_LOG_AS("print_help", LOG_ERROR, "Execute command [%s] failed\n", command);
-        return &EC_print_help;
-    }
-    if (output.text[0] != '\0') {
-        printHelpText(output.text);
-    }
-    return &EC_ok;
+s_ecItems *checkCliParams(int argc, const char *const *argv) {
+    const dravik::Command *command = dravik::findCommand(dravik::nameIn(argc, argv));
+    return command == nullptr ? dravik::checkNoParams(argc, argv) : command->check_parameters(argc, argv);
 }
 
-void print_help(const char *name) {
-    const s_ecItems *result = showHelp(name);
-    if (isFailure(result)) {
-        print_ec(result);
-    }
+s_ecItems *exeCli(int argc, const char *const *argv) {
+    const char *name = dravik::nameIn(argc, argv);
+    const dravik::Command *command = dravik::findCommand(name);
+    return command == nullptr ? dravik::unknownName(name) : command->run(argc);
 }

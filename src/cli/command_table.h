@@ -1,9 +1,46 @@
-// The names of the administration commands: the check of a name, the list of all, the help texts.
+// The table of all commands: one row for each, which everything else about a command follows from.
 #pragma once
 
+#include "cli/parameter_checks.h"
 #include "common/result.h"
 
-// The commands that are listed, in the list's order; ends with an empty row.
+namespace dravik {
+
+// How a command is known.
+enum class CommandKind {
+    LISTED,   // named in the printed list
+    UNLISTED, // accepted like a listed one, but left out of the list
+    SERVICE,  // for package scripts: run as "dravik --service NAME" alone
+};
+
+struct Command {
+    const char *name;
+    CommandKind kind;
+    // Whether it changes the host: such commands take turns (command_lock.h) and leave a line of who ran them
+    // (audit.h).
+    bool changes_host;
+    Parameters parameters;
+    // The check of its parameters, which leaves their values in commands/parameter_buffers.h.
+    s_ecItems *(*check_parameters)(int argc, const char *const *argv);
+    // The last check of those values before the command runs; null where there is nothing more to ask.
+    s_ecItems *(*check_last)();
+    s_ecItems *(*run)(int argc);
+};
+
+// The row of the command `name`, compared over 64 characters; null when there is none.
+const Command *findCommand(const char *name);
+
+// The row of a command that package scripts run; null for any other name.
+const Command *findServiceCommand(const char *name);
+
+// Prints every row to standard output, a line each, for the checks of texts against the program: name, kind ("listed",
+// "unlisted", "service"), "changes" or "reads", and the parameters, "-name" or "-name=VALUE" with the values or the
+// kind of value; a positional one as "=VALUE".
+void printCommandTable();
+
+} // namespace dravik
+
+// The listed names in the list's order; ends with an empty row.
 constexpr unsigned int CLI_NAME_SIZE = 64;
 extern const char CLI_NAMES[19][CLI_NAME_SIZE];
 
@@ -14,11 +51,13 @@ s_ecItems *checkCliNames(const char *name);
 // Prints the names of `CLI_NAMES`, one a line.
 void print_cli_list();
 
-// Prints the help text "/usr/bin/dravik-help/NAME.help" between two separators, the maker's name in place of
-// every "XXXXXX". Returns EC_ok; EC_no_help with the name when there is no such file, or when the name is none
-// that a shell may see; EC_print_help when the file could not be shown, logged at level 0 as "Execute command
-// [%s] failed\n". After a failure nothing has been printed.
-s_ecItems *showHelp(const char *name);
+// Checks the parameters of one command line. `argv` holds the program name, the command name and the
+// parameters, `argc` counts them all; a null element counts as an empty text. A name that is no command's takes none.
+// Results as the command's check (parameter_checks.h).
+s_ecItems *checkCliParams(int argc, const char *const *argv);
 
-// `showHelp`, whose failure is printed as a command's result is.
-void print_help(const char *name);
+// Runs the command `argv[1]`, whose parameters `checkCliParams` has accepted; `argc` and `argv` are the same as there.
+// Returns the command's record, or EC_invalid_cli_name with the name. The service commands are accepted here, though
+// `checkCliNames` rejects them.
+// Prints nothing of its own but a word of patience before `scan`; the record is the caller's to print.
+s_ecItems *exeCli(int argc, const char *const *argv);

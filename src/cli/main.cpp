@@ -15,16 +15,16 @@
 #include "cli/caller.h"
 #include "cli/command_lock.h"
 #include "cli/command_table.h"
-#include "cli/dispatch.h"
+#include "cli/help.h"
 #include "cli/parameter_checks.h"
-#include "cli/tool_checks.h"
 #include "commands/devstats.h"
-#include "commands/refresh.h"
+#include "commands/version.h"
 #include "common/exit_status.h"
 #include "common/startup.h"
 
 namespace {
 
+using dravik::Command;
 using dravik::EXIT_DONE;
 using dravik::EXIT_FAILED;
 
@@ -68,7 +68,7 @@ int printVersion() {
 int printHelpOf(const char *name) {
     const s_ecItems *result = checkCliNames(name);
     if (!isFailure(result)) {
-        result = showHelp(name);
+        result = dravik::showHelp(name);
     }
     return !isFailure(result) ? EXIT_DONE : answer(result);
 }
@@ -82,16 +82,16 @@ void sayIfNotRoot() {
 }
 
 // Every check that comes before the command runs.
-s_ecItems *checkAll(const CommandLine &line) {
-    s_ecItems *result = checkCliParams(line.argc, line.argv);
-    return !isFailure(result) ? checkBeforeRun(line.argv[1]) : result;
+s_ecItems *checkAll(const Command &command, const CommandLine &line) {
+    s_ecItems *result = command.check_parameters(line.argc, line.argv);
+    return isFailure(result) || command.check_last == nullptr ? result : command.check_last();
 }
 
 // The line of who ran it is written before the result is printed: a reader that has gone away ends this process
 // with a signal.
-int runChangingCommand(const CommandLine &line, const CommandLine &typed) {
+int runChangingCommand(const Command &command, const CommandLine &line, const CommandLine &typed) {
     beginAudit(typed.argc, typed.argv);
-    s_ecItems *result = checkAll(line);
+    s_ecItems *result = checkAll(command, line);
     if (!isFailure(result)) {
         char shown[480] = "";
         shownCommandLine(typed.argc, typed.argv, shown, sizeof(shown));
@@ -99,27 +99,27 @@ int runChangingCommand(const CommandLine &line, const CommandLine &typed) {
             auditText("not run, another command was still running.");
             return EXIT_FAILED;
         }
-        result = exeCli(line.argc, line.argv);
+        result = command.run(line.argc);
     }
     auditResult(result);
     return answer(result);
 }
 
-int runReadingCommand(const CommandLine &line) {
-    s_ecItems *result = checkAll(line);
+int runReadingCommand(const Command &command, const CommandLine &line) {
+    s_ecItems *result = checkAll(command, line);
     if (!isFailure(result)) {
-        result = exeCli(line.argc, line.argv);
+        result = command.run(line.argc);
         if (!isFailure(result) && line.word(1) == "devstats") {
-            sampleDevStats(static_cast<unsigned int>(intervalSeconds())); // ends with the process
+            sampleDevStats(static_cast<unsigned int>(dravik::intervalSeconds())); // ends with the process
         }
     }
     return answer(result);
 }
 
-// Runs the command `line.argv[1]`, whose name has been checked; `typed` is the whole command line.
-int runCommand(const CommandLine &line, const CommandLine &typed) {
+// Runs the command that `line` begins with; `typed` is the whole command line.
+int runCommand(const Command &command, const CommandLine &line, const CommandLine &typed) {
     sayIfNotRoot();
-    return changesHost(line.argv[1]) ? runChangingCommand(line, typed) : runReadingCommand(line);
+    return command.changes_host ? runChangingCommand(command, line, typed) : runReadingCommand(command, line);
 }
 
 int runServiceCommand(const CommandLine &typed) {
@@ -127,8 +127,12 @@ int runServiceCommand(const CommandLine &typed) {
         initEcItems1(&EC_miss_param_val, "--service");
         return answer(&EC_miss_param_val);
     }
-    s_ecItems *result = checkServiceName(typed.argv[2]);
-    return !isFailure(result) ? runCommand({typed.argc - 1, typed.argv + 1}, typed) : answer(result);
+    const Command *command = dravik::findServiceCommand(typed.argv[2]);
+    if (command == nullptr) {
+        initEcItems1(&EC_invalid_cli_name, typed.argv[2]);
+        return answer(&EC_invalid_cli_name);
+    }
+    return runCommand(*command, {typed.argc - 1, typed.argv + 1}, typed);
 }
 
 int run(const CommandLine &line) {
@@ -148,11 +152,18 @@ int run(const CommandLine &line) {
     if (first == "--service") {
         return runServiceCommand(line);
     }
+    if (first == "--commands" && line.argc == 2) {
+        dravik::printCommandTable(); // for the checks of the texts; not for people
+        return EXIT_DONE;
+    }
     const s_ecItems *known = checkCliNames(line.argv[1]);
     if (isFailure(known)) {
         return answer(known);
     }
-    return line.argc == 3 && asksForHelp(line.word(2)) ? printHelpOf(line.argv[1]) : runCommand(line, line);
+    if (line.argc == 3 && asksForHelp(line.word(2))) {
+        return printHelpOf(line.argv[1]);
+    }
+    return runCommand(*dravik::findCommand(line.argv[1]), line, line);
 }
 
 // What was printed may get lost on the way out, on a full disk for instance: a command that only shows something
@@ -170,6 +181,7 @@ int flushOutput(int status, bool changing) {
 int main(int argc, char **argv) {
     resetProcess();
     const CommandLine line = {argc, argv};
-    const bool changing = argc > 1 && changesHost(argv[line.word(1) == "--service" && argc > 2 ? 2 : 1]);
-    return flushOutput(run(line), changing);
+    const int name = line.word(1) == "--service" ? 2 : 1;
+    const Command *command = name < argc ? dravik::findCommand(argv[name]) : nullptr;
+    return flushOutput(run(line), command != nullptr && command->changes_host);
 }

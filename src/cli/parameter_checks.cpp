@@ -8,6 +8,7 @@
 #include "commands/parameter_buffers.h"
 #include "commands/path_selectors.h"
 #include "common/character_tests.h"
+#include "common/plain_word.h"
 #include "common/text.h"
 #include "common/text_split.h"
 
@@ -81,21 +82,21 @@ s_ecItems *takeDeviceName(const CommandLine &line) {
 // ---- pairs
 
 // One parameter that takes a value. `refuse` is asked before the value is kept and answers null to let it in.
-struct Parameter {
+struct Pair {
     const char *name;
     char *buffer;
-    s_ecItems *(*refuse)(const Parameter &parameter, const char *value);
+    s_ecItems *(*refuse)(const Pair &pair, const char *value);
     bool given;
 };
 
 // Reads the pairs of `line`: EC_ok, or the first failure. A name that stands last lacks its value, whatever
 // else may be wrong with it.
-template <size_t N> s_ecItems *readPairs(const CommandLine &line, Parameter (&parameters)[N]) {
+template <size_t N> s_ecItems *readPairs(const CommandLine &line, Pair (&pairs)[N]) {
     for (int i = FIRST_PARAMETER; i < line.count; i += 2) {
         const char *name = wordAt(line, i);
-        Parameter *known = std::find_if(std::begin(parameters), std::end(parameters),
-                                        [name](const Parameter &p) { return isName(name, p.name); });
-        if (known == std::end(parameters)) {
+        Pair *known = std::find_if(std::begin(pairs), std::end(pairs),
+                                   [name](const Pair &pair) { return isName(name, pair.name); });
+        if (known == std::end(pairs)) {
             return withWord(&EC_invalid_param_name, name);
         }
         if (i + 1 >= line.count) {
@@ -112,83 +113,24 @@ template <size_t N> s_ecItems *readPairs(const CommandLine &line, Parameter (&pa
     return &EC_ok;
 }
 
-s_ecItems *refuseNothing(const Parameter & /*parameter*/, const char * /*value*/) {
+s_ecItems *refuseNothing(const Pair & /*pair*/, const char * /*value*/) {
     return nullptr;
 }
 
-s_ecItems *refuseRepeated(const Parameter &parameter, const char * /*value*/) {
-    return parameter.given ? withWord(&EC_param_duped, parameter.name) : nullptr;
+s_ecItems *refuseRepeated(const Pair &pair, const char * /*value*/) {
+    return pair.given ? withWord(&EC_param_duped, pair.name) : nullptr;
 }
 
-s_ecItems *refuseFilled(const Parameter &parameter, const char * /*value*/) {
-    return parameter.buffer[0] != '\0' ? withWord(&EC_param_duped, parameter.name) : nullptr;
+s_ecItems *refuseFilled(const Pair &pair, const char * /*value*/) {
+    return pair.buffer[0] != '\0' ? withWord(&EC_param_duped, pair.name) : nullptr;
 }
 
-s_ecItems *refuseUnknownState(const Parameter & /*parameter*/, const char *value) {
+s_ecItems *refuseUnknownState(const Pair & /*pair*/, const char *value) {
     const bool known =
         std::any_of(std::begin(PATH_STATES), std::end(PATH_STATES), [value](const char *state) {
             return tessaline_strncmp(state, value, VALUE_LENGTH) == 0;
         });
     return known ? nullptr : withWord(&EC_invalid_param_value, value);
-}
-
-// ---- the commands
-
-s_ecItems *checkDelete(const CommandLine &line) {
-    if (line.count < 3) {
-        return &EC_miss_idiskx;
-    }
-    return line.count > 3 ? &EC_parameter_number_error : takeDeviceName(line);
-}
-
-s_ecItems *checkQuery(const CommandLine &line) {
-    if (line.count > 3) {
-        return &EC_parameter_number_error;
-    }
-    return line.count == 3 ? takeDeviceName(line) : &EC_ok;
-}
-
-// Clears the alias, which it does not take, and not the device, which it does: the dispatcher then runs on
-// whatever device is in the buffer, so that one is looked at too.
-s_ecItems *checkDevStats(const CommandLine &line) {
-    clear(gParamAliasVal);
-    clear(gParamIntervalVal);
-    if (line.count > 6) {
-        return &EC_parameter_number_error;
-    }
-    Parameter parameters[] = {{"-path_alias", gParamMpathxVal, refuseRepeated, false},
-                              {"-interval", gParamIntervalVal, refuseRepeated, false}};
-    s_ecItems *result = readPairs(line, parameters);
-    if (isFailure(result)) {
-        return result;
-    }
-    if (!isDigit(gParamIntervalVal)) {
-        return &EC_interval_format_error;
-    }
-    return gParamMpathxVal[0] == '\0' ? &EC_ok : checkDeviceName(gParamMpathxVal);
-}
-
-// A repeated parameter is not told from a fresh one: with a repetition in place of "-device_name" the handler
-// gets an empty path.
-s_ecItems *checkSetState(const CommandLine &line) {
-    if (line.count < 3) {
-        return &EC_miss_device_path_state;
-    }
-    clear(gParamMpathxVal);
-    clear(gParamPathVal);
-    clear(gParamStateVal);
-    Parameter parameters[] = {{"-path_alias", gParamMpathxVal, refuseNothing, false},
-                              {"-device_name", gParamPathVal, refuseNothing, false},
-                              {"-state", gParamStateVal, refuseUnknownState, false}};
-    s_ecItems *result = readPairs(line, parameters);
-    if (isFailure(result)) {
-        return result;
-    }
-    if (line.count > 8) {
-        return &EC_parameter_number_error;
-    }
-    const bool missing = line.count < 8 || gParamStateVal[0] == '\0' || gParamMpathxVal[0] == '\0';
-    return missing ? &EC_miss_device_path_state : &EC_ok;
 }
 
 // Takes the policy that a user typed and stores the kernel's selector for it.
@@ -203,45 +145,6 @@ s_ecItems *takeChooser(const char *value) {
     }
     keep(gParamChooserVal, selector);
     return &EC_ok;
-}
-
-s_ecItems *checkSetPathPolicy(const CommandLine &line) {
-    if (line.count < 3) {
-        return &EC_miss_group_chooser;
-    }
-    clear(gParamGroupVal);
-    clear(gParamChooserVal);
-    gParamHostInterfaceType = HOST_INTERFACE_SCSI;
-    for (int i = FIRST_PARAMETER; i < line.count; ++i) {
-        const bool scsi = isName(wordAt(line, i), "-scsi");
-        if (scsi || isName(wordAt(line, i), "-nvme")) {
-            gParamHostInterfaceType = scsi ? HOST_INTERFACE_SCSI : HOST_INTERFACE_NVME;
-            ++i;
-            if (line.count < 4) {
-                return &EC_miss_group_chooser;
-            }
-            if (i >= line.count) {
-                return scsi ? &EC_need_fisrt_set_scsi : &EC_need_fisrt_set_nvme;
-            }
-        }
-        const char *name = wordAt(line, i);
-        if (!isName(name, "-chooser")) {
-            return withWord(&EC_invalid_param_name, name);
-        }
-        ++i;
-        if (i >= line.count) {
-            return withWord(&EC_miss_param_val, name);
-        }
-        s_ecItems *result = takeChooser(wordAt(line, i));
-        if (isFailure(result)) {
-            return result;
-        }
-    }
-    return line.count >= 8 ? &EC_parameter_number_error : &EC_ok;
-}
-
-s_ecItems *checkNoParams(const CommandLine &line) {
-    return line.count >= 3 ? withWord(&EC_invalid_param, wordAt(line, FIRST_PARAMETER)) : &EC_ok;
 }
 
 // ---- aliases
@@ -277,38 +180,118 @@ s_ecItems *checkAlias(const char *alias, const char *wwid) {
     return regMatch(RESERVED_ALIAS_PATTERN, alias) == 1 ? &EC_set_idisk_error : &EC_ok;
 }
 
-// ---- which rules a command follows
-
-struct CommandRules {
-    const char *name;
-    s_ecItems *(*check)(const CommandLine &line);
-};
-
-constexpr CommandRules COMMAND_RULES[] = {
-    {"delete", checkDelete},
-    {"query", checkQuery},
-    {"devstats", checkDevStats},
-    {"setstate", checkSetState},
-    {"setpathpolicy", checkSetPathPolicy},
-};
-
 } // namespace
 
-s_ecItems *checkCliParams(int argc, const char *const *argv) {
+const char *dravik::pathStateAt(int index) {
+    return index < static_cast<int>(std::size(PATH_STATES)) ? PATH_STATES[index] : nullptr;
+}
+
+const char *dravik::selectorAt(int index) {
+    return gChooserDisplayVals[index][0] != '\0' ? gChooserDisplayVals[index] : nullptr;
+}
+
+// ---- the checks of the commands
+
+s_ecItems *dravik::checkDeleteParams(int argc, const char *const *argv) {
     const CommandLine line = {argc, argv};
-    const char *command = wordAt(line, 1);
-    if (isName(command, "delalias")) {
-        return checkDelAliasParams(argc, argv);
+    if (line.count < 3) {
+        return &EC_miss_idiskx;
     }
-    if (isName(command, "setalias")) {
-        return checkSetAliasParams(argc, argv);
+    return line.count > 3 ? &EC_parameter_number_error : takeDeviceName(line);
+}
+
+s_ecItems *dravik::checkQueryParams(int argc, const char *const *argv) {
+    const CommandLine line = {argc, argv};
+    if (line.count > 3) {
+        return &EC_parameter_number_error;
     }
-    for (const CommandRules &rules : COMMAND_RULES) {
-        if (isName(command, rules.name)) {
-            return rules.check(line);
+    return line.count == 3 ? takeDeviceName(line) : &EC_ok;
+}
+
+// Clears the alias, which it does not take, and not the device, which it does: the dispatcher then runs on
+// whatever device is in the buffer, so that one is looked at too.
+s_ecItems *dravik::checkDevStatsParams(int argc, const char *const *argv) {
+    const CommandLine line = {argc, argv};
+    clear(gParamAliasVal);
+    clear(gParamIntervalVal);
+    if (line.count > 6) {
+        return &EC_parameter_number_error;
+    }
+    Pair pairs[] = {{dravik::PATH_ALIAS.name, gParamMpathxVal, refuseRepeated, false},
+                    {dravik::INTERVAL.name, gParamIntervalVal, refuseRepeated, false}};
+    s_ecItems *result = readPairs(line, pairs);
+    if (isFailure(result)) {
+        return result;
+    }
+    if (!isDigit(gParamIntervalVal)) {
+        return &EC_interval_format_error;
+    }
+    return gParamMpathxVal[0] == '\0' ? &EC_ok : checkDeviceName(gParamMpathxVal);
+}
+
+// A repeated parameter is not told from a fresh one: with a repetition in place of "-device_name" the handler
+// gets an empty path.
+s_ecItems *dravik::checkSetStateParams(int argc, const char *const *argv) {
+    const CommandLine line = {argc, argv};
+    if (line.count < 3) {
+        return &EC_miss_device_path_state;
+    }
+    clear(gParamMpathxVal);
+    clear(gParamPathVal);
+    clear(gParamStateVal);
+    Pair pairs[] = {{dravik::PATH_ALIAS.name, gParamMpathxVal, refuseNothing, false},
+                    {dravik::DEVICE_NAME.name, gParamPathVal, refuseNothing, false},
+                    {dravik::STATE.name, gParamStateVal, refuseUnknownState, false}};
+    s_ecItems *result = readPairs(line, pairs);
+    if (isFailure(result)) {
+        return result;
+    }
+    if (line.count > 8) {
+        return &EC_parameter_number_error;
+    }
+    const bool missing = line.count < 8 || gParamStateVal[0] == '\0' || gParamMpathxVal[0] == '\0';
+    return missing ? &EC_miss_device_path_state : &EC_ok;
+}
+
+s_ecItems *dravik::checkSetPathPolicyParams(int argc, const char *const *argv) {
+    const CommandLine line = {argc, argv};
+    if (line.count < 3) {
+        return &EC_miss_group_chooser;
+    }
+    clear(gParamGroupVal);
+    clear(gParamChooserVal);
+    gParamHostInterfaceType = HOST_INTERFACE_SCSI;
+    for (int i = FIRST_PARAMETER; i < line.count; ++i) {
+        const bool scsi = isName(wordAt(line, i), dravik::SCSI.name);
+        if (scsi || isName(wordAt(line, i), dravik::NVME.name)) {
+            gParamHostInterfaceType = scsi ? HOST_INTERFACE_SCSI : HOST_INTERFACE_NVME;
+            ++i;
+            if (line.count < 4) {
+                return &EC_miss_group_chooser;
+            }
+            if (i >= line.count) {
+                return scsi ? &EC_need_fisrt_set_scsi : &EC_need_fisrt_set_nvme;
+            }
+        }
+        const char *name = wordAt(line, i);
+        if (!isName(name, dravik::CHOOSER.name)) {
+            return withWord(&EC_invalid_param_name, name);
+        }
+        ++i;
+        if (i >= line.count) {
+            return withWord(&EC_miss_param_val, name);
+        }
+        s_ecItems *result = takeChooser(wordAt(line, i));
+        if (isFailure(result)) {
+            return result;
         }
     }
-    return checkNoParams(line);
+    return line.count >= 8 ? &EC_parameter_number_error : &EC_ok;
+}
+
+s_ecItems *dravik::checkNoParams(int argc, const char *const *argv) {
+    const CommandLine line = {argc, argv};
+    return line.count >= 3 ? withWord(&EC_invalid_param, wordAt(line, FIRST_PARAMETER)) : &EC_ok;
 }
 
 s_ecItems *checkSetAliasParams(int argc, const char *const *argv) {
@@ -318,9 +301,9 @@ s_ecItems *checkSetAliasParams(int argc, const char *const *argv) {
     }
     clear(gParamAliasVal);
     clear(gParamWwidVal);
-    Parameter parameters[] = {{"-wwid", gParamWwidVal, refuseFilled, false},
-                              {"-alias", gParamAliasVal, refuseFilled, false}};
-    s_ecItems *result = readPairs(line, parameters);
+    Pair pairs[] = {{dravik::WWID.name, gParamWwidVal, refuseFilled, false},
+                    {dravik::ALIAS.name, gParamAliasVal, refuseFilled, false}};
+    s_ecItems *result = readPairs(line, pairs);
     if (isFailure(result)) {
         return result;
     }
@@ -344,12 +327,34 @@ s_ecItems *checkDelAliasParams(int argc, const char *const *argv) {
     }
     clear(gParamWwidVal);
     const char *name = wordAt(line, FIRST_PARAMETER);
-    if (!isName(name, "-wwid")) {
+    if (!isName(name, dravik::WWID.name)) {
         return withWord(&EC_invalid_param_name, name);
     }
     if (line.count < 4) {
-        return withWord(&EC_miss_param_val, "-wwid");
+        return withWord(&EC_miss_param_val, dravik::WWID.name);
     }
     keep(gParamWwidVal, wordAt(line, FIRST_PARAMETER + 1));
     return line.count > 4 ? &EC_parameter_number_error : &EC_ok;
+}
+
+// ---- last checks
+
+s_ecItems *dravik::checkWwidForShell() {
+    return isPlainWwid(gParamWwidVal) ? &EC_ok : &EC_wwid_format_error;
+}
+
+s_ecItems *dravik::checkInterval() {
+    if (gParamIntervalVal[0] == '\0') {
+        return &EC_miss_interval;
+    }
+    const unsigned long long seconds = intervalSeconds();
+    return seconds == 0 || seconds > MAX_STAT_INTERVAL ? &EC_interval_format_error : &EC_ok;
+}
+
+unsigned long long dravik::intervalSeconds() {
+    unsigned long long seconds = 0;
+    for (const char *digit = gParamIntervalVal; *digit >= '0' && *digit <= '9'; ++digit) {
+        seconds = std::min(seconds * 10 + static_cast<unsigned int>(*digit - '0'), MAX_STAT_INTERVAL + 1ULL);
+    }
+    return seconds;
 }

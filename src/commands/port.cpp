@@ -10,11 +10,12 @@
 #include "host/task.h"
 #include "host/tool_names.h"
 
+using dravik::operator""_sh;
+
 s_ecItems *lsport() {
-    char command[TASK_COMMAND_SIZE] = "";
-    snprintf(command, sizeof(command), "%s %s", CMD_sh, SH_fcport);
-    const TaskOutput output;
-    s_ecItems *result = exeLiunxInfoCmd(command, output.pages, TASK_OUTPUT_SIZE);
+    const dravik::ShellCommand command(CMD_sh, " "_sh, SH_fcport);
+    const CommandOutput output;
+    s_ecItems *result = runForOutput(__func__, command, output.pages, TASK_OUTPUT_SIZE);
     if (isFailure(result)) {
         return result;
     }

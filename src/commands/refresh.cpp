@@ -1,14 +1,12 @@
-// Discovering volumes, reviving and clearing paths, and the product's identification.
+// Clearing out dead paths and dead maps.
 #include "commands/refresh.h"
 
-#include <cstdio>
 #include <unistd.h>
 
-#include "commands/delete.h"
-#include "common/log.h"
+#include "commands/aggregation.h"
+#include "commands/device_removal.h"
+#include "commands/scan.h"
 #include "common/text.h"
-#include "host/task.h"
-#include "host/tool_names.h"
 #include "topology/topology_query.h"
 
 namespace {
@@ -39,18 +37,6 @@ s_ecItems *clearDevice(const s_dravik *device) {
 
 } // namespace
 
-s_ecItems *scan() {
-    runScript(CMD_G2SCAN_FILE);
-    return runScript(CMD_CONNECT_NVME_FILE);
-}
-
-s_ecItems *aggregation() {
-    runScript(SH_run_all_offline_path);
-    char command[TASK_COMMAND_SIZE] = "";
-    snprintf(command, sizeof(command), "%s -r", CMD_velomux);
-    return exeLiunxTaskCmd(command);
-}
-
 s_ecItems *refresh() {
     const DravikList devices(mallocDravik(), freeDravik);
     s_ecItems *result = devices == nullptr ? &EC_molloc_failed : queryDravikInfo(devices.get());
@@ -70,14 +56,4 @@ s_ecItems *refresh() {
     }
     sleep(SETTLE_SECONDS);
     return aggregation();
-}
-
-s_ecItems *version() {
-    print__();
-    puts("Software name: Dravik");
-    puts("Vendor: Korvel");
-    printf("Version: %s\n", DRAVIK_VERSION);
-    puts("Copyright (c) Korvel. All rights reserved.");
-    print__();
-    return &EC_info_ok;
 }

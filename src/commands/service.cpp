@@ -1,26 +1,16 @@
-// The daemon through the host's service tools.
+// The daemon's state and its service tools.
 #include "commands/service.h"
 
-#include <cstdio>
-
-#include "commands/conf_file.h"
-#include "common/log.h"
 #include "common/text.h"
 #include "host/command_output.h"
 #include "host/host_os.h"
 #include "host/task.h"
 #include "host/tool_names.h"
 
-namespace {
+using dravik::ShellCommand;
+using dravik::operator""_sh;
 
-// True on a SysV host; on any other, systemctl is about to be used and the unit link is seen to first.
-bool prepareServiceTool() {
-    if (isSysVHost()) {
-        return true;
-    }
-    checkAndCreatSoftlink();
-    return false;
-}
+namespace {
 
 // The `number`th line of `text` (cut in place) that is not empty, counted from 1; null when there are fewer.
 const char *nonEmptyLine(char *text, int number) {
@@ -48,29 +38,33 @@ bool systemdSaysRunning(char *text) {
 } // namespace
 
 void checkAndCreatSoftlink() {
-    runScript(SH_softlink);
+    dravik::runScript(__func__, SH_softlink);
 }
 
 void checkAndCreatlvmlibs() {
-    runScript(SH_lvmlibs);
+    dravik::runScript(__func__, SH_lvmlibs);
 }
 
 void checkAndStartdravikd() {
-    runScript(SH_dravikd);
+    dravik::runScript(__func__, SH_dravikd);
+}
+
+bool dravik::prepareServiceTool() {
+    if (isSysVHost()) {
+        return true;
+    }
+    checkAndCreatSoftlink();
+    return false;
 }
 
 s_ecItems *getStatus(bool *running) {
-    const bool sysv = prepareServiceTool();
-    char command[TASK_COMMAND_SIZE] = "";
-    if (sysv) {
-        snprintf(command, sizeof(command), "%s dravikd status", CMD_service);
-    } else {
-        snprintf(command, sizeof(command), "%s status dravikd.service", CMD_systemctl);
-    }
+    const bool sysv = dravik::prepareServiceTool();
+    const ShellCommand command = sysv ? ShellCommand(CMD_service, " dravikd status"_sh)
+                                      : ShellCommand(CMD_systemctl, " status dravikd.service"_sh);
     *running = false;
-    const TaskOutput output;
+    const CommandOutput output;
     // Both tools answer for a stopped daemon with an exit status of its own: the text alone decides.
-    exeLiunxInfoCmd(command, output.pages, TASK_OUTPUT_SIZE);
+    runForOutput(__func__, command, output.pages, TASK_OUTPUT_SIZE);
     if (output.pages != nullptr) {
         *running = sysv ? sysvSaysRunning(output.pages) : systemdSaysRunning(output.pages);
     }
@@ -78,59 +72,7 @@ s_ecItems *getStatus(bool *running) {
 }
 
 s_ecItems *chMultipathdService(const char *action) {
-    char command[TASK_COMMAND_SIZE] = "";
-    if (prepareServiceTool()) {
-        snprintf(command, sizeof(command), "%s dravikd %s", CMD_service, action);
-    } else {
-        snprintf(command, sizeof(command), "%s %s dravikd.service", CMD_systemctl, action);
-    }
-    return exeLiunxTaskCmd(command);
-}
-
-s_ecItems *status() {
-    bool running = false;
-    s_ecItems *result = getStatus(&running);
-    if (isFailure(result)) {
-        return result;
-    }
-    print__();
-    printf("Service status: %s\n", running ? "active" : "inactive");
-    print__();
-    return result;
-}
-
-s_ecItems *restart() {
-    bool running = false;
-    s_ecItems *result = getStatus(&running);
-    if (!isFailure(result)) {
-        result = chMultipathdService(running ? "reload" : "start");
-    }
-    if (isFailure(result)) {
-        rollBackConfFile();
-    }
-    return result;
-}
-
-// dravikd         0:off   1:off   2:on    3:on    4:on    5:on    6:off
-// enabled
-s_ecItems *lsselfstart() {
-    const bool sysv = prepareServiceTool();
-    char command[TASK_COMMAND_SIZE] = "";
-    if (sysv) {
-        snprintf(command, sizeof(command), "chkconfig dravikd --list");
-    } else {
-        snprintf(command, sizeof(command), "%s is-enabled dravikd.service", CMD_systemctl);
-    }
-    const TaskOutput output;
-    s_ecItems *result = exeLiunxInfoCmd(command, output.pages, TASK_OUTPUT_SIZE);
-    if (isFailure(result)) {
-        return result;
-    }
-    const char *text = output.pages;
-    const bool on = sysv ? find_str(text, "5:on") != nullptr || find_str(text, "3:on") != nullptr
-                         : find_str(text, "enabled") != nullptr;
-    print__();
-    printf("Self-starting status: %s\n", on ? "on" : "off");
-    print__();
-    return result;
+    const bool sysv = dravik::prepareServiceTool();
+    return runTask(__func__, sysv ? ShellCommand(CMD_service, " dravikd "_sh, action)
+                                  : ShellCommand(CMD_systemctl, " "_sh, action, " dravikd.service"_sh));
 }

@@ -1,12 +1,9 @@
-// Setting and showing the path policies of the arrays.
+// Setting the path policies of the arrays.
 #include "commands/setpathpolicy.h"
 
-#include <cstdio>
-#include <cstring>
-
-#include "commands/conf_file.h"
+#include "commands/conf_backup.h"
 #include "commands/parameter_buffers.h"
-#include "commands/path_selectors.h"
+#include "commands/policy_scripts.h"
 #include "commands/service.h"
 #include "common/log.h"
 #include "common/os_name.h"
@@ -15,11 +12,15 @@
 #include "host/task.h"
 #include "host/tool_names.h"
 
+using dravik::PolicyText;
+using dravik::ShellCommand;
+using dravik::operator""_sh;
+
 namespace {
 
 // One policy script: its command line, what it printed, what became of it.
 struct PolicyScript {
-    char command[TASK_COMMAND_SIZE];
+    ShellCommand command;
     char output[1024];
     s_ecItems *result;
 };
@@ -31,21 +32,22 @@ bool isNvmeRequest() {
     return gParamHostInterfaceType == HOST_INTERFACE_NVME;
 }
 
-void formatScript(PolicyScript *script, const char *file, const char *group, const char *chooser) {
-    snprintf(script->command, sizeof(script->command), "%s %s set %s \"%s\"", CMD_sh, file, group, chooser);
+ShellCommand setCommand(const char *file, const char *group, const char *chooser) {
+    return ShellCommand(CMD_sh, " "_sh, file, " set "_sh, PolicyText{group}, " \""_sh, PolicyText{chooser},
+                        "\""_sh);
 }
 
 // The arrays of the other makers are never set to service-time. For NVMe their lines stay empty; an empty
 // command succeeds, and with it a failing script of the maker's goes unreported.
-void formatScripts(PolicyScript *scripts, const char *group, const char *chooser) {
+void prepareScripts(PolicyScript *scripts, const char *group, const char *chooser) {
     if (isNvmeRequest()) {
-        formatScript(&scripts[0], CMD_NVME_POLICY_FILE, group, chooser);
+        scripts[0].command = setCommand(CMD_NVME_POLICY_FILE, group, chooser);
         return;
     }
     const char *others = find_str(chooser, "service-time") != nullptr ? "round-robin" : chooser;
-    formatScript(&scripts[0], CMD_POLICY_FILE, group, chooser);
-    formatScript(&scripts[1], CMD_HW_POLICY_FILE, group, others);
-    formatScript(&scripts[2], CMD_RL_POLICY_FILE, group, others);
+    scripts[0].command = setCommand(CMD_POLICY_FILE, group, chooser);
+    scripts[1].command = setCommand(CMD_HW_POLICY_FILE, group, others);
+    scripts[2].command = setCommand(CMD_RL_POLICY_FILE, group, others);
 }
 
 // Runs all scripts. Null when at least one succeeded, else the failure that the user is told.
@@ -54,7 +56,8 @@ s_ecItems *runScripts(PolicyScript *scripts) {
     bool not_configured = false;
     for (int i = 0; i < SCRIPTS; ++i) {
         PolicyScript *script = &scripts[i];
-        script->result = exeLiunxInfoCmd(script->command, script->output, sizeof(script->output));
+        script->result =
+            runForOutput("setpathpolicy", script->command, script->output, sizeof(script->output));
         all_failed = all_failed && isFailure(script->result);
         not_configured = not_configured || find_str(script->output, "No configuration") != nullptr;
     }
@@ -75,8 +78,7 @@ void logChange(const char *format, const char *before, const char *now) {
     }
 }
 
-// Backup taken: changes the policies and makes the running daemon read them. Any failure is left to the
-// caller to roll back.
+// Changes the policies and makes the running daemon read them. Any failure is the caller's to roll back.
 s_ecItems *changePolicy() {
     char group[POLICY_SIZE] = "";
     char chooser[POLICY_SIZE] = "";
@@ -86,7 +88,7 @@ s_ecItems *changePolicy() {
         return result;
     }
     PolicyScript scripts[SCRIPTS] = {};
-    formatScripts(scripts, groupToApply(group), chooserToApply(chooser));
+    prepareScripts(scripts, groupToApply(group), chooserToApply(chooser));
     result = runScripts(scripts);
     if (isFailure(result)) {
         return result;
@@ -102,12 +104,6 @@ s_ecItems *changePolicy() {
     return chMultipathdService("reload");
 }
 
-// The name under which the product shows the selector `chooser`, or the selector itself.
-const char *displayedChooser(const char *chooser) {
-    const char *shown = dravik::findPathSelector(dravik::SelectorName::STORED, chooser).shown;
-    return shown[0] != '\0' ? shown : chooser;
-}
-
 } // namespace
 
 s_ecItems *setpathpolicy() {
@@ -116,40 +112,5 @@ s_ecItems *setpathpolicy() {
         DRAVIK_LOG(LOG_ERROR, "This OS %s is not support NVMe over Fabric.\n", os_name);
         return &EC_os_not_support_fcnvme;
     }
-    s_ecItems *result = backupConfFile();
-    if (isFailure(result)) {
-        return result;
-    }
-    result = changePolicy();
-    if (isFailure(result)) {
-        rollBackConfFile();
-    }
-    return result;
-}
-
-s_ecItems *lspathpolicy() {
-    char group[POLICY_SIZE] = "";
-    char chooser[POLICY_SIZE] = "";
-    s_ecItems *result = getConf(group, sizeof(group), chooser, sizeof(chooser));
-    if (isFailure(result)) {
-        return result;
-    }
-    print__();
-    puts("SCSI DISK: ");
-    printf("chooser_type: %s\n", displayedChooser(chooser));
-    if (isNvmeCapableOs(get_os_name())) {
-        group[0] = '\0';
-        chooser[0] = '\0';
-        result = getNVMeConf(group, sizeof(group), chooser, sizeof(chooser));
-        if (isFailure(result)) {
-            return result;
-        }
-        // Both as the script has them: only the SCSI selector is shown under the product's name.
-        puts("");
-        puts("NVMe DISK: ");
-        printf("group_policy: %s\n", group);
-        printf("chooser_type: %s\n", chooser);
-    }
-    print__();
-    return &EC_info_ok;
+    return dravik::changeConfFile(changePolicy);
 }

@@ -1,10 +1,10 @@
-// The commands that set and show how I/O is spread over the paths: the path grouping policy and the path
-// selector ("chooser") in the device blocks of the multipath configuration.
+// The command `setpathpolicy`: how I/O is spread over the paths, by the path grouping policy and the path selector
+// ("chooser") in the device blocks of the multipath configuration.
 #pragma once
 
 #include "common/result.h"
 
-// `setpathpolicy`: applies gParamGroupVal and gParamChooserVal to the SCSI or, for gParamHostInterfaceType 1,
+// Applies gParamGroupVal and gParamChooserVal to the SCSI or, for gParamHostInterfaceType 1,
 // the NVMe arrays, and reloads a running daemon. Every failure after the backup restores the configuration.
 //   EC_info_ok, EC_ok        done; up to two failing policy scripts are ignored
 //   EC_os_not_support_fcnvme NVMe on a distribution without it; logged at level 0 as "This OS %s is not
@@ -13,7 +13,3 @@
 //   EC_exe_cmd_failed        a step could not be run, or all scripts failed otherwise
 // A changed group policy or selector is a line of the change log.
 s_ecItems *setpathpolicy();
-
-// `lspathpolicy`: prints the policies in force between two separators. EC_info_ok; EC_exe_cmd_failed when the
-// SCSI query failed, nothing printed, or the NVMe query failed, the output then ending after the SCSI part.
-s_ecItems *lspathpolicy();

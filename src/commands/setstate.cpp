@@ -12,6 +12,9 @@
 #include "host/tool_names.h"
 #include "topology/topology_query.h"
 
+using dravik::ShellCommand;
+using dravik::operator""_sh;
+
 namespace {
 
 constexpr size_t STATE_LENGTH = 64; // characters over which states are compared
@@ -51,14 +54,13 @@ s_ecItems *findPath(const char *alias, const char *path, char (*dev_name)[sizeof
 
 // Sends the change of one path to the daemon and records it.
 s_ecItems *sendChange(const char *operation, const PathChange &change, const char *path) {
-    char command[TASK_COMMAND_SIZE] = "";
-    snprintf(command, sizeof(command), "dravikd %s path %s", change.verb, path);
-    const TaskOutput output;
-    if (!mayRunWith(operation, path, command)) {
+    const ShellCommand command("dravikd "_sh, change.verb, " path "_sh, path);
+    const CommandOutput output;
+    if (isRefused(operation, command)) {
         return &EC_exe_cmd_failed;
     }
-    if (isFailure(exeLiunxInfoCmd(command, output.pages, TASK_OUTPUT_SIZE))) {
-        DRAVIK_LOG_AS(operation, LOG_ERROR, "Execute command [%s] failed\n", command);
+    if (isFailure(runForOutput(operation, command, output.pages, TASK_OUTPUT_SIZE))) {
+        DRAVIK_LOG_AS(operation, LOG_ERROR, "Execute command [%s] failed\n", command.line());
         return &EC_exe_cmd_failed;
     }
     if (find_str(output.pages, "fail") != nullptr) {
@@ -66,9 +68,8 @@ s_ecItems *sendChange(const char *operation, const PathChange &change, const cha
         initEcItems1(change.refusal, path);
         return change.refusal;
     }
-    snprintf(command, sizeof(command), "%s %s %s %s", CMD_sh, SH_path_state_record, change.record_action,
-             path);
-    exeLiunxTaskCmd(command);
+    runTask(operation,
+            ShellCommand(CMD_sh, " "_sh, SH_path_state_record, " "_sh, change.record_action, " "_sh, path));
     return &EC_ok;
 }
 
@@ -83,13 +84,9 @@ s_ecItems *changeState(const char *operation, const PathChange &change, const ch
 }
 
 s_ecItems *checkState(const char *operation, const char *path, const char *state, unsigned int *flag) {
-    char command[TASK_COMMAND_SIZE] = "";
-    snprintf(command, sizeof(command), "cat /sys/block/%s/device/state", path);
-    if (!mayRunWith(operation, path, command)) {
-        return &EC_exe_cmd_failed;
-    }
-    const TaskOutput output;
-    s_ecItems *result = exeLiunxInfoCmd(command, output.pages, TASK_OUTPUT_SIZE);
+    const ShellCommand command("cat /sys/block/"_sh, path, "/device/state"_sh);
+    const CommandOutput output;
+    s_ecItems *result = runForOutput(operation, command, output.pages, TASK_OUTPUT_SIZE);
     if (!isFailure(result) && find_str(output.pages, state) != nullptr) {
         *flag = 1;
     }

@@ -1,32 +1,18 @@
 // Running command lines as tasks with a result record.
 #include "host/task.h"
 
-#include <cerrno>
-#include <csignal>
 #include <cstdio>
-#include <ctime>
-#include <sys/time.h>
 
 #include "common/capture.h"
 #include "common/log.h"
-#include "common/plain_word.h"
 #include "host/command_output.h"
 #include "host/tool_names.h"
 
-sigjmp_buf invoke_env;
-volatile int invoke_count = 0;
-
 namespace {
 
-constexpr time_t TIME_OUT_SECONDS = 5;
-constexpr int STATUS_TIMED_OUT = -9;
-
 // Runs `command` with the filter for `operation`. The exit status, or a negative result, which is logged.
-int run(const char *operation, const char *command, TaskOutput *output) {
-    int grown = 0;
-    const int result = output->pages == nullptr
-                           ? EXE_NO_MEMORY
-                           : exe_cmd(command, output->pages, TaskOutput::size, &output->text, &grown);
+int run(const char *operation, const char *command, CommandOutput *output) {
+    const int result = output->fill(exe_cmd, command);
     if (result < 0 || output->text == nullptr) {
         DRAVIK_LOG_AS(operation, LOG_ERROR, "Execute command [%s] failed\n", command);
         return result < 0 ? result : EXE_NO_MEMORY;
@@ -34,75 +20,20 @@ int run(const char *operation, const char *command, TaskOutput *output) {
     return result;
 }
 
-void copyOutput(const TaskOutput *output, char *out, unsigned int size) {
-    if (out != nullptr && size > 0) {
-        snprintf(out, size, "%s", output->text);
-    }
-}
-
-// Holds SIGALRM back for as long as it lives, except where the capture layer waits; before it lets go, an
-// expiry that came in between is taken out of the way of the handler that is back in place by then.
-class AlarmHeld {
-  public:
-    AlarmHeld() {
-        sigemptyset(&alarm_only);
-        sigaddset(&alarm_only, SIGALRM);
-        sigprocmask(SIG_BLOCK, &alarm_only, &before);
-    }
-    ~AlarmHeld() {
-        if (sigismember(&before, SIGALRM) == 0) {
-            const timespec at_once = {0, 0};
-            while (sigtimedwait(&alarm_only, nullptr, &at_once) == SIGALRM) {
-            }
-        }
-        sigprocmask(SIG_SETMASK, &before, nullptr);
-    }
-    AlarmHeld(const AlarmHeld &) = delete;
-    AlarmHeld &operator=(const AlarmHeld &) = delete;
-
-  private:
-    sigset_t alarm_only;
-    sigset_t before;
-};
-
-// Runs `command` under the timer, whose handler is installed. Owns nothing: the handler's jump comes back
-// here from inside the capture layer's waits. `*flag` is what the capture layer left in the growth flag.
-int runTimed(const char *command, TaskOutput *output, volatile int *flag) {
-    if (sigsetjmp(invoke_env, 1) != 0 && invoke_count >= 1) {
-        return STATUS_TIMED_OUT;
-    }
-    const itimerval five_seconds = {{TIME_OUT_SECONDS, 0}, {TIME_OUT_SECONDS, 0}};
-    itimerval before = {};
-    if (setitimer(ITIMER_REAL, &five_seconds, &before) != 0) {
-        return errno;
-    }
-    int grown = 0;
-    const int status = exe_cmd_nonblocking(command, output->pages, TaskOutput::size, &output->text, &grown);
-    *flag = grown;
-    setitimer(ITIMER_REAL, &before, nullptr);
-    return status;
-}
-
 } // namespace
 
 s_ecItems *exeLiunxTaskCmd(const char *command) {
-    TaskOutput output;
+    CommandOutput output;
     return run(__func__, command, &output) < 0 ? &EC_exe_cmd_failed : &EC_ok;
 }
 
-s_ecItems *runScript(const char *script) {
-    char command[TASK_COMMAND_SIZE] = "";
-    snprintf(command, sizeof(command), "%s %s", CMD_sh, script);
-    return exeLiunxTaskCmd(command);
-}
-
 s_ecItems *exeLiunxInfoCmd(const char *command, char *out, unsigned int size) {
-    TaskOutput output;
+    CommandOutput output;
     const int exit_status = run(__func__, command, &output);
     if (exit_status < 0) {
         return &EC_exe_cmd_failed;
     }
-    copyOutput(&output, out, size);
+    output.copyTo(out, size);
     if (exit_status != 0) {
         DRAVIK_LOG(LOG_ERROR, "Command [%s] failed, exitcode:[%d]\n", command, exit_status);
         return &EC_exe_cmd_failed;
@@ -110,55 +41,25 @@ s_ecItems *exeLiunxInfoCmd(const char *command, char *out, unsigned int size) {
     return &EC_info_ok;
 }
 
-s_ecItems *exeLiunxInfoCmd_nonblocking(const char *command, char *out, unsigned int size) {
-    TaskOutput output;
-    volatile int flag = 0;
-    int status = 0;
-    invoke_count = 0;
-    {
-        const AlarmHeld held;
-        const signal_handler before = my_signal(SIGALRM, timeout_signal_handler);
-        if (before == SIG_ERR) { // NOLINT(performance-no-int-to-ptr): the C library's own constant
-            status = errno;
-        } else {
-            status = output.pages == nullptr ? EXE_NO_MEMORY : runTimed(command, &output, &flag);
-            my_signal(SIGALRM, before);
-        }
+namespace dravik {
+
+bool isRefused(const char *operation, const ShellCommand &command) {
+    if (!command.isPlain()) {
+        DRAVIK_LOG_AS(operation, LOG_ERROR, "Execute command [%s] failed\n", command.line());
     }
-    if (status == STATUS_TIMED_OUT) {
-        DRAVIK_LOG(LOG_ERROR, "Execute command [%s] timeout\n", command);
-        return &EC_exe_cmd_timeout;
-    }
-    // What a command printed before it failed is copied too.
-    const bool nothing = output.text == nullptr;
-    if (!nothing) {
-        copyOutput(&output, out, size);
-    }
-    if (flag < 0 || nothing) {
-        DRAVIK_LOG(LOG_ERROR, "Execute command [%s] failed\n", command);
-        return &EC_exe_cmd_failed;
-    }
-    return &EC_info_ok;
+    return !command.isPlain();
 }
 
-bool mayRunWith(const char *operation, const char *word, const char *command) {
-    const bool may_run = isPlainWord(word);
-    if (!may_run) {
-        DRAVIK_LOG_AS(operation, LOG_ERROR, "Execute command [%s] failed\n", command);
-    }
-    return may_run;
+s_ecItems *runTask(const char *operation, const ShellCommand &command) {
+    return isRefused(operation, command) ? &EC_exe_cmd_failed : exeLiunxTaskCmd(command.line());
 }
 
-signal_handler my_signal(int signal_number, signal_handler handler) {
-    struct sigaction action = {};
-    struct sigaction before = {};
-    action.sa_handler = handler;
-    sigemptyset(&action.sa_mask);
-    action.sa_flags = signal_number == SIGALRM ? SA_INTERRUPT : SA_RESTART;
-    return sigaction(signal_number, &action, &before) == 0 ? before.sa_handler : SIG_ERR;
+s_ecItems *runForOutput(const char *operation, const ShellCommand &command, char *out, unsigned int size) {
+    return isRefused(operation, command) ? &EC_exe_cmd_failed : exeLiunxInfoCmd(command.line(), out, size);
 }
 
-void timeout_signal_handler(int /*signal_number*/) {
-    invoke_count = invoke_count + 1;
-    siglongjmp(invoke_env, 1);
+s_ecItems *runScript(const char *operation, const char *script) {
+    return runTask(operation, ShellCommand(CMD_sh, " "_sh, script));
 }
+
+} // namespace dravik

@@ -10,6 +10,9 @@
 #include "common/text_split.h"
 #include "host/task.h"
 
+using dravik::ShellCommand;
+using dravik::operator""_sh;
+
 namespace {
 
 constexpr unsigned int OUTPUT_SIZE = 1024;
@@ -68,10 +71,10 @@ void setRdmaNvmePort(const PathPort *port, char *address) {
 }
 
 s_ecItems *resolveNvme(const char *device_name, const PathPort *port) {
-    char command[TASK_COMMAND_SIZE] = "";
     char transport[OUTPUT_SIZE] = "";
-    snprintf(command, sizeof(command), "cat /sys/block/%s/device/transport", device_name);
-    s_ecItems *record = exeLiunxInfoCmd(command, transport, sizeof(transport));
+    s_ecItems *record =
+        runForOutput("getTargetPort", ShellCommand("cat /sys/block/"_sh, device_name, "/device/transport"_sh),
+                     transport, sizeof(transport));
     if (isFailure(record)) {
         return record;
     }
@@ -82,9 +85,10 @@ s_ecItems *resolveNvme(const char *device_name, const PathPort *port) {
     }
     setInterface(port, fc ? "fc-nvme" : "rdma-nvme");
     char address[OUTPUT_SIZE] = "";
-    snprintf(command, sizeof(command), "cat /sys/block/%s/device/address | awk -F \",\" '{print $1}'",
-             device_name);
-    record = exeLiunxInfoCmd(command, address, sizeof(address));
+    record = runForOutput(
+        "getTargetPort",
+        ShellCommand("cat /sys/block/"_sh, device_name, "/device/address | awk -F \",\" '{print $1}'"_sh),
+        address, sizeof(address));
     if (!isFailure(record) && find_str(address, "traddr=") != nullptr) {
         if (fc) {
             setFcNvmePort(port, address);
@@ -118,11 +122,11 @@ void setFcPort(const PathPort *port, char *links) {
 }
 
 s_ecItems *resolveScsi(const char *device_name, const PathPort *port) {
-    char command[TASK_COMMAND_SIZE] = "";
     char links[OUTPUT_SIZE] = "";
-    snprintf(command, sizeof(command), "ls -l /dev/disk/by-path/ | grep '%s$' | awk -F\" \" '{print $9}'",
-             device_name);
-    s_ecItems *record = exeLiunxInfoCmd(command, links, sizeof(links));
+    s_ecItems *record = runForOutput(
+        "getTargetPort",
+        ShellCommand("ls -l /dev/disk/by-path/ | grep '"_sh, device_name, "$' | awk -F\" \" '{print $9}'"_sh),
+        links, sizeof(links));
     if (isFailure(record)) {
         return record;
     }

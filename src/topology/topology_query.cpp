@@ -1,8 +1,6 @@
 // The topology queries.
 #include "topology/topology_query.h"
 
-#include <cstdio>
-
 #include "common/capture.h"
 #include "common/log.h"
 #include "common/plain_word.h"
@@ -12,30 +10,28 @@
 #include "host/tool_names.h"
 #include "topology/listing.h"
 
+using dravik::ShellCommand;
+using dravik::operator""_sh;
+
 namespace {
 
 // What a shell answers for a tool that it found but could not run, and for one that it did not find.
 constexpr int SHELL_CANNOT_RUN = 126;
 constexpr int SHELL_NOT_FOUND = 127;
 
-// One of the two ways to run the tool: with its error output or without.
-using capture_operation = int (*)(const char *, char *, int, char **, int *);
-
-// Runs the tool. False when it could not be run, which is logged; otherwise its exit status is of no concern:
-// what it printed decides.
-bool runTool(const char *function, capture_operation operation, const char *command, TaskOutput *output) {
-    int grown = 0;
-    const int result = output->pages == nullptr
-                           ? EXE_NO_MEMORY
-                           : operation(command, output->pages, TaskOutput::size, &output->text, &grown);
+// Runs the tool, by `capture` with its error output or without. False when it could not be run, which is logged;
+// otherwise its exit status is of no concern: what it printed decides.
+bool runTool(const char *function, CommandOutput::Capture capture, const ShellCommand &command,
+             CommandOutput *output) {
+    const int result = output->fill(capture, command.line());
     if (result < 0 || result == SHELL_CANNOT_RUN || result == SHELL_NOT_FOUND) {
-        DRAVIK_LOG_AS(function, LOG_ERROR, "Execute command [%s] failed", command);
+        DRAVIK_LOG_AS(function, LOG_ERROR, "Execute command [%s] failed", command.line());
         return false;
     }
     return true;
 }
 
-s_ecItems *parseInto(s_dravik *head, TaskOutput *output, unsigned int *lines) {
+s_ecItems *parseInto(s_dravik *head, CommandOutput *output, unsigned int *lines) {
     initDravik(head);
     DRAVIK_TRACE("== before parseQueryCmdResult");
     s_ecItems *result = parseQueryCmdResultList(output->text, head, lines);
@@ -44,9 +40,8 @@ s_ecItems *parseInto(s_dravik *head, TaskOutput *output, unsigned int *lines) {
 }
 
 s_ecItems *queryAll(const char *function, s_dravik *head, unsigned int *lines) {
-    char command[TASK_COMMAND_SIZE] = "";
-    snprintf(command, sizeof(command), "%s -ll 2> /dev/null", CMD_velomux);
-    TaskOutput output;
+    const ShellCommand command(CMD_velomux, " -ll 2> /dev/null"_sh);
+    CommandOutput output;
     if (!runTool(function, exe_query, command, &output)) {
         return &EC_exe_cmd_failed;
     }
@@ -64,12 +59,11 @@ s_ecItems *noSuchDevice(const char *device_name) {
 }
 
 s_ecItems *querySingle(const char *function, s_dravik *head, const char *device_name, unsigned int *lines) {
-    if (!isPlainWord(device_name)) {
+    const ShellCommand command(CMD_velomux, " -ll "_sh, device_name);
+    if (!command.isPlain()) {
         return noSuchDevice(device_name);
     }
-    char command[TASK_COMMAND_SIZE] = "";
-    snprintf(command, sizeof(command), "%s -ll %s", CMD_velomux, device_name);
-    TaskOutput output;
+    CommandOutput output;
     if (!runTool(function, exe_cmd, command, &output)) {
         return &EC_exe_cmd_failed;
     }

@@ -7,17 +7,22 @@ load ../support/tab_key
 
 # ---- what the program says
 
-# COMMANDS: those that the program lists, and the one that it accepts without listing it.
+# TABLE: the program's own table of commands, "NAME KIND changes|reads PARAMETER..." a line. COMMANDS: those that it
+# lists, and the one that it accepts without listing it.
 setup() {
-    local list
-    list=$("$BUILD_DIR/dravik")
-    mapfile -t COMMANDS < <(tail -n +2 <<<"$list"; echo refresh)
+    TABLE=$("$BUILD_DIR/dravik" --commands)
+    mapfile -t COMMANDS < <(awk '$2 == "listed" {print $1}' <<<"$TABLE"; awk '$2 == "unlisted" {print $1}' <<<"$TABLE")
     same 19 "${#COMMANDS[@]}"
+    same "$(tail -n +2 <<<"$("$BUILD_DIR/dravik")")" "$(awk '$2 == "listed" {print $1}' <<<"$TABLE")"
 }
 
 commands() { printf '%s\n' "${COMMANDS[@]}"; }
 
-parameters() { grep -oE '\{"-[a-z_]+"|, "-[a-z_]+"' "$REPO/src/cli/parameter_checks.cpp" | grep -oE -- '-[a-z_]+' | sort -u; }
+# parameters [COMMAND]: the names of its parameters, or of all.
+parameters() { awk -v name="${1-}" 'name == "" || name == $1 {for (i = 4; i <= NF; i++) print $i}' <<<"$TABLE" | sed 's/=.*//' | grep . | sort -u; }
+
+# values PARAMETER: the values that it takes, one a line.
+values() { tr ' ' '\n' <<<"$TABLE" | sed -n "s/^$1=//p" | tr '|' '\n'; }
 
 # The result records, one a line, "..." for each word that is filled in:  0133 This device [...] does not exist.
 records() {
@@ -130,6 +135,7 @@ man_subsections() { awk '/^\.SH/ { inside = $2 == "COMMANDS" } inside && /^\.SS/
     local name in_synopsis
     for name in $(commands); do
         in_synopsis=$(help_synopsis "$name" | grep -oE -- '-[a-z_]+' | sort | flat)
+        same "$name: $(parameters "$name" | flat)" "$name: $in_synopsis"
         # The policies hold dashes too, but no synopsis names them.
         same "$name: $in_synopsis" \
             "$name: $(section "$REPO/help/$name.help" PARAMETERS | grep -oE -- '^-[a-z_]+' | sort | flat)"
@@ -138,13 +144,11 @@ man_subsections() { awk '/^\.SH/ { inside = $2 == "COMMANDS" } inside && /^\.SS/
 }
 
 @test "the policies and states that the program knows are those that the completion offers and the help text explains" {
-    local policies
-    policies=$(grep -oE '"[a-z-]+-extend"' "$REPO/src/commands/path_selectors.cpp" | tr -d '"')
-    same 3 "$(wc -l <<<"$policies" | flat)"
-    same "$policies" "$(completes dravik setpathpolicy -chooser '')"
-    same "$policies" "$(section "$REPO/help/setpathpolicy.help" PARAMETERS | grep -oE '^    [a-z-]+-extend' | tr -d ' ')"
-    same "$(sed -n 's/.*PATH_STATES.*= {\(.*\)};/\1/p' "$REPO/src/cli/parameter_checks.cpp" | tr -d '",' | flat)" \
-        "$(completes dravik setstate -path_alias database -device_name sdb -state '' | flat)"
+    same 3 "$(values -chooser | wc -l | flat)"
+    same "$(values -chooser)" "$(completes dravik setpathpolicy -chooser '')"
+    same "$(values -chooser)" "$(section "$REPO/help/setpathpolicy.help" PARAMETERS | grep -oE '^    [a-z-]+-extend' | tr -d ' ')"
+    same "online offline" "$(values -state | flat)"
+    same "$(values -state)" "$(completes dravik setstate -path_alias database -device_name sdb -state '')"
 }
 
 @test "every result that a help text lists is one of the program's, code and text as it prints them" {

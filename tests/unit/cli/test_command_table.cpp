@@ -90,6 +90,64 @@ TEST(CommandTable, HelpForANameThatNoShellMaySeeSaysSo) {
 
 TEST(CommandTable, HelpForANameThatDoesNotFitThePathSaysSo) {
     const std::string name(300, 'x');
-    EXPECT_EQ(showHelp(name.c_str()), &EC_no_help);
+    EXPECT_EQ(dravik::showHelp(name.c_str()), &EC_no_help);
     EXPECT_EQ(std::string(EC_no_help.items[0]), std::string(64, 'x'));
+}
+
+TEST(CommandTable, CommandsThatChangeTheHostAreKnown) {
+    for (const char *name :
+         {"config", "mkconfig", "setpathpolicy", "setalias", "delalias", "setstate", "delete", "scan",
+          "refresh", "aggregation", "start", "stop", "restart", "setselfstart"}) {
+        EXPECT_TRUE(dravik::findCommand(name)->changes_host) << name;
+    }
+    for (const char *name :
+         {"query", "devstats", "lspathpolicy", "lsalias", "status", "version", "port", "lsselfstart"}) {
+        EXPECT_FALSE(dravik::findCommand(name)->changes_host) << name;
+    }
+}
+
+TEST(CommandTable, OnlyTheServiceCommandsRunAsSuch) {
+    for (const char *name : {"mkconfig", "lsselfstart", "setselfstart"}) {
+        ASSERT_NE(dravik::findServiceCommand(name), nullptr) << name;
+        EXPECT_STREQ(dravik::findServiceCommand(name)->name, name);
+    }
+    for (const char *name : {"query", "scan", "", "mkconfigx", "mkconfi"}) {
+        EXPECT_EQ(dravik::findServiceCommand(name), nullptr) << name;
+    }
+}
+
+TEST(CommandTable, OnlyTwoCommandsAskOnceMoreBeforeTheyRun) {
+    for (const char *name : NAMES) {
+        const bool asks = std::string(name) == "delalias" || std::string(name) == "devstats";
+        EXPECT_EQ(dravik::findCommand(name)->check_last != nullptr, asks) << name;
+    }
+}
+
+TEST(CommandTable, TheHiddenTableHasARowForEveryCommandWithItsParameters) {
+    testing::internal::CaptureStdout();
+    dravik::printCommandTable();
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "aggregation listed changes\n"
+              "config listed changes\n"
+              "delalias listed changes -wwid=WWID\n"
+              "delete listed changes =DEVICE\n"
+              "lsalias listed reads\n"
+              "lspathpolicy listed reads\n"
+              "query listed reads =DEVICE\n"
+              "restart listed changes\n"
+              "scan listed changes\n"
+              "setalias listed changes -wwid=WWID -alias=ALIAS\n"
+              "setstate listed changes -path_alias=DEVICE -device_name=PATH -state=online|offline\n"
+              "setpathpolicy listed changes -scsi -nvme "
+              "-chooser=smart-distribution-extend|least-queue-depth-extend|round-robin-extend\n"
+              "start listed changes\n"
+              "status listed reads\n"
+              "stop listed changes\n"
+              "version listed reads\n"
+              "port listed reads\n"
+              "devstats listed reads -path_alias=DEVICE -interval=SECONDS\n"
+              "refresh unlisted changes\n"
+              "mkconfig service changes\n"
+              "lsselfstart service reads\n"
+              "setselfstart service changes\n");
 }

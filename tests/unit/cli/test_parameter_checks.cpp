@@ -504,3 +504,47 @@ TEST(Params, DelaliasRefusesOtherShapesOfItsCommandLine) {
     EXPECT_EQ(check({"delalias", "-wwid", "w", "-wwid"}), is(EC_parameter_number_error));
     EXPECT_STREQ(gParamWwidVal, "w");
 }
+
+// ---- the last checks, of the values in the buffers
+
+namespace {
+
+const s_ecItems *checkWwid(const std::string &wwid) {
+    snprintf(gParamWwidVal, PARAM_SIZE, "%s", wwid.c_str());
+    return dravik::checkWwidForShell();
+}
+
+const s_ecItems *checkInterval(const std::string &interval) {
+    snprintf(gParamIntervalVal, PARAM_SIZE, "%s", interval.c_str());
+    return dravik::checkInterval();
+}
+
+} // namespace
+
+TEST(LastChecks, DelaliasRefusesAWwidThatNoShellMaySee) {
+    for (const char *good : {"3600b5d60001a2b3c0000000000000001", "eui.0", "nqn.2014-08.org:x_1", "-"}) {
+        EXPECT_EQ(checkWwid(good), &EC_ok) << good;
+    }
+    for (const char *bad :
+         {"", "a b", "a;b", "$(x)", "`x`", "a/b", "a,b", "a!b", "a\n", "\xc3\xa9", "'", "*"}) {
+        EXPECT_EQ(checkWwid(bad), &EC_wwid_format_error) << bad;
+    }
+}
+
+TEST(LastChecks, DevstatsWantsAnIntervalThatTheAlarmTakes) {
+    EXPECT_EQ(checkInterval(""), &EC_miss_interval);
+    EXPECT_EQ(checkInterval("0"), &EC_interval_format_error);
+    EXPECT_EQ(checkInterval("0000"), &EC_interval_format_error);
+    EXPECT_EQ(checkInterval("1"), &EC_ok);
+    EXPECT_EQ(checkInterval("4294967295"), &EC_ok);
+    EXPECT_EQ(checkInterval("4294967296"), &EC_interval_format_error);
+    EXPECT_EQ(checkInterval("18446744073709551617"), &EC_interval_format_error);
+    EXPECT_EQ(checkInterval(std::string(256, '9')), &EC_interval_format_error);
+}
+
+TEST(LastChecks, AnIntervalMayHaveLeadingZeros) {
+    EXPECT_EQ(checkInterval("00001"), &EC_ok);
+    EXPECT_EQ(dravik::intervalSeconds(), 1ULL);
+    EXPECT_EQ(checkInterval(std::string(250, '0') + "300"), &EC_ok);
+    EXPECT_EQ(dravik::intervalSeconds(), 300ULL);
+}

@@ -270,9 +270,9 @@ TEST(ConfFile, WhatReachesTheFileIsOneCommentLineWithoutALineFeed) {
 // ---- the switch between the blocks, which the operations never reach
 
 TEST(ConfFile, TheNvmeBlockDiffersInMarksVendorAndProductOnly) {
-    char command[TASK_COMMAND_SIZE] = "";
     testing::internal::CaptureStdout();
-    formatAddConf("CentOS Linux 8.4.2105 ", "multibus", "service-time", command, sizeof(command));
+    const dravik::ShellCommand command =
+        dravik::addConfCommand("CentOS Linux 8.4.2105 ", "multibus", "service-time");
     EXPECT_EQ("CentOS Linux 8.4.2105 \n", testing::internal::GetCapturedStdout());
     EXPECT_STREQ("echo -ne \"#nvme config begin\n"
                  "devices {\n"
@@ -287,7 +287,7 @@ TEST(ConfFile, TheNvmeBlockDiffersInMarksVendorAndProductOnly) {
                  "}\n"
                  "#nvme config end\n"
                  "\" >> /etc/velomux.conf",
-                 command);
+                 command.line());
 }
 
 TEST(ConfFile, ANameMustComeAfterTheLastReleaseWithTheScsiBlock) {
@@ -310,9 +310,8 @@ TEST(ConfFile, ANameMustComeAfterTheLastReleaseWithTheScsiBlock) {
         {"SUSE on Red Hat", true, true}, // "Red" goes first, and "S" comes after "R"
     };
     for (const Case &row : cases) {
-        char command[TASK_COMMAND_SIZE] = "";
         testing::internal::CaptureStdout();
-        formatCleanConf(row.os_name, command, sizeof(command));
+        const dravik::ShellCommand command = dravik::cleanConfCommand(row.os_name);
         EXPECT_EQ(row.is_printed ? std::string(row.os_name) + "\n" : "",
                   testing::internal::GetCapturedStdout());
         EXPECT_STREQ(
@@ -320,7 +319,7 @@ TEST(ConfFile, ANameMustComeAfterTheLastReleaseWithTheScsiBlock) {
                 ? "sed -i '/^\\(#nvme config begin\\)$/,/^\\(#nvme config end\\)$/d' /etc/velomux.conf"
                 : "sed -i '/^\\(#korvel config begin\\)$/,/^\\(#korvel config end\\)$/d' "
                   "/etc/velomux.conf",
-            command)
+            command.line())
             << row.os_name;
     }
 }
@@ -352,7 +351,7 @@ TEST(ConfFile, TheDeletionCommandsPassTheRunnersFilterUnchanged) {
     cleanConf();
     cleanPathpolicyConf();
     for (const std::string &call : host.calls) {
-        char filtered[TASK_COMMAND_SIZE] = "";
+        char filtered[dravik::SHELL_COMMAND_SIZE] = "";
         cleanString(filtered, call.c_str());
         EXPECT_EQ(call, filtered);
     }

@@ -1,4 +1,4 @@
-// The face of `array/`: each volume's virtual-disk name, read in band from the array, and its cache file.
+// The list of the headers of `array/`: each volume's virtual-disk name, read in band from the array, and its cache file.
 #pragma once
 
 #include "array/device_node.h" // IWYU pragma: export

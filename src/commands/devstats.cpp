@@ -9,7 +9,7 @@
 
 #include "stats/cpu_stat.h"
 #include "stats/device_list.h"
-#include "stats/device_naming.h"
+#include "stats/device_names.h"
 #include "stats/sample_tables.h"
 #include "stats/sampling.h"
 #include "stats/stat_settings.h"

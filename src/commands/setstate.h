@@ -26,7 +26,7 @@ s_ecItems *setPathOnline(const char *alias, const char *path);
 // at level 0 as "Query dravik information failed".
 s_ecItems *checkPathstateAndParam(const char *alias, const char *path);
 
-// ---- part of this room's interface, used by no command
+// ---- part of this module's interface, used by no command
 
 // Takes the path offline without any check. Results as `setPathOffline`.
 s_ecItems *failPath(const char *path);

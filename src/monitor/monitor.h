@@ -1,4 +1,4 @@
-// The face of the path monitor.
+// The list of the headers of the path monitor.
 #pragma once
 
 #include "monitor/change_detection.h" // IWYU pragma: export

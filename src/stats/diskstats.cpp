@@ -6,7 +6,7 @@
 #include <string>
 
 #include "stats/device_list.h"
-#include "stats/device_naming.h"
+#include "stats/device_names.h"
 #include "stats/sample_tables.h"
 #include "stats/stat_settings.h"
 #include "stats/sysfs_stat.h"

@@ -7,7 +7,7 @@
 
 #include "common/text.h"
 #include "stats/cpu_stat.h"
-#include "stats/device_naming.h"
+#include "stats/device_names.h"
 #include "stats/rates.h"
 #include "stats/stat_settings.h"
 

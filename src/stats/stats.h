@@ -1,4 +1,4 @@
-// The face of `stats/`: the sampling engine and the report behind `devstats`.
+// The list of the headers of `stats/`: the sampling engine and the report behind `devstats`.
 //
 // Calling order: the query fills the device list (salloc_dev_list, update_dev_list); get_HZ;
 // set_disk_output_unit; the settings disk_report and extended_layout; set_stat_interval; io_sys_init;
@@ -9,7 +9,7 @@
 #include "stats/cpu_stat.h"      // IWYU pragma: export
 #include "stats/device_groups.h" // IWYU pragma: export
 #include "stats/device_list.h"   // IWYU pragma: export
-#include "stats/device_naming.h" // IWYU pragma: export
+#include "stats/device_names.h"  // IWYU pragma: export
 #include "stats/diskstats.h"     // IWYU pragma: export
 #include "stats/rates.h"         // IWYU pragma: export
 #include "stats/report.h"        // IWYU pragma: export

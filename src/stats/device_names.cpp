@@ -1,5 +1,5 @@
 // Following links to a kernel name; the naming tables that are not there.
-#include "stats/device_naming.h"
+#include "stats/device_names.h"
 
 #include <climits>
 #include <cstdlib>

@@ -1,9 +1,9 @@
 # shellcheck shell=bash
 # Which distribution this host runs, and what follows from it.
 #
-# os_name gives the text that the program finds the distribution by, made by the same rules from the same
-# files, so that scripts and program always agree. It is the raw material of the release files, not a tidy
-# name.
+# os_name gives the text that the program finds the distribution by (src/common/os_name.cpp), made by the same
+# rules from the same files, so that scripts and program always agree; a test holds them together. It is the raw
+# material of the release files, not a tidy name.
 
 # os_name: fills OS_NAME; "Unknown Linux" where no file tells.
 os_name() {
@@ -46,7 +46,7 @@ os_name_from_redhat() {
 os_name_from_suse() {
     local first
     if [[ -r /etc/os-release ]]; then
-        { take_line 239 && take_line 119; } </etc/os-release || return 1
+        { take_line 239 || true; take_line 119; } </etc/os-release || return 1
         OS_NAME=${LINE:0:64}
         return 0
     fi
@@ -59,6 +59,7 @@ os_name_from_suse() {
     } </etc/SuSE-release
     OS_NAME=$(without_parenthesis "$first")$LINE
     OS_NAME=${OS_NAME:0:64}
+    [[ -n $OS_NAME ]]
 }
 
 # The tool prints one line in double quotes:  "Red Hat Enterprise Linux Server release 7.9 (Maipo)"
@@ -71,6 +72,7 @@ os_name_from_lsb() {
     text=${text#\"}
     while [[ $text == *\" ]]; do text=${text%\"}; done
     OS_NAME=$(without_parenthesis "$text"$'\n')
+    [[ -n $OS_NAME ]]
 }
 
 # The text in front of the character before the first "(", or without its last character when there is none.
@@ -83,7 +85,7 @@ without_parenthesis() {
 }
 
 # nvme_capable: whether OS_NAME is a system that can do NVMe over Fabrics, by the same comparisons, byte by
-# byte, as the program makes. The last rule leaves out the named release itself although the others take
+# byte, as the program makes (src/host/host_os.cpp). The last rule leaves out the named release itself although the others take
 # theirs in.
 nvme_capable() {
     case $OS_NAME in

@@ -2,7 +2,8 @@
 // "Server", "CentOS Linux", "SUSE", "VERSION=", "SP", "11.4".
 //
 // The text is the raw material of the release files, cut as described here; callers compare it byte by byte
-// with the release names they know, so the odd cuts below are part of the contract.
+// with the release names they know, so the odd cuts below are part of the contract. The helper scripts read the same
+// files by the same rules (scripts/lib/distribution.sh); a test holds the two together.
 #pragma once
 
 // The name of the last detection; empty before the first.

@@ -12,5 +12,5 @@ bool isSysVHost();
 
 // Whether the distribution named `os_name` (see common/os_name.h) supports NVMe over Fabrics: RHEL and CentOS
 // from 8.0, SUSE from 12 SP6 by its os-release name, after "12 PATCHLEVEL = 6" by the older one. Names are
-// compared byte by byte.
+// compared byte by byte, as in the helper scripts (nvme_capable in scripts/lib/distribution.sh).
 bool isNvmeCapableOs(const char *os_name);

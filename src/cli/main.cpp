@@ -19,8 +19,8 @@
 #include "cli/parameter_checks.h"
 #include "cli/tool_checks.h"
 #include "commands/devstats.h"
-#include "commands/refresh.h"
 #include "common/startup.h"
+#include "common/version.h"
 
 namespace {
 

@@ -7,6 +7,7 @@
 #include "commands/delete.h"
 #include "common/log.h"
 #include "common/text.h"
+#include "common/version.h"
 #include "host/task.h"
 #include "host/tool_names.h"
 #include "topology/topology_query.h"

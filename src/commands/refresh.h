@@ -3,9 +3,6 @@
 
 #include "common/result.h"
 
-// The product's version, as `version` shows it.
-constexpr char DRAVIK_VERSION[] = "3.3.7";
-
 // `scan`: rescans the SCSI hosts and discovers NVMe over FC. EC_ok, whatever the scripts answer;
 // EC_exe_cmd_failed when the discovery could not be run.
 s_ecItems *scan();

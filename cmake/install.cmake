@@ -12,10 +12,16 @@ install(PROGRAMS ${scripts} DESTINATION ${CMAKE_INSTALL_BINDIR}/dravik-script)
 install(DIRECTORY scripts/lib DESTINATION ${CMAKE_INSTALL_BINDIR}/dravik-script
   FILE_PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ
   FILES_MATCHING PATTERN "*.sh" PATTERN "*.awk")
-install(DIRECTORY help/ DESTINATION ${CMAKE_INSTALL_BINDIR}/dravik-help FILES_MATCHING PATTERN "*.help")
-foreach(section 5 8)
-  file(GLOB pages CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/man/*.${section})
-  install(FILES ${pages} DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section})
+# Help texts and manual pages are installed with the version in the place of @PROJECT_VERSION@.
+file(GLOB texts CONFIGURE_DEPENDS RELATIVE ${CMAKE_SOURCE_DIR}
+  ${CMAKE_SOURCE_DIR}/help/*.help ${CMAKE_SOURCE_DIR}/man/*.[58])
+foreach(text ${texts})
+  configure_file(${text} ${CMAKE_BINARY_DIR}/${text} @ONLY)
+  set(place ${CMAKE_INSTALL_BINDIR}/dravik-help)
+  if(text MATCHES "\\.([58])$")
+    set(place ${CMAKE_INSTALL_MANDIR}/man${CMAKE_MATCH_1})
+  endif()
+  install(FILES ${CMAKE_BINARY_DIR}/${text} DESTINATION ${place})
 endforeach()
 install(FILES completion/dravik.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
   RENAME dravik)

@@ -4,9 +4,12 @@
 
 # With a real /proc (SIMHOST_REAL_PROC=1, or a product built with sanitizers): in a mount namespace of its own, the
 # real one lies over the host's /proc, and the simulated files move to /sim/proc, where the preload library sends
-# those who open them.
+# those who open them. Nothing of that may reach the machine's own namespace. Where this machine is a chroot itself and
+# its root no mount point, its mounts can be cut off from the others only from the namespace's own root, to which
+# nsenter goes.
 # shellcheck disable=SC2016 # the text is run by the shell inside the namespace
-MOUNT_PROC='mount --bind "$1/proc" "$1/sim/proc" && mount --rbind /proc "$1/proc" && exec chroot "$@"'
+MOUNT_PROC='{ mount --make-rprivate / 2>/dev/null || nsenter --mount=/proc/self/ns/mnt mount --make-rprivate /; } &&
+    mount --bind "$1/proc" "$1/sim/proc" && mount --rbind /proc "$1/proc" && exec chroot "$@"'
 
 # prepareEntry VAR=VALUE...: fills ENTRY with the words before the command to run; the pairs enter the environment.
 prepareEntry() {
@@ -21,7 +24,7 @@ prepareEntry() {
     ((EUID == 0)) || namespace=(unshare -r)
     if [[ ${SIMHOST_REAL_PROC-} ]]; then
         ((EUID == 0)) && namespace=(unshare)
-        ENTRY=("${namespace[@]}" -m sh -c "$MOUNT_PROC" enter "${inside[@]}")
+        ENTRY=("${namespace[@]}" -m --propagation unchanged sh -c "$MOUNT_PROC" enter "${inside[@]}")
     else
         ENTRY=(${namespace[@]+"${namespace[@]}"} chroot "${inside[@]}")
     fi

@@ -5,6 +5,8 @@
 
 #include "common/log.h"
 
+const char DRAVIK_VERSION[] = DRAVIK_VERSION_TEXT;
+
 s_ecItems *version() {
     print__();
     puts("Software name: Dravik");

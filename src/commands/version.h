@@ -3,8 +3,8 @@
 
 #include "common/result.h"
 
-// The product's version, as `version` shows it.
-constexpr char DRAVIK_VERSION[] = "3.3.7";
+// The product's version, as `version` shows it. It is written once, in the project's CMakeLists.txt.
+extern const char DRAVIK_VERSION[];
 
 // Prints the identification between two separators. EC_info_ok.
 s_ecItems *version();

@@ -210,7 +210,7 @@ $DONE"
     dravik 0 version <<<"$LINE
 Software name: Dravik
 Vendor: Korvel
-Version: 3.3.7
+Version: $(product_version)
 Copyright (c) Korvel. All rights reserved.
 $LINE
 $DONE"

@@ -65,7 +65,7 @@ answers() {
 
 @test "--version prints name and version on one line" {
     make_host
-    answers 0 "dravik 3.3.7" -- --version
+    answers 0 "dravik $(product_version)" -- --version
     answers 1 "$(result 'Error(0105): Invalid command parameter [x].')" -- --version x
 }
 

@@ -3,9 +3,9 @@
 
 load ../support/simulated_host
 
-# Prints the example of a help text: command lines behind "# ", output below.
+# Prints the example of a help text as it is installed: command lines behind "# ", output below.
 example() {
-    awk '/^[A-Z]/ { inside = $1 == "EXAMPLE"; next } inside' "$REPO/help/$1.help" |
+    awk '/^[A-Z]/ { inside = $1 == "EXAMPLE"; next } inside' "$BUILD_DIR/help/$1.help" |
         sed 's/^    //; s/XXXXXX/Korvel/' | sed -e :a -e '/^\n*$/{$d;N;ba' -e '}'
 }
 

@@ -210,7 +210,7 @@ man_subsections() { awk '/^\.SH/ { inside = $2 == "COMMANDS" } inside && /^\.SS/
 
 @test "the manual pages are clean" {
     local page checked=''
-    for page in "$REPO"/man/*.[58]; do
+    for page in "$BUILD_DIR"/man/*.[58]; do
         if type -P mandoc >/dev/null; then
             same "" "$(mandoc -T lint "$page" 2>&1)"
             checked=1

@@ -694,7 +694,7 @@ int main(int argc, char **argv) {
 }
 END
         skip "the compiler has no static address sanitizer"
-    unshare -m true 2>/dev/null || unshare -rm true 2>/dev/null || skip "no mount namespace can be made here"
+    unshare -m --propagation unchanged true 2>/dev/null || unshare -rm true 2>/dev/null || skip "no mount namespace can be made here"
     sim add "$BATS_TEST_TMPDIR/probe"
     SIMHOST_REAL_PROC=1 run in_host probe
     same 0 "$status"

@@ -13,6 +13,7 @@
 
 #include "commands/parameter_buffers.h"
 #include "common/capture.h"
+#include "topology/target_port.h"
 
 const char *const QUERY_ALL = "query: velomux -ll 2> /dev/null";
 
@@ -26,6 +27,10 @@ FakeHost *host = nullptr; // the one that lives
 struct FakeHostState {
     // Records `command` and takes its answer.
     static FakeHost::Answer take(const std::string &command) {
+        if (host == nullptr) {
+            ADD_FAILURE() << "no host to run on: " << command;
+            return {"", NOT_STARTED, nullptr};
+        }
         host->calls.push_back(command);
         if (host->starts_nothing) {
             return {"", NOT_STARTED, nullptr};
@@ -110,33 +115,17 @@ int timedOutcome(const char *command, char *buffer, int size, char **out, int *g
 
 } // namespace
 
-// The linker's names for the functions in place of others, and for those others.
-// NOLINTBEGIN(readability-identifier-naming)
-extern "C" {
+// ---- in the place of the library's capture layer and target ports
 
-int __real__Z9exe_queryPKcPciPS1_Pi(const char *command, char *buffer, int size, char **out, int *grown);
-int __wrap__Z9exe_queryPKcPciPS1_Pi(const char *command, char *buffer, int size, char **out, int *grown);
-int __wrap__Z9exe_queryPKcPciPS1_Pi(const char *command, char *buffer, int size, char **out, int *grown) {
-    return host == nullptr ? __real__Z9exe_queryPKcPciPS1_Pi(command, buffer, size, out, grown)
-                           : FakeHostState::run(std::string("query: ") + command, buffer, size, out, grown);
+int exe_query(const char *command, char *buffer, int size, char **out, int *grown) {
+    return FakeHostState::run(std::string("query: ") + command, buffer, size, out, grown);
 }
 
-int __real__Z7exe_cmdPKcPciPS1_Pi(const char *command, char *buffer, int size, char **out, int *grown);
-int __wrap__Z7exe_cmdPKcPciPS1_Pi(const char *command, char *buffer, int size, char **out, int *grown);
-int __wrap__Z7exe_cmdPKcPciPS1_Pi(const char *command, char *buffer, int size, char **out, int *grown) {
-    return host == nullptr ? __real__Z7exe_cmdPKcPciPS1_Pi(command, buffer, size, out, grown)
-                           : FakeHostState::run(command, buffer, size, out, grown);
+int exe_cmd(const char *command, char *buffer, int size, char **out, int *grown) {
+    return FakeHostState::run(command, buffer, size, out, grown);
 }
 
-int __real__Z19exe_cmd_nonblockingPKcPciPS1_Pi(const char *command, char *buffer, int size, char **out,
-                                               int *grown);
-int __wrap__Z19exe_cmd_nonblockingPKcPciPS1_Pi(const char *command, char *buffer, int size, char **out,
-                                               int *grown);
-int __wrap__Z19exe_cmd_nonblockingPKcPciPS1_Pi(const char *command, char *buffer, int size, char **out,
-                                               int *grown) {
-    if (host == nullptr) {
-        return __real__Z19exe_cmd_nonblockingPKcPciPS1_Pi(command, buffer, size, out, grown);
-    }
+int exe_cmd_nonblocking(const char *command, char *buffer, int size, char **out, int *grown) {
     const int outcome = timedOutcome(command, buffer, size, out, grown);
     if (outcome == HANGS) {
         expire();
@@ -147,15 +136,17 @@ int __wrap__Z19exe_cmd_nonblockingPKcPciPS1_Pi(const char *command, char *buffer
     return *grown;
 }
 
-// Over which transport a path runs is another room's subject; its commands would only stand between those of
+// Over which transport a path runs is another module's subject; its commands would only stand between those of
 // the handlers.
-s_ecItems *__real__Z13getTargetPortPKcPcS1_(const char *device_name, char *host_interface, char *target_port);
-s_ecItems *__wrap__Z13getTargetPortPKcPcS1_(const char *device_name, char *host_interface, char *target_port);
-s_ecItems *__wrap__Z13getTargetPortPKcPcS1_(const char *device_name, char *host_interface,
-                                            char *target_port) {
-    return host == nullptr ? __real__Z13getTargetPortPKcPcS1_(device_name, host_interface, target_port)
-                           : nullptr;
+s_ecItems *getTargetPort(const char * /*device_name*/, char * /*host_interface*/, char * /*target_port*/) {
+    return nullptr;
 }
+
+// ---- before the C library's calls
+
+// The names that the linker gives to these functions and to those of the C library.
+// NOLINTBEGIN(readability-identifier-naming)
+extern "C" {
 
 FILE *__real_fopen(const char *path, const char *mode);
 FILE *__wrap_fopen(const char *path, const char *mode);

@@ -1,9 +1,10 @@
 // A host for the handlers of the administration commands: what they run is recorded and answered from a
 // script, and the release files, the kernel's name and the device nodes are what the test says.
 //
-// The linker puts the functions of fake_host.cpp before the capture layer and a few calls of the C library (see
-// CMakeLists.txt); while no `FakeHost` lives they hand every call on to the real ones. The task layer above the
-// capture layer is the real one, the five-second timer included.
+// The program that fake_host.cpp is linked into has its capture layer and its `getTargetPort` in place of the
+// library's: a command runs only while a `FakeHost` lives, otherwise the test fails. A few calls of the C
+// library go through it as well (see tests/unit/CMakeLists.txt) and are handed on while none lives. The task
+// layer above the capture layer is the real one, the five-second timer included.
 #pragma once
 
 #include <functional>

@@ -35,6 +35,9 @@ sim() { "$SIMHOST" "$HOST" "$@"; }
 # in_host [VAR=VALUE...] CMD ARGS...: runs it inside.
 in_host() { "$SIMHOST" "$HOST" run "$@"; }
 
+# The version of what was built, which is written in CMakeLists.txt alone.
+product_version() { sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=//p' "$BUILD_DIR/CMakeCache.txt"; }
+
 # start_monitor [OPTIONS of "monitor start"]: returns when its first cycle is over.
 start_monitor() { sim monitor start "$@" && sim settle; }
 stop_monitor() { sim monitor stop; }

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include "commands/version.h"
 #include "tests/support/fake_host.h"
 
 namespace {
@@ -208,7 +209,9 @@ TEST(Version, TheIdentificationStandsBetweenTwoSeparators) {
     EXPECT_EQ(separator() +
                   "Software name: Dravik\n"
                   "Vendor: Korvel\n"
-                  "Version: 3.3.7\n"
+                  "Version: " +
+                  DRAVIK_VERSION +
+                  "\n"
                   "Copyright (c) Korvel. All rights reserved.\n" +
                   separator(),
               printed(version, &result));

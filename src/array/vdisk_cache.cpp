@@ -8,6 +8,8 @@
 #include "array/device_node.h"
 #include "array/vdisk_entry.h"
 #include "array/vdisk_file.h"
+#include "array/vdisk_writer.h"
+#include "common/replace_file.h"
 #include "common/text.h"
 
 namespace {
@@ -22,31 +24,15 @@ void logTooLarge(const char *operation, const char *path) {
     ARRAY_LOG_AS(operation, "File %s is larger than %lld bytes, not used.\n", path, VDISK_CACHE_LIMIT);
 }
 
-void writeTree(const char *operation, VdiskTree *tree) {
-    const std::string path = tree->path;
-    const int error = writeVdiskTree(tree);
-    if (error != 0) {
-        logWriteFailure(operation, path.c_str(), error);
-    }
-}
-
-// The tree of `path`; there is room for one in memory, so another file's unwritten one is written first.
-TreeState load(const char *operation, const char *path, VdiskTree **tree, std::string *error) {
-    VdiskTree *unwritten = unwrittenVdiskTree();
-    if (unwritten != nullptr && unwritten->path != path) {
-        writeTree(operation, unwritten);
-    }
-    return loadVdiskTree(path, tree, error);
-}
-
-// The tree's part of a store. True when the file is to be written.
-bool storeInTree(VdiskTree *tree, const char *wwid, const char *name) {
+// The tree's part of a store. True when the file is to be written. A change is logged where it is first made, not where
+// it is merged.
+bool storeInTree(VdiskTree *tree, const char *wwid, const char *name, bool logged) {
     if (!isJsonArray(tree->disk)) {
         return tree->disk == nullptr;
     }
     const cJSON *blocked_by = nullptr;
     cJSON *entry = entryForUpdate(tree, wwid, &blocked_by);
-    if (blocked_by != nullptr) {
+    if (blocked_by != nullptr && logged) {
         ARRAY_LOG_AS("update_wwid_vdiskname", "Invalid JSON format for json property %s.\n",
                      jsonKey(blocked_by));
     }
@@ -54,19 +40,19 @@ bool storeInTree(VdiskTree *tree, const char *wwid, const char *name) {
         return appendEntry(tree, wwid, name);
     }
     cJSON *item = cJSON_CreateString(name);
-    if (item == nullptr) {
-        return false;
-    }
-    if (!renameEntry(entry, wwid, item)) {
+    std::string old_name;
+    if (item == nullptr || !renameEntry(entry, item, &old_name)) {
         cJSON_Delete(item);
         return false;
+    }
+    if (logged) {
+        logNameChange(wwid, old_name.c_str(), name);
     }
     return true;
 }
 
-} // namespace
-
-int make_disk_json(const char *wwid, const char *name, const char *path) {
+// A first file with one entry, within the turn. 1 or 0, as `make_disk_json`.
+int makeFirstFile(const char *operation, const char *wwid, const char *name, const char *path) {
     cJSON *root = firstDiskTree(wwid, name);
     if (root == nullptr) {
         return 0;
@@ -75,10 +61,78 @@ int make_disk_json(const char *wwid, const char *name, const char *path) {
     const int error = writeJsonFile(path, root);
     cJSON_Delete(root);
     if (error != 0) {
+        logWriteFailure(operation, path, error);
+    }
+    return error == 0 ? 1 : 0;
+}
+
+// Merges the pair into the tree of the file as it is now, within the turn. `*changed` is set when the tree is to be
+// written. False when the file cannot be merged into: nothing more is to be done.
+bool mergePair(const char *operation, const char *path, const VdiskPair &pair, bool logged, bool *changed) {
+    VdiskTree *tree = nullptr;
+    std::string error;
+    switch (loadVdiskTree(path, *changed, &tree, &error)) {
+    case TreeState::MISSING:
+    case TreeState::DAMAGED:
+        return makeFirstFile("make_disk_json", pair.wwid.c_str(), pair.name.c_str(), path) == 1;
+    case TreeState::UNREADABLE:
+        return false;
+    case TreeState::TOO_LARGE:
+        logTooLarge(operation, path);
+        return false;
+    case TreeState::READY:
+        *changed = storeInTree(tree, pair.wwid.c_str(), pair.name.c_str(), logged) || *changed;
+        return true;
+    }
+    return false;
+}
+
+// Merges the pairs into the file as it is when its turn comes, and writes it once.
+void merge(const char *operation, const char *path, const std::vector<VdiskPair> &pairs, bool logged) {
+    dravik::WritingTurn turn;
+    int error = turn.take(path);
+    bool changed = false;
+    for (const VdiskPair &pair : pairs) {
+        if (error != 0 || !mergePair(operation, path, pair, logged, &changed)) {
+            break;
+        }
+    }
+    VdiskTree *tree = nullptr;
+    std::string parse_error;
+    if (changed && loadVdiskTree(path, true, &tree, &parse_error) == TreeState::READY) {
+        error = writeVdiskTree(tree);
+    }
+    if (error != 0) {
+        logWriteFailure(operation, path, error);
+    }
+}
+
+// A store while writes are held: the tree in memory learns the name at once, the file through the writer. False when
+// nothing has been done: there is no file yet, or no writer can be had.
+bool handOn(const char *path, const char *wwid, const char *name) {
+    VdiskTree *tree = nullptr;
+    std::string error;
+    if (!writes_held || loadVdiskTree(path, true, &tree, &error) != TreeState::READY ||
+        !dravik::startVdiskWriter(path)) {
+        return false;
+    }
+    if (storeInTree(tree, wwid, name, true) && !dravik::handToVdiskWriter(wwid, name)) {
+        forgetVdiskTree(); // it holds what the file does not
+        merge("store_wwid_vdiskname", path, {{wwid, name}}, false);
+    }
+    return true;
+}
+
+} // namespace
+
+int make_disk_json(const char *wwid, const char *name, const char *path) {
+    dravik::WritingTurn turn;
+    const int error = turn.take(path);
+    if (error != 0) {
         logWriteFailure(__func__, path, error);
         return 0;
     }
-    return 1;
+    return makeFirstFile(__func__, wwid, name, path);
 }
 
 void store_wwid_vdiskname(const char *path, const char *wwid, const char *name) {
@@ -91,31 +145,19 @@ void store_wwid_vdiskname(const char *path, const char *wwid, const char *name) 
     if (safe_strlen(wwid) == 0 || safe_strlen(name) == 0) {
         return;
     }
-    VdiskTree *tree = nullptr;
-    std::string error;
-    switch (load(__func__, path, &tree, &error)) {
-    case TreeState::MISSING:
-    case TreeState::DAMAGED:
-        make_disk_json(wwid, name, path);
-        break;
-    case TreeState::UNREADABLE:
-        break;
-    case TreeState::TOO_LARGE:
-        logTooLarge(__func__, path);
-        break;
-    case TreeState::READY:
-        tree->unwritten = storeInTree(tree, wwid, name) || tree->unwritten;
-        if (tree->unwritten && !writes_held) {
-            writeTree(__func__, tree);
-        }
-        break;
+    if (!handOn(path, wwid, name)) {
+        merge(__func__, path, {{wwid, name}}, true);
     }
+}
+
+void mergeVdiskNames(const char *path, const std::vector<VdiskPair> &pairs) {
+    merge("store_wwid_vdiskname", path, pairs, false);
 }
 
 void getStoredVdiskname(const char *path, const char *wwid, char *name, unsigned int *found) {
     VdiskTree *tree = nullptr;
     std::string error;
-    switch (load(__func__, path, &tree, &error)) {
+    switch (loadVdiskTree(path, writes_held, &tree, &error)) {
     case TreeState::MISSING:
     case TreeState::UNREADABLE:
         ARRAY_LOG("Error can't open file %s.\n", path);
@@ -154,8 +196,6 @@ void holdVdiskWrites() {
 
 void releaseVdiskWrites() {
     writes_held = false;
-    VdiskTree *tree = unwrittenVdiskTree();
-    if (tree != nullptr) {
-        writeTree(__func__, tree);
-    }
+    dravik::endVdiskWriter();
+    forgetVdiskTree();
 }

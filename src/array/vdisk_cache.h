@@ -4,14 +4,17 @@
 //   /dumps/storage_config.json   {"disk": [{"wwid": "360...1", "vdisk_name": "vol1"}, ...]}
 //
 // The file is written whole, formatted, without a final newline, and replaced in one step
-// (common/replace_file.h). One entry a WWID, new ones at the end, none ever removed. There is no lock across
-// reading and writing: of two processes that store at once one may lose its entry, never the file.
+// (common/replace_file.h). One entry a WWID, new ones at the end, none ever removed. Each write merges into the file as it
+// then is: of two processes that store at once neither loses its entry.
 //
 // What was read is kept in memory, indexed by WWID, for as long as the file stays the same one unchanged; a
-// display of many volumes reads the file once. `holdVdiskWrites` saves its writes too.
+// display of many volumes reads the file once. `holdVdiskWrites` leaves its writes to a process beside it.
 //
 // All log lines are of level 0.
 #pragma once
+
+#include <string>
+#include <vector>
 
 constexpr char VDISK_CACHE_FILE[] = "/dumps/storage_config.json";
 
@@ -44,8 +47,17 @@ void store_wwid_vdiskname(const char *path, const char *wwid, const char *name);
 // for a "disk" that is no array, "File %s is larger than %lld bytes, not used.\n".
 void getStoredVdiskname(const char *path, const char *wwid, char *name, unsigned int *found);
 
-// Between the two calls a store into a file that exists changes the entries in memory alone; lookups see
-// them, log lines come at once. `releaseVdiskWrites` writes the file, once, if there is something to write; a
-// process that ends before has stored nothing. For a display that names many volumes at a time.
+// Between the two calls a store into a file that exists changes the entries in memory, which lookups see, and logs its
+// lines at once; the file learns of it at most a second later, through the writer (vdisk_writer.h), also when this process
+// ends before. `releaseVdiskWrites` waits until all is written. For a display that names many volumes.
 void holdVdiskWrites();
 void releaseVdiskWrites();
+
+// A WWID and the name that the array has for it.
+struct VdiskPair {
+    std::string wwid;
+    std::string name;
+};
+
+// Stores the pairs by the rules of `store_wwid_vdiskname`, in one write; only failures are logged.
+void mergeVdiskNames(const char *path, const std::vector<VdiskPair> &pairs);

@@ -29,18 +29,6 @@ bool isFirstTree(const cJSON *root, const char *wwid, const char *name) {
     return isText(entry->child, "wwid", wwid) && isText(entry->child->next, "vdisk_name", name);
 }
 
-void logChange(const char *wwid, const char *old_name, const char *new_name) {
-    constexpr char OPERATION[] = "update_wwid_vdiskname";
-    if (old_name[0] != '\0' && new_name[0] != '\0') {
-        ARRAY_LOG_AS(OPERATION, "device (%s), vdisk name change from (%s) to (%s).\n", wwid, old_name,
-                     new_name);
-    } else if (new_name[0] != '\0') {
-        ARRAY_LOG_AS(OPERATION, "device (%s), vdisk name change from (NULL) to (%s).\n", wwid, new_name);
-    } else {
-        ARRAY_LOG_AS(OPERATION, "device (%s), vdisk name change from (%s) to (NULL).\n", wwid, old_name);
-    }
-}
-
 } // namespace
 
 bool isJsonString(const cJSON *item) {
@@ -58,7 +46,7 @@ bool isJsonArray(const cJSON *item) {
 cJSON *firstDiskTree(const char *wwid, const char *name) {
     char text[FIRST_FILE_SIZE] = "";
     snprintf(text, sizeof(text), FIRST_FILE, wwid, name);
-    cJSON *root = cJSON_Parse(text);
+    cJSON *root = wwid[0] == '\0' ? nullptr : cJSON_Parse(text);
     if (root == nullptr || !isFirstTree(root, wwid, name)) {
         cJSON_Delete(root);
         return nullptr;
@@ -88,7 +76,9 @@ int update_wwid_vdiskname(cJSON *root, const char *wwid, cJSON *name, unsigned i
         const cJSON *item = cJSON_GetObjectItem(entry, "wwid");
         if (isJsonString(item) && strcmp(item->valuestring, wwid) == 0) {
             *found = 1;
-            if (renameEntry(entry, wwid, name)) {
+            std::string old_name;
+            if (renameEntry(entry, name, &old_name)) {
+                logNameChange(wwid, old_name.c_str(), name->valuestring);
                 *updated = 1;
                 *index = i;
             }
@@ -98,17 +88,25 @@ int update_wwid_vdiskname(cJSON *root, const char *wwid, cJSON *name, unsigned i
     return 0;
 }
 
-bool renameEntry(cJSON *entry, const char *wwid, cJSON *name) {
+bool renameEntry(cJSON *entry, cJSON *name, std::string *old_name) {
     const cJSON *item = cJSON_GetObjectItem(entry, "vdisk_name");
     if (!isJsonString(item) || strcmp(item->valuestring, name->valuestring) == 0) {
         return false;
     }
-    const std::string old_name = item->valuestring; // the old item is gone after the replacement
-    if (cJSON_ReplaceItemInObject(entry, "vdisk_name", name) == 0) {
-        return false;
+    *old_name = item->valuestring; // the old item is gone after the replacement
+    return cJSON_ReplaceItemInObject(entry, "vdisk_name", name) != 0;
+}
+
+void logNameChange(const char *wwid, const char *old_name, const char *new_name) {
+    constexpr char OPERATION[] = "update_wwid_vdiskname";
+    if (old_name[0] != '\0' && new_name[0] != '\0') {
+        ARRAY_LOG_AS(OPERATION, "device (%s), vdisk name change from (%s) to (%s).\n", wwid, old_name,
+                     new_name);
+    } else if (new_name[0] != '\0') {
+        ARRAY_LOG_AS(OPERATION, "device (%s), vdisk name change from (NULL) to (%s).\n", wwid, new_name);
+    } else {
+        ARRAY_LOG_AS(OPERATION, "device (%s), vdisk name change from (%s) to (NULL).\n", wwid, old_name);
     }
-    logChange(wwid, old_name.c_str(), name->valuestring);
-    return true;
 }
 
 const char *jsonKey(const cJSON *item) {

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cjson/cJSON.h>
+#include <string>
 
 // True when `item` is not null and its type is exactly a string, an object, an array.
 bool isJsonString(const cJSON *item);
@@ -30,9 +31,12 @@ cJSON *firstDiskTree(const char *wwid, const char *name);
 int update_wwid_vdiskname(cJSON *root, const char *wwid, cJSON *name, unsigned int *found,
                           unsigned int *updated, int *index);
 
-// The last step of the rule: gives `entry`, which is the WWID's, the name. True when it was another text: the
-// change is logged and `name` belongs to the tree.
-bool renameEntry(cJSON *entry, const char *wwid, cJSON *name);
+// The last step of the rule: gives `entry`, which is the WWID's, the name. True when it was another text, which is then
+// in `*old_name`, and `name` belongs to the tree. False when nothing was changed. Throws std::bad_alloc.
+bool renameEntry(cJSON *entry, cJSON *name, std::string *old_name);
+
+// Logs the change of a name, as above.
+void logNameChange(const char *wwid, const char *old_name, const char *new_name);
 
 // The key of `item` for a log line, "" when there is none.
 const char *jsonKey(const cJSON *item);

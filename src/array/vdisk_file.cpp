@@ -9,6 +9,8 @@
 
 #include "array/vdisk_cache.h"
 #include "array/vdisk_entry.h"
+#include "common/dumps_folder.h"
+#include "common/json_memory.h"
 #include "common/owned.h"
 #include "common/replace_file.h"
 
@@ -40,7 +42,7 @@ bool isCurrent(const char *path) {
         return false;
     }
     struct stat now = {};
-    return kept.unwritten || (stat(path, &now) == 0 && isSameFile(now, kept.attributes));
+    return stat(path, &now) == 0 && isSameFile(now, kept.attributes);
 }
 
 // Reads at most `size` bytes; false when that fails.
@@ -73,7 +75,7 @@ Text readText(int fd, size_t size) {
 // READY with the text and the attributes of the file, or what stands in the way.
 TreeState readFile(const char *path, Text *text, struct stat *attributes) {
     // Without waiting: a named pipe in this place must not hold the command up.
-    const dravik::Descriptor file(open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    const dravik::Descriptor file = dravik::openDataFile(path, O_RDONLY | O_NONBLOCK);
     if (!file.isOpen()) {
         return access(path, F_OK) == 0 ? TreeState::UNREADABLE : TreeState::MISSING;
     }
@@ -118,8 +120,8 @@ void buildIndex(VdiskTree *tree) {
 
 } // namespace
 
-TreeState loadVdiskTree(const char *path, VdiskTree **tree, std::string *error) {
-    if (isCurrent(path)) {
+TreeState loadVdiskTree(const char *path, bool held, VdiskTree **tree, std::string *error) {
+    if ((held && kept.root != nullptr && kept.path == path) || isCurrent(path)) {
         *tree = &kept;
         return TreeState::READY;
     }
@@ -130,10 +132,11 @@ TreeState loadVdiskTree(const char *path, VdiskTree **tree, std::string *error) 
     if (state != TreeState::READY) {
         return state;
     }
+    const dravik::JsonMemory memory;
     kept.root = cJSON_Parse(text.get());
     if (kept.root == nullptr) {
         *error = jsonErrorText(); // it points into the text that is about to go
-        return TreeState::DAMAGED;
+        return memory.ranOut() ? TreeState::UNREADABLE : TreeState::DAMAGED;
     }
     kept.path = path;
     kept.attributes = attributes;
@@ -142,16 +145,11 @@ TreeState loadVdiskTree(const char *path, VdiskTree **tree, std::string *error) 
     return TreeState::READY;
 }
 
-VdiskTree *unwrittenVdiskTree() {
-    return kept.root != nullptr && kept.unwritten ? &kept : nullptr;
-}
-
 void forgetVdiskTree() {
     kept.entries.clear();
     cJSON_Delete(kept.root);
     kept.root = nullptr;
     kept.disk = nullptr;
-    kept.unwritten = false;
 }
 
 cJSON *entryForUpdate(const VdiskTree *tree, const char *wwid, const cJSON **blocked_by) {
@@ -183,10 +181,8 @@ int writeVdiskTree(VdiskTree *tree) {
     if (error != 0 || stat(tree->path.c_str(), &tree->attributes) != 0) {
         // The tree no longer tells what the file holds.
         forgetVdiskTree();
-        return error;
     }
-    tree->unwritten = false;
-    return 0;
+    return error;
 }
 
 int writeJsonFile(const char *path, const cJSON *root) {
@@ -198,7 +194,7 @@ int writeJsonFile(const char *path, const cJSON *root) {
     const size_t length = strlen(text);
     const int error = length > static_cast<size_t>(VDISK_CACHE_LIMIT)
                           ? EFBIG
-                          : replaceFile(path, text, length, MODE_WHEN_NEW);
+                          : dravik::replaceFileInTurn(path, text, length, MODE_WHEN_NEW);
     cJSON_free(text);
     return error;
 }

@@ -12,7 +12,7 @@
 enum class TreeState {
     READY,
     MISSING,    // there is no such file
-    UNREADABLE, // there is one, but it cannot be opened or read, or is no regular file
+    UNREADABLE, // there is one, but it cannot be opened or read, is no regular file, or memory ran out
     TOO_LARGE,  // more than VDISK_CACHE_LIMIT bytes
     DAMAGED     // empty, or does not parse
 };
@@ -33,18 +33,14 @@ struct VdiskTree {
     cJSON *first_bad_item;
     // The first object of each WWID. The keys lie in the tree; nothing changes a "wwid" there.
     std::unordered_map<std::string_view, TreeEntry> entries;
-    bool unwritten; // changed since it was read or written
 };
 
-// The tree of the file `path`: the one in memory while the file is the same unchanged one or the tree holds
-// something unwritten, otherwise read anew. `*tree` is set for READY and borrowed until the next call.
+// The tree of the file `path`: the one in memory while the file is the same unchanged one, or while `held` says that it
+// is ahead of the file; otherwise read anew. `*tree` is set for READY and borrowed until the next call.
 // `*error` receives the place where the parse stopped, for DAMAGED. Logs nothing.
-TreeState loadVdiskTree(const char *path, VdiskTree **tree, std::string *error);
+TreeState loadVdiskTree(const char *path, bool held, VdiskTree **tree, std::string *error);
 
-// The tree in memory if it holds something unwritten, otherwise null.
-VdiskTree *unwrittenVdiskTree();
-
-// Drops the tree in memory, unwritten changes included.
+// Drops the tree in memory.
 void forgetVdiskTree();
 
 // Where the update rule of vdisk_json.h finds the entry of `wwid`: null when an element that is no object
@@ -57,8 +53,9 @@ cJSON *entryForLookup(const VdiskTree *tree, const char *wwid);
 // Appends an entry to "disk", which is an array. False when memory ran out: nothing has changed.
 bool appendEntry(VdiskTree *tree, const char *wwid, const char *name);
 
-// Writes the tree, formatted, into its file. 0 or the error number.
+// Writes the tree, formatted, into its file, within the turn that the caller has taken for it
+// (common/replace_file.h). 0 or the error number.
 int writeVdiskTree(VdiskTree *tree);
 
-// Writes `root`, formatted, into `path`. 0 or the error number.
+// Writes `root`, formatted, into `path`, in the same way. 0 or the error number.
 int writeJsonFile(const char *path, const cJSON *root);

@@ -11,6 +11,7 @@
 
 #include "cli/caller.h"
 #include "common/log.h"
+#include "host/interruption.h"
 
 namespace {
 
@@ -18,8 +19,6 @@ namespace {
 constexpr size_t COMMAND_SIZE = 480;
 constexpr size_t RESULT_SIZE = 300;
 constexpr size_t WHO_SIZE = USER_NAME_SIZE + USER_NAME_SIZE + COMMAND_SIZE + 64;
-
-constexpr int ENDING_SIGNALS[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
 
 char who[WHO_SIZE] = "user unknown ran []"; // everything up to the colon
 
@@ -37,16 +36,10 @@ void writeInterruptedLine(int signal_number) {
     const size_t length = strlen(interrupted_line);
     memcpy(interrupted_line + length, signal_number < 10 ? number + 1 : number, sizeof(number) - 1);
     mkdir(g_log_file_dir, 0700); // on a host where no line has been logged yet
-    const int fd = open(log_path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600);
+    const int fd = open(log_path, O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600);
     if (fd >= 0 && write(fd, interrupted_line, strlen(interrupted_line)) < 0) {
         // A line that cannot be written is lost, as every other.
     }
-}
-
-// SA_RESETHAND has put the default action back: the signal, raised again, ends the process as it would have.
-void onEndingSignal(int signal_number) {
-    writeInterruptedLine(signal_number);
-    raise(signal_number);
 }
 
 void prepareInterruptedLine() {
@@ -62,29 +55,6 @@ void prepareInterruptedLine() {
     snprintf(log_path, sizeof(log_path), "%s%s", g_log_file_dir, g_log_file_name);
 }
 
-void catchEndingSignals() {
-    struct sigaction action = {};
-    action.sa_handler = onEndingSignal;
-    sigfillset(&action.sa_mask);
-    action.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND);
-    for (const int number : ENDING_SIGNALS) {
-        struct sigaction before = {};
-        // A signal that the parent had us ignore does not end us.
-        if (sigaction(number, nullptr, &before) == 0 && before.sa_handler == SIG_DFL) {
-            sigaction(number, &action, nullptr);
-        }
-    }
-}
-
-void releaseEndingSignals() {
-    for (const int number : ENDING_SIGNALS) {
-        struct sigaction before = {};
-        if (sigaction(number, nullptr, &before) == 0 && before.sa_handler == onEndingSignal) {
-            signal(number, SIG_DFL);
-        }
-    }
-}
-
 } // namespace
 
 void beginAudit(int argc, const char *const *argv) {
@@ -97,7 +67,7 @@ void beginAudit(int argc, const char *const *argv) {
     snprintf(who, sizeof(who), "user %s%s%s%s ran [%s]", user, login[0] == '\0' ? "" : " (login ", login,
              login[0] == '\0' ? "" : ")", command);
     prepareInterruptedLine();
-    catchEndingSignals();
+    dravik::deferEndingSignals(writeInterruptedLine);
 }
 
 void auditResult(const s_ecItems *result) {
@@ -111,12 +81,16 @@ void auditResult(const s_ecItems *result) {
 void auditText(const char *text) {
     char shown[RESULT_SIZE] = "";
     shownText(text, shown, sizeof(shown));
+    char interrupted[64] = "";
     // Held back meanwhile: one of the two lines is written, not both.
     sigset_t all;
     sigfillset(&all);
     sigset_t before;
     sigprocmask(SIG_BLOCK, &all, &before);
-    DRAVIK_LOG_AS("audit", LOG_INFO, "%s: %s", who, shown);
-    releaseEndingSignals();
+    if (dravik::pendingSignal() != 0) {
+        snprintf(interrupted, sizeof(interrupted), "interrupted by signal %d, ", dravik::pendingSignal());
+    }
+    DRAVIK_LOG_AS("audit", LOG_INFO, "%s: %s%s", who, interrupted, shown);
+    dravik::setSuddenEnd(nullptr);
     sigprocmask(SIG_SETMASK, &before, nullptr);
 }

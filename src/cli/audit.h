@@ -10,11 +10,11 @@
 
 #include "common/result.h"
 
-// Remembers who runs `argv` (params.h). From here to `auditResult` or `auditText` a SIGINT, SIGTERM, SIGHUP or
-// SIGQUIT that ends the process leaves the line too, with the time of this call and "ended by signal N"; a
-// SIGKILL or a power cut leaves none.
+// Remembers who runs `argv` and defers the signals that would end the process (host/interruption.h). From here to
+// `auditResult` or `auditText` a signal that ends the process at once leaves the line too, with the time of this call and
+// "ended by signal N"; a SIGKILL or a power cut leaves none.
 void beginAudit(int argc, const char *const *argv);
 
-// Write the line with the text of the record (a success as "Command executed successfully."), or with `text`.
+// Write the line, "interrupted by signal N, " before the result when a signal is pending, with the text of the record (a success as "Command executed successfully."), or with `text`.
 void auditResult(const s_ecItems *result);
 void auditText(const char *text);

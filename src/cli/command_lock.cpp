@@ -15,6 +15,7 @@
 #include "cli/caller.h"
 #include "common/own_file.h"
 #include "common/owned.h"
+#include "host/interruption.h"
 
 const char *const COMMAND_LOCK_FILES[] = {"/run/dravik.lock", "/var/run/dravik.lock", "/var/lock/dravik.lock",
                                           nullptr};
@@ -73,7 +74,7 @@ std::string holderOf(int fd) {
 // ---- waiting
 
 // The outcome of one attempt at one place.
-enum class Attempt { taken, busy, impossible };
+enum class Attempt { taken, busy, impossible, interrupted };
 
 // Tries once; the file stays open in `*file` unless the attempt is impossible, which leaves errno. A cleaner may
 // have removed the file that is open: others then lock a new one.
@@ -111,6 +112,9 @@ Attempt waitAt(const char *path, unsigned int seconds, dravik::Descriptor *file)
     Attempt attempt = tryOnce(path, file);
     const unsigned int pauses = seconds == 0 ? 0 : TENTHS + seconds - 1;
     for (unsigned int pause = 0; attempt == Attempt::busy && pause < pauses; ++pause) {
+        if (dravik::pendingSignal() != 0) {
+            return Attempt::interrupted;
+        }
         pauseBefore(pause); // the first also leaves a fresh holder the time to write down who he is
         attempt = tryOnce(path, file);
         if (attempt == Attempt::busy && pause == 0) {
@@ -132,6 +136,9 @@ int takeCommandLock(const char *command_line, const char *const *files, unsigned
             writeHolder(opened.get(), command_line);
             held = std::move(opened);
             return COMMAND_LOCK_TAKEN;
+        }
+        if (attempt == Attempt::interrupted) {
+            return COMMAND_LOCK_INTERRUPTED;
         }
         if (attempt == Attempt::busy) {
             fprintf(stderr, "dravik: gave up after %u seconds, nothing was changed: still running is %s\n",

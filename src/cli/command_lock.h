@@ -18,9 +18,10 @@ extern const char *const COMMAND_LOCK_FILES[];
 constexpr unsigned int COMMAND_LOCK_SECONDS = 60;
 
 // What `takeCommandLock` answers.
-constexpr int COMMAND_LOCK_TAKEN = 1;       // until `releaseCommandLock` or the end of the process
-constexpr int COMMAND_LOCK_BUSY = 0;        // another command has it still
-constexpr int COMMAND_LOCK_IMPOSSIBLE = -1; // no file at any of the places
+constexpr int COMMAND_LOCK_TAKEN = 1;        // until `releaseCommandLock` or the end of the process
+constexpr int COMMAND_LOCK_BUSY = 0;         // another command has it still
+constexpr int COMMAND_LOCK_IMPOSSIBLE = -1;  // no file at any of the places
+constexpr int COMMAND_LOCK_INTERRUPTED = -2; // a signal came while it waited (host/interruption.h)
 
 // Takes the lock for `command_line`, a printable text, waiting up to `seconds` for another holder. One line on
 // standard error says for whom it waits, another that it gave up. Where no file can be made, a line says that

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <new>
 #include <string_view>
 #include <unistd.h>
 
@@ -21,6 +22,7 @@
 #include "commands/version.h"
 #include "common/exit_status.h"
 #include "common/startup.h"
+#include "host/interruption.h"
 
 namespace {
 
@@ -81,6 +83,15 @@ void sayIfNotRoot() {
     }
 }
 
+// The command, whose lack of memory is a result like any other.
+s_ecItems *runHandler(const Command &command, const CommandLine &line) {
+    try {
+        return command.run(line.argc);
+    } catch (const std::bad_alloc &) {
+        return &EC_molloc_failed;
+    }
+}
+
 // Every check that comes before the command runs.
 s_ecItems *checkAll(const Command &command, const CommandLine &line) {
     s_ecItems *result = command.check_parameters(line.argc, line.argv);
@@ -95,20 +106,25 @@ int runChangingCommand(const Command &command, const CommandLine &line, const Co
     if (!isFailure(result)) {
         char shown[480] = "";
         shownCommandLine(typed.argc, typed.argv, shown, sizeof(shown));
-        if (takeCommandLock(shown, COMMAND_LOCK_FILES, COMMAND_LOCK_SECONDS) == COMMAND_LOCK_BUSY) {
+        const int turn = takeCommandLock(shown, COMMAND_LOCK_FILES, COMMAND_LOCK_SECONDS);
+        if (turn == COMMAND_LOCK_BUSY || turn == COMMAND_LOCK_INTERRUPTED) {
             auditText("not run, another command was still running.");
+            dravik::endByPendingSignal();
             return EXIT_FAILED;
         }
-        result = command.run(line.argc);
+        result = runHandler(command, line);
     }
     auditResult(result);
-    return answer(result);
+    const int status = answer(result);
+    fflush(stdout);
+    dravik::endByPendingSignal();
+    return status;
 }
 
 int runReadingCommand(const Command &command, const CommandLine &line) {
     s_ecItems *result = checkAll(command, line);
     if (!isFailure(result)) {
-        result = command.run(line.argc);
+        result = runHandler(command, line);
         if (!isFailure(result) && line.word(1) == "devstats") {
             sampleDevStats(static_cast<unsigned int>(dravik::intervalSeconds())); // ends with the process
         }
@@ -118,6 +134,10 @@ int runReadingCommand(const Command &command, const CommandLine &line) {
 
 // Runs the command that `line` begins with; `typed` is the whole command line.
 int runCommand(const Command &command, const CommandLine &line, const CommandLine &typed) {
+    if (command.changes_host && geteuid() != 0) {
+        fprintf(stderr, "dravik: %s changes the host: run it as root\n", command.name);
+        return EXIT_FAILED;
+    }
     sayIfNotRoot();
     return command.changes_host ? runChangingCommand(command, line, typed) : runReadingCommand(command, line);
 }
@@ -183,5 +203,11 @@ int main(int argc, char **argv) {
     const CommandLine line = {argc, argv};
     const int name = line.word(1) == "--service" ? 2 : 1;
     const Command *command = name < argc ? dravik::findCommand(argv[name]) : nullptr;
-    return flushOutput(run(line), command != nullptr && command->changes_host);
+    int status = EXIT_FAILED;
+    try {
+        status = run(line);
+    } catch (const std::bad_alloc &) {
+        status = answer(&EC_molloc_failed);
+    }
+    return flushOutput(status, command != nullptr && command->changes_host);
 }

@@ -1,6 +1,7 @@
 // Reviving paths and rebuilding maps.
 #include "commands/aggregation.h"
 
+#include "host/interruption.h"
 #include "host/task.h"
 #include "host/tool_names.h"
 
@@ -8,5 +9,6 @@ using dravik::operator""_sh;
 
 s_ecItems *aggregation() {
     dravik::runScript(__func__, SH_run_all_offline_path);
-    return dravik::runTask(__func__, dravik::ShellCommand(CMD_velomux, " -r"_sh));
+    const dravik::ShellCommand reload(CMD_velomux, " -r"_sh);
+    return dravik::finishStep([&] { return dravik::runTask("aggregation", reload); });
 }

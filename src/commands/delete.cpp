@@ -12,11 +12,13 @@
 #include "common/text.h"
 #include "host/command_output.h"
 #include "host/host_os.h"
+#include "host/interruption.h"
 #include "host/task.h"
 #include "host/timed_task.h"
 #include "host/tool_names.h"
 #include "topology/topology_query.h"
 
+using dravik::DeviceName;
 using dravik::ShellCommand;
 using dravik::operator""_sh;
 
@@ -40,8 +42,8 @@ void formatFlush(const s_dravik *device, Flush *flush) {
     const bool by_name = isSuse11Sp4(get_os_name());
     const char *word = by_name ? device->path_alias : device->device_number;
     snprintf(flush->node, sizeof(flush->node), by_name ? "/dev/mapper/%s" : "/dev/dm-%s", word);
-    flush->command = by_name ? ShellCommand(CMD_velomux, " -f "_sh, word)
-                             : ShellCommand(CMD_velomux, " -f /dev/dm-"_sh, word);
+    flush->command = by_name ? ShellCommand(CMD_velomux, " -f "_sh, DeviceName{word})
+                             : ShellCommand(CMD_velomux, " -f /dev/dm-"_sh, DeviceName{word});
 }
 
 // One attempt after the other until the map is gone. The last failure when it stays.
@@ -59,7 +61,10 @@ s_ecItems *flushMap(const char *operation, const Flush &flush) {
         if (output.pages != nullptr) {
             output.pages[0] = '\0'; // the answer of one attempt never decides the next
         }
-        result = runTimed(operation, flush.command, output.pages, TASK_OUTPUT_SIZE);
+        // Once more after Ctrl+C, which may have ended the tool: that counts as a success, and the paths would go while
+        // the map is still there.
+        result = dravik::finishStep(
+            [&] { return runTimed(operation, flush.command, output.pages, TASK_OUTPUT_SIZE); });
         if (!isFailure(result)) {
             return result;
         }
@@ -101,7 +106,9 @@ s_ecItems *delete_(const char *alias) {
     result = flushMap(__func__, flush);
     if (!isFailure(result)) {
         stopTimer();
+        dravik::setUnfinished("the map is flushed, not all block devices of its paths are deleted");
         result = deleteDrive(device->pdev);
+        dravik::setUnfinished(nullptr);
     }
     return isFailure(result) ? result : &EC_ok;
 }

@@ -7,23 +7,26 @@
 #include "common/log.h"
 #include "common/text.h"
 #include "host/command_output.h"
+#include "host/interruption.h"
 #include "host/task.h"
 #include "host/tool_names.h"
 
+using dravik::DeviceName;
 using dravik::ShellCommand;
 using dravik::operator""_sh;
 
 namespace {
 
 ShellCommand deletionOf(const char *name) {
-    return ShellCommand(CMD_echo, " 1 > /sys/block/"_sh, name, "/device/delete"_sh);
+    return ShellCommand(CMD_echo, " 1 > /sys/block/"_sh, DeviceName{name}, "/device/delete"_sh);
 }
 
 // Deletes one block device that /sys/block knows.
 s_ecItems *deleteBlockDevice(const char *operation, const char *name) {
     char folder[128] = "";
     snprintf(folder, sizeof(folder), "/sys/block/%s", name);
-    return access(folder, F_OK) == 0 ? runTask(operation, deletionOf(name)) : &EC_ok;
+    return dravik::finishStep(
+        [&] { return access(folder, F_OK) == 0 ? runTask(operation, deletionOf(name)) : &EC_ok; });
 }
 
 } // namespace
@@ -51,9 +54,10 @@ s_ecItems *delPathInfo(const char *number) {
     if (safe_strlen(number) == 0) {
         return &EC_ok;
     }
+    const ShellCommand command(CMD_velomux, " -f /dev/dm-"_sh, DeviceName{number});
     const CommandOutput output;
-    s_ecItems *result = runForOutput(__func__, ShellCommand(CMD_velomux, " -f /dev/dm-"_sh, number),
-                                     output.pages, TASK_OUTPUT_SIZE);
+    s_ecItems *result = dravik::finishStep(
+        [&] { return runForOutput("delPathInfo", command, output.pages, TASK_OUTPUT_SIZE); });
     return isFailure(result) && dravik::saysInUse(output.pages) ? &EC_del_failed_for_using : result;
 }
 

@@ -1,12 +1,16 @@
 // The command `devstats`: from the topology to the statistics engine.
 #include "commands/devstats.h"
 
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <new>
 #include <unistd.h>
 
+#include "common/exit_status.h"
+#include "common/visible_text.h"
 #include "stats/cpu_stat.h"
 #include "stats/device_list.h"
 #include "stats/device_names.h"
@@ -16,6 +20,13 @@
 #include "topology/topology_query.h"
 
 namespace {
+
+// The statistics' own end when memory runs out, here as in the engine.
+[[noreturn]] void endWithoutMemory() {
+    errno = ENOMEM;
+    perror("malloc");
+    exit(dravik::EXIT_NO_MEMORY);
+}
 
 // Takes a topology with `ask`, which also tells the number of lines of the listing, and registers it.
 template <typename Ask> s_ecItems *registerTopology(Ask ask) {
@@ -27,7 +38,11 @@ template <typename Ask> s_ecItems *registerTopology(Ask ask) {
     s_ecItems *result = ask(head.get(), &lines);
     if (!isFailure(result)) {
         salloc_dev_list(static_cast<int>(lines));
-        printDravikStats(firstDravik(head.get()));
+        try {
+            printDravikStats(firstDravik(head.get()));
+        } catch (const std::bad_alloc &) {
+            endWithoutMemory();
+        }
     }
     return result;
 }
@@ -60,7 +75,7 @@ void printDravikStats(const s_dravik *first) {
 void _printOneDravikStats(const s_dravik *device) {
     char name[DEVICE_NAME_SIZE] = "";
     snprintf(name, sizeof(name), "dm-%s", device->device_number);
-    update_dev_list(&dlist_idx, shownName(name), device->path_alias);
+    update_dev_list(&dlist_idx, shownName(name), dravik::VisibleText(device->path_alias).text());
     for (const s_path_dev *path = firstPathDev(device->pdev); path != nullptr; path = nextPathDev(path)) {
         update_dev_list(&dlist_idx, shownName(path->dev_name), path->dev_name);
     }
@@ -86,6 +101,10 @@ void sampleDevStats(unsigned int seconds) {
     alarm(seconds);
 
     struct tm now = {};
-    rw_io_stat_loop(count, &now);
+    try {
+        rw_io_stat_loop(count, &now);
+    } catch (const std::bad_alloc &) {
+        endWithoutMemory();
+    }
     exit(0);
 }

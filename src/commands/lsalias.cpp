@@ -4,24 +4,27 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <string>
 #include <vector>
 
 #include "common/log.h"
 #include "common/text.h"
 #include "common/text_split.h"
+#include "common/visible_text.h"
 #include "host/command_output.h"
 #include "host/task.h"
 #include "host/tool_names.h"
 
 using dravik::ShellCommand;
+using dravik::VisibleText;
 using dravik::operator""_sh;
 
 namespace {
 
-// A row of the table; both texts lie in the script's output.
+// A row of the table, as it is shown.
 struct AliasRow {
-    char *wwid;
-    char *alias;
+    std::string wwid;
+    std::string alias;
 };
 
 // Cuts the script's output into rows, up to a line without a blank; an empty one is such a line.
@@ -42,19 +45,19 @@ std::vector<AliasRow> readRows(char *text) {
             break;
         }
         *blank = '\0';
-        rows.push_back({line, blank + 1});
+        rows.push_back({VisibleText(line).text(), VisibleText(blank + 1).text()});
     }
     return rows;
 }
 
-void printTable(const std::vector<AliasRow> &rows) {
+void printTable(std::vector<AliasRow> rows) {
     char wwid_heading[] = "wwid";
     char alias_heading[] = "alias";
     size_t wwid_width = strlen(wwid_heading);
     size_t alias_width = strlen(alias_heading);
     for (const AliasRow &row : rows) {
-        wwid_width = std::max(wwid_width, strlen(row.wwid));
-        alias_width = std::max(alias_width, strlen(row.alias));
+        wwid_width = std::max(wwid_width, row.wwid.size());
+        alias_width = std::max(alias_width, row.alias.size());
     }
     const int first = static_cast<int>(wwid_width) + 1;
     const int second = static_cast<int>(alias_width);
@@ -62,9 +65,9 @@ void printTable(const std::vector<AliasRow> &rows) {
     printWidth(wwid_heading, first);
     printWidth(alias_heading, first);
     putchar('\n');
-    for (const AliasRow &row : rows) {
-        printWidth(row.wwid, first);
-        printWidth(row.alias, second);
+    for (AliasRow &row : rows) {
+        printWidth(row.wwid.data(), first);
+        printWidth(row.alias.data(), second);
         putchar('\n');
     }
 }

@@ -7,7 +7,10 @@
 #include "commands/policy_scripts.h"
 #include "common/log.h"
 #include "common/os_name.h"
+#include "common/visible_text.h"
 #include "host/host_os.h"
+
+using dravik::VisibleText;
 
 namespace {
 
@@ -28,7 +31,7 @@ s_ecItems *lspathpolicy() {
     }
     print__();
     puts("SCSI DISK: ");
-    printf("chooser_type: %s\n", displayedChooser(chooser));
+    printf("chooser_type: %s\n", VisibleText(displayedChooser(chooser)).text());
     if (isNvmeCapableOs(get_os_name())) {
         group[0] = '\0';
         chooser[0] = '\0';
@@ -39,8 +42,8 @@ s_ecItems *lspathpolicy() {
         // Both as the script has them: only the SCSI selector is shown under the product's name.
         puts("");
         puts("NVMe DISK: ");
-        printf("group_policy: %s\n", group);
-        printf("chooser_type: %s\n", chooser);
+        printf("group_policy: %s\n", VisibleText(group).text());
+        printf("chooser_type: %s\n", VisibleText(chooser).text());
     }
     print__();
     return &EC_info_ok;

@@ -3,6 +3,7 @@
 
 #include "commands/conf_backup.h"
 #include "commands/vendor_block.h"
+#include "host/interruption.h"
 #include "host/task.h"
 #include "host/tool_names.h"
 
@@ -27,7 +28,9 @@ s_ecItems *restoreStockFile() {
     if (isFailure(addConf())) {
         rollBackConfFile();
     }
-    return chmodConfFile();
+    result = chmodConfFile();
+    // Ctrl+C may have ended one of the steps, which counts as a success.
+    return dravik::pendingSignal() != 0 ? &EC_exe_cmd_failed : result;
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 #include "common/log.h"
 #include "common/owned.h"
 #include "common/text_split.h"
+#include "common/visible_text.h"
 #include "host/command_output.h"
 #include "host/task.h"
 #include "host/tool_names.h"
@@ -24,7 +25,7 @@ s_ecItems *lsport() {
     print__();
     // Nothing is added behind the last piece: output without a final newline has the separator on its line.
     for (unsigned int i = 0; i < count; ++i) {
-        printf(i == 0 ? "%s" : "\n%s", pieces[i]);
+        printf(i == 0 ? "%s" : "\n%s", dravik::VisibleText(pieces[i]).text());
     }
     print__();
     return result;

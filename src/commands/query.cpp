@@ -2,6 +2,7 @@
 #include "commands/query.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
 #include <cstring>
 #include <iterator>
@@ -13,12 +14,20 @@
 #include "common/character_tests.h"
 #include "common/log.h"
 #include "common/text.h"
+#include "common/visible_text.h"
 #include "topology/topology_query.h"
+
+using dravik::VisibleText;
 
 namespace {
 
 // A line of the command log under the name of the operation that others know.
 #define QUERY_LOG(...) DRAVIK_LOG_AS("_printOneDravik", LOG_ERROR, __VA_ARGS__)
+
+// What a field holds comes from the listing or the array; it must neither forge another nor reach the terminal.
+void printField(const char *name, const char *value) {
+    printf("%s: %s\n", name, VisibleText(value).text());
+}
 
 // ---- virtual-disk name
 
@@ -41,7 +50,7 @@ void askArray(s_dravik *device, bool nvme) {
 void printVdiskName(s_dravik *device, bool nvme) {
     askArray(device, nvme);
     if (device->vdisk_name[0] != '\0') {
-        printf("vdisk_name: %s\n", device->vdisk_name);
+        printField("vdisk_name", device->vdisk_name);
     } else {
         QUERY_LOG("This device (%s), the vdisk name we obtained is NULL.\n", device->wwid);
     }
@@ -59,7 +68,7 @@ void printStoredVdiskName(s_dravik *device) {
         QUERY_LOG("This device (%s) is a failed device, we get the vdisk name from file is NULL.\n",
                   device->wwid);
     } else {
-        printf("vdisk_name: %s\n", device->vdisk_name);
+        printField("vdisk_name", device->vdisk_name);
     }
 }
 
@@ -86,13 +95,12 @@ constexpr const char *HEADINGS[] = {
 constexpr int HEADING_COUNT = 9;
 constexpr int VALUE_COUNT = 7; // of the columns that paths fill
 
-struct Values {
-    const char *text[VALUE_COUNT];
-};
+using Values = std::array<VisibleText, VALUE_COUNT>;
 
 Values valuesOf(const s_path_dev *path) {
-    return {{path->dev_id, path->dev_name, path->dev_node, path->path_policy, path->path_status,
-             path->dravik_status, path->target_port}};
+    return {VisibleText(path->dev_id),      VisibleText(path->dev_name),    VisibleText(path->dev_node),
+            VisibleText(path->path_policy), VisibleText(path->path_status), VisibleText(path->dravik_status),
+            VisibleText(path->target_port)};
 }
 
 // HUAWEI and HITACHI arrays know nothing of the product's policies: their plain rotation is shown as listed.
@@ -114,12 +122,9 @@ void fillPathPolicy(const s_dravik *device, s_path_dev *path) {
     snprintf(path->path_policy, sizeof(path->path_policy), "%s%s", selector.shown, rest);
 }
 
-// One row, each cell padded to its column and one blank.
-void printCells(const char *const *cells, const int *widths, int count) {
-    for (int i = 0; i < count; ++i) {
-        printf("%-*s", widths[i] + 1, cells[i]);
-    }
-    putchar('\n');
+// One cell, padded to its column and one blank.
+void printCell(const char *text, int width) {
+    printf("%-*s", width + 1, text);
 }
 
 void printPathTable(const s_dravik *device) {
@@ -130,16 +135,23 @@ void printPathTable(const s_dravik *device) {
         fillPathPolicy(device, path);
         const Values values = valuesOf(path);
         for (int i = 0; i < VALUE_COUNT; ++i) {
-            widths[i] = std::max(widths[i], static_cast<int>(strlen(values.text[i])));
+            widths[i] = std::max(widths[i], static_cast<int>(strlen(values[static_cast<size_t>(i)].text())));
         }
     }
     char line[131];
     memset(line, '=', sizeof(line) - 1);
     line[sizeof(line) - 1] = '\0';
     puts(line);
-    printCells(HEADINGS, widths, HEADING_COUNT);
+    for (int i = 0; i < HEADING_COUNT; ++i) {
+        printCell(HEADINGS[i], widths[i]);
+    }
+    putchar('\n');
     for (const s_path_dev *path = firstPathDev(device->pdev); path != nullptr; path = nextPathDev(path)) {
-        printCells(valuesOf(path).text, widths, VALUE_COUNT);
+        const int *width = widths;
+        for (const VisibleText &value : valuesOf(path)) {
+            printCell(value.text(), *width++);
+        }
+        putchar('\n');
     }
 }
 
@@ -161,9 +173,12 @@ template <typename Ask> s_ecItems *showTopology(Ask ask) {
 } // namespace
 
 void _printOneDravik(s_dravik *device) {
-    printf("path_alias: %s\nwwid: %s\ndevice_number: %s\nvendor: %s\nproduct_type: %s\nlun_size: %s\n",
-           device->path_alias, device->wwid, device->device_number, device->vendor, device->product_type,
-           device->lun_size);
+    printField("path_alias", device->path_alias);
+    printField("wwid", device->wwid);
+    printField("device_number", device->device_number);
+    printField("vendor", device->vendor);
+    printField("product_type", device->product_type);
+    printField("lun_size", device->lun_size);
     unsigned int nvme = 0;
     isNVMeDevice(device, &nvme);
     unsigned int failed = 0;

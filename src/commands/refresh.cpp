@@ -7,6 +7,7 @@
 #include "commands/device_removal.h"
 #include "commands/scan.h"
 #include "common/text.h"
+#include "host/interruption.h"
 #include "topology/topology_query.h"
 
 namespace {
@@ -46,12 +47,12 @@ s_ecItems *refresh() {
     for (const s_dravik *device = firstDravik(devices.get()); device != nullptr;
          device = nextDravik(device)) {
         result = clearDevice(device);
-        if (isFailure(result)) {
+        if (isFailure(result) || dravik::pendingSignal() != 0) {
             return result;
         }
     }
     result = scan();
-    if (isFailure(result)) {
+    if (isFailure(result) || dravik::pendingSignal() != 0) {
         return result;
     }
     sleep(SETTLE_SECONDS);

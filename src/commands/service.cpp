@@ -4,6 +4,7 @@
 #include "common/text.h"
 #include "host/command_output.h"
 #include "host/host_os.h"
+#include "host/interruption.h"
 #include "host/task.h"
 #include "host/tool_names.h"
 
@@ -73,6 +74,7 @@ s_ecItems *getStatus(bool *running) {
 
 s_ecItems *chMultipathdService(const char *action) {
     const bool sysv = dravik::prepareServiceTool();
-    return runTask(__func__, sysv ? ShellCommand(CMD_service, " dravikd "_sh, action)
-                                  : ShellCommand(CMD_systemctl, " "_sh, action, " dravikd.service"_sh));
+    const ShellCommand command = sysv ? ShellCommand(CMD_service, " dravikd "_sh, action)
+                                      : ShellCommand(CMD_systemctl, " "_sh, action, " dravikd.service"_sh);
+    return dravik::finishStep([&] { return runTask("chMultipathdService", command); });
 }

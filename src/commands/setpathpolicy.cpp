@@ -9,6 +9,7 @@
 #include "common/os_name.h"
 #include "common/text.h"
 #include "host/host_os.h"
+#include "host/interruption.h"
 #include "host/task.h"
 #include "host/tool_names.h"
 
@@ -92,6 +93,9 @@ s_ecItems *changePolicy() {
     result = runScripts(scripts);
     if (isFailure(result)) {
         return result;
+    }
+    if (dravik::pendingSignal() != 0) {
+        return &EC_exe_cmd_failed; // Ctrl+C may have ended one of them, which counts as a success
     }
     logChange("The path group policy is changed from [ %s ] to [ %s ]", group, gParamGroupVal);
     logChange("The path chooser type is changed from [ %s ] to [ %s ]", chooser, gParamChooserVal);

@@ -8,10 +8,12 @@
 #include "common/log.h"
 #include "common/text.h"
 #include "host/command_output.h"
+#include "host/interruption.h"
 #include "host/task.h"
 #include "host/tool_names.h"
 #include "topology/topology_query.h"
 
+using dravik::DeviceName;
 using dravik::ShellCommand;
 using dravik::operator""_sh;
 
@@ -54,12 +56,15 @@ s_ecItems *findPath(const char *alias, const char *path, char (*dev_name)[sizeof
 
 // Sends the change of one path to the daemon and records it.
 s_ecItems *sendChange(const char *operation, const PathChange &change, const char *path) {
-    const ShellCommand command("dravikd "_sh, change.verb, " path "_sh, path);
+    const ShellCommand command("dravikd "_sh, change.verb, " path "_sh, DeviceName{path});
     const CommandOutput output;
     if (isRefused(operation, command)) {
         return &EC_exe_cmd_failed;
     }
-    if (isFailure(runForOutput(operation, command, output.pages, TASK_OUTPUT_SIZE))) {
+    dravik::setUnfinished("the path's state may be changed without a record of it");
+    s_ecItems *sent =
+        dravik::finishStep([&] { return runForOutput(operation, command, output.pages, TASK_OUTPUT_SIZE); });
+    if (isFailure(sent)) {
         DRAVIK_LOG_AS(operation, LOG_ERROR, "Execute command [%s] failed\n", command.line());
         return &EC_exe_cmd_failed;
     }
@@ -68,8 +73,11 @@ s_ecItems *sendChange(const char *operation, const PathChange &change, const cha
         initEcItems1(change.refusal, path);
         return change.refusal;
     }
-    runTask(operation,
-            ShellCommand(CMD_sh, " "_sh, SH_path_state_record, " "_sh, change.record_action, " "_sh, path));
+    dravik::finishStep([&] {
+        return runTask(operation, ShellCommand(CMD_sh, " "_sh, SH_path_state_record, " "_sh,
+                                               change.record_action, " "_sh, path));
+    });
+    dravik::setUnfinished(nullptr);
     return &EC_ok;
 }
 
@@ -84,7 +92,7 @@ s_ecItems *changeState(const char *operation, const PathChange &change, const ch
 }
 
 s_ecItems *checkState(const char *operation, const char *path, const char *state, unsigned int *flag) {
-    const ShellCommand command("cat /sys/block/"_sh, path, "/device/state"_sh);
+    const ShellCommand command("cat /sys/block/"_sh, DeviceName{path}, "/device/state"_sh);
     const CommandOutput output;
     s_ecItems *result = runForOutput(operation, command, output.pages, TASK_OUTPUT_SIZE);
     if (!isFailure(result) && find_str(output.pages, state) != nullptr) {

@@ -58,6 +58,14 @@ void beginOutput(Output *output, const char *operation, char *buffer, int size, 
     buffer[0] = '\0';
 }
 
+// Gives up what has been read: half of it would pass for the whole.
+void releaseOutput(Output *output) {
+    if (output->grown != 0) {
+        free(*output->text);
+    }
+    *output->text = nullptr;
+}
+
 // Makes room for `more` characters. False when the allocation fails; the partial output is then released.
 bool growOutput(Output *output, size_t more) {
     const size_t steps = (output->step + more - 1) / output->step;
@@ -66,10 +74,7 @@ bool growOutput(Output *output, size_t more) {
     auto *larger =
         static_cast<char *>(output->grown != 0 ? realloc(*output->text, capacity + 1) : malloc(capacity + 1));
     if (larger == nullptr) {
-        if (output->grown != 0) {
-            free(*output->text);
-        }
-        *output->text = nullptr;
+        releaseOutput(output);
         CAPTURE_LOG(output, LOG_ERROR, "Malloc %d byte space failed.\n", static_cast<int>(capacity + 1));
         return false;
     }
@@ -87,6 +92,30 @@ void append(Output *output, size_t added) {
     (*output->text)[output->length] = '\0';
 }
 
+// Starts the shell with its standard output in `out` and with the signal mask `mask`. Each step is checked: a shell that
+// was started without its pipe would print to this process's own output, and what it printed would count as nothing.
+bool spawnShell(const char *command, int out, const sigset_t *mask, pid_t *pid) {
+    posix_spawn_file_actions_t actions;
+    posix_spawnattr_t attributes;
+    if (posix_spawn_file_actions_init(&actions) != 0) {
+        return false;
+    }
+    if (posix_spawnattr_init(&attributes) != 0) {
+        posix_spawn_file_actions_destroy(&actions);
+        return false;
+    }
+    char shell[] = "sh";
+    char option[] = "-c";
+    char *const arguments[] = {shell, option, const_cast<char *>(command), nullptr};
+    const bool started = posix_spawn_file_actions_adddup2(&actions, out, STDOUT_FILENO) == 0 &&
+                         posix_spawnattr_setsigmask(&attributes, mask) == 0 &&
+                         posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK) == 0 &&
+                         posix_spawn(pid, "/bin/sh", &actions, &attributes, arguments, environ) == 0;
+    posix_spawnattr_destroy(&attributes);
+    posix_spawn_file_actions_destroy(&actions);
+    return started;
+}
+
 // Starts the shell with its output in a pipe and with the signal mask `mask`.
 bool startShell(const char *command, const sigset_t *mask, Child *child) {
     int ends[2];
@@ -97,23 +126,9 @@ bool startShell(const char *command, const sigset_t *mask, Child *child) {
         // This process was started without standard output: the child's copy must survive the exec.
         fcntl(ends[1], F_SETFD, 0);
     }
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
-    posix_spawnattr_t attributes;
-    posix_spawnattr_init(&attributes);
-    posix_spawnattr_setsigmask(&attributes, mask);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
-
-    char shell[] = "sh";
-    char option[] = "-c";
-    char *const arguments[] = {shell, option, const_cast<char *>(command), nullptr};
-    const int failed = posix_spawn(&child->pid, "/bin/sh", &actions, &attributes, arguments, environ);
-
-    posix_spawnattr_destroy(&attributes);
-    posix_spawn_file_actions_destroy(&actions);
+    const bool started = spawnShell(command, ends[1], mask, &child->pid);
     close(ends[1]);
-    if (failed != 0) {
+    if (!started) {
         close(ends[0]);
         return false;
     }
@@ -122,49 +137,40 @@ bool startShell(const char *command, const sigset_t *mask, Child *child) {
 }
 
 // Waits for output with the signal mask `waiting`, then reads at most `size` bytes: the bytes read, 0 at the
-// end of the output.
-size_t readSome(int fd, char *to, size_t size, const sigset_t *waiting) {
+// end of the output, -1 with errno when waiting or reading failed: that is no end.
+ssize_t readSome(int fd, char *to, size_t size, const sigset_t *waiting) {
     for (;;) {
         pollfd ready = {fd, POLLIN, 0};
-        if (ppoll(&ready, 1, nullptr, waiting) < 0) {
-            if (errno == EINTR) {
-                continue;
-            }
-            return 0;
-        }
-        const ssize_t got = read(fd, to, size);
+        ssize_t got = ppoll(&ready, 1, nullptr, waiting);
         if (got >= 0) {
-            return static_cast<size_t>(got);
+            got = read(fd, to, size);
         }
-        if (errno != EINTR && errno != EAGAIN) {
-            return 0;
+        if (got >= 0 || (errno != EINTR && errno != EAGAIN)) {
+            return got;
         }
     }
 }
 
 // Reads the child's output to its end, straight into the buffer while it has room. A full buffer is not yet
 // an overflow: only what comes after it is, so that is read aside first.
-bool readAll(int fd, Output *output, const sigset_t *waiting) {
+// 0, EXE_NO_MEMORY or EXE_NOT_READ with errno.
+int readAll(int fd, Output *output, const sigset_t *waiting) {
     for (;;) {
-        const size_t room = output->capacity - output->length;
-        if (room > 0) {
-            const size_t got = readSome(fd, *output->text + output->length, room, waiting);
-            if (got == 0) {
-                return true;
-            }
-            append(output, got);
-            continue;
-        }
         char aside[LINE_SIZE];
-        const size_t got = readSome(fd, aside, sizeof(aside), waiting);
-        if (got == 0) {
-            return true;
+        const size_t room = output->capacity - output->length;
+        char *to = room > 0 ? *output->text + output->length : aside;
+        const ssize_t got = readSome(fd, to, room > 0 ? room : sizeof(aside), waiting);
+        if (got <= 0) {
+            return got == 0 ? 0 : EXE_NOT_READ;
         }
-        if (!growOutput(output, got)) {
-            return false;
+        const auto added = static_cast<size_t>(got);
+        if (room == 0) {
+            if (!growOutput(output, added)) {
+                return EXE_NO_MEMORY;
+            }
+            memcpy(*output->text + output->length, aside, added);
         }
-        memcpy(*output->text + output->length, aside, got);
-        append(output, got);
+        append(output, added);
     }
 }
 
@@ -193,11 +199,15 @@ int capture(const char *shell_command, const char *logged, Output *output, const
         CAPTURE_LOG(output, LOG_ERROR, "Popen command [%s] failed\n", logged);
         return EXE_NOT_STARTED;
     }
-    const bool complete = readAll(child.pipe, output, waiting);
+    const int result = readAll(child.pipe, output, waiting);
+    if (result == EXE_NOT_READ) {
+        CAPTURE_LOG(output, LOG_ERROR, "Read output of command [%s] failed: %s.\n", logged, strerror(errno));
+        releaseOutput(output);
+    }
     close(child.pipe);
     const int status = reap(child.pid, waiting);
-    if (!complete) {
-        return EXE_NO_MEMORY;
+    if (result != 0) {
+        return result;
     }
     const int exit_status = (status >> 8) & 0xFF;
     if (exit_status != 0) {

@@ -12,16 +12,19 @@
 // What the functions below answer when there is no exit status.
 constexpr int EXE_NOT_STARTED = -1;
 constexpr int EXE_NO_MEMORY = -2;
+constexpr int EXE_NOT_READ = -3; // its output could not be read to the end
 
 // Runs `command`; its error output goes where this process's goes.
 //   buffer, size   where the output goes while it fits; taken for empty on entry; `size` is at least 1
-//   out            set to `buffer`, or to the heap block after a growth; null after EXE_NO_MEMORY
+//   out            set to `buffer`, or to the heap block after a growth; null after EXE_NO_MEMORY and EXE_NOT_READ
 //   grown          set to 1 when `*out` is a heap block that the caller must free, and to 0 otherwise, when
 //                  the exit status is 0. After any other exit status the flag keeps the caller's value; the
 //                  caller tells a growth by `*out` differing from `buffer`.
 // Returns the exit status 0 to 255 (bits 8 to 15 of the wait status: a child killed by a signal counts as 0),
-// EXE_NOT_STARTED when the shell could not be started, EXE_NO_MEMORY when a growth failed.
+// EXE_NOT_STARTED when the shell could not be started, EXE_NO_MEMORY when a growth failed, EXE_NOT_READ when waiting for
+// the output or reading it failed: a part of it is never taken for the whole.
 // Logged at level 0: "Popen command [%s] failed\n"; "Malloc %d byte space failed.\n" with the size asked for;
+// "Read output of command [%s] failed: %s.\n" with the reason;
 // for an exit status other than 0 "Execute command [%s] failed, exit code [%d]\n" and "Error message: %s\n"
 // with the output; at level 3 "Execute command [%s] successfully.\n".
 int exe_query(const char *command, char *buffer, int size, char **out, int *grown);

@@ -8,13 +8,18 @@
 #include <cstring>
 #include <ctime>
 #include <fcntl.h>
+#include <poll.h>
+#include <string_view>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/time.h>
 #include <unistd.h>
 
+#include "common/dumps_folder.h"
+#include "common/own_file.h"
 #include "common/owned.h"
 #include "common/text_filter.h"
+#include "common/visible_text.h"
 
 bool log_started = true;
 bool debug_started = false;
@@ -31,12 +36,16 @@ const char *g_bk_file_name = nullptr;
 
 namespace {
 
-// The only directory that is ever created, and the only two logs that are ever rotated.
-constexpr char DUMPS_DIR[] = "/dumps/";
+// The only two logs that are ever rotated.
 constexpr char COMMAND_LOG[] = "/dumps/dravik_cli.log";
 constexpr char CHANGE_LOG[] = "/dumps/dravik_monitor.log";
 
 constexpr int64_t ROTATE_ABOVE_BYTES = 10485760; // 10 MiB; a file of exactly this size stays
+
+constexpr int LOCK_PAUSE_MS = 1;
+constexpr int LOCK_PAUSES = 2000; // two seconds
+constexpr int OPEN_TRIES =
+    8; // a log that is rotated away faster than it can be opened is a log of somebody else's
 
 constexpr size_t TEXT_SIZE = 1024; // escaped format, message and line, each with its terminator
 constexpr size_t PATH_SIZE = 200;
@@ -75,27 +84,82 @@ void timeStamp(char (&stamp)[STAMP_SIZE]) {
 }
 
 // The logs' own way to open: append, create, private to the owner.
-int open_file(const char *path) {
-    return path == nullptr ? -1 : open(path, O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
+dravik::Descriptor open_file(const char *path) {
+    return path == nullptr ? dravik::Descriptor()
+                           : dravik::openDataFile(path, O_RDWR | O_CREAT | O_APPEND, 0600);
 }
 
-// One write of the whole line: in append mode and under the lock it never mixes with another process's.
-void writeLine(int fd, const char *line) {
-    flock(fd, LOCK_EX);
-    if (write(fd, line, strlen(line)) < 0) {
-        // A line that cannot be written is lost: there is nobody left to tell.
+// Takes the lock of the open file, waiting a bounded time: whoever may read the log can hold it. A holder who has been
+// waited for in vain is not waited for again until the lock has been free once.
+bool lockLog(int fd) {
+    static bool holder_is_stuck = false;
+    for (int pause = 0; flock(fd, LOCK_EX | LOCK_NB) != 0; ++pause) {
+        if (holder_is_stuck || pause == LOCK_PAUSES || errno != EWOULDBLOCK) {
+            holder_is_stuck = errno == EWOULDBLOCK;
+            return false;
+        }
+        poll(nullptr, 0, LOCK_PAUSE_MS);
     }
-    flock(fd, LOCK_UN);
+    holder_is_stuck = false;
+    return true;
 }
 
-// Another writer may have seen the oversize file too: the second rename then fails or moves a fresh small
-// file, which is accepted.
-void rotate(const char *path) {
-    if (get_file_size(path) <= ROTATE_ABOVE_BYTES) {
+// Opens the log and takes its lock. A file that another process has rotated away meanwhile is opened anew; without the
+// lock, which only means that nobody waits for this line, it is taken as it is.
+dravik::Descriptor openLocked(const char *path) {
+    dravik::Descriptor file = open_file(path);
+    for (int tries = 0; tries < OPEN_TRIES && file.isOpen() && lockLog(file.get()); ++tries) {
+        if (dravik::isStillNamed(file.get(), path)) {
+            break;
+        }
+        file = open_file(path);
+    }
+    return file;
+}
+
+// One write of the whole line: in append mode it never mixes with another process's. On a full disk half a line may
+// get through, which is taken back, so that the next line stands on its own.
+void writeLine(int fd, const char *line) {
+    const auto length = static_cast<ssize_t>(strlen(line));
+    const ssize_t written = write(fd, line, static_cast<size_t>(length));
+    const off_t end = lseek(fd, 0, SEEK_CUR);
+    struct stat attributes = {};
+    if (written <= 0 || written == length || fstat(fd, &attributes) != 0 || attributes.st_size != end) {
+        return; // a line that cannot be written is lost: there is nobody left to tell
+    }
+    if (ftruncate(fd, end - written) != 0) {
+        // The half line stays.
+    }
+}
+
+// Under the lock, and only while the file is still the log: of several writers who see it too large, one renames it.
+void rotate(int fd, const char *path) {
+    struct stat attributes = {};
+    if (fstat(fd, &attributes) != 0 || attributes.st_size <= ROTATE_ABOVE_BYTES ||
+        !dravik::isStillNamed(fd, path)) {
         return;
     }
     if (strcmp(path, COMMAND_LOG) == 0 || strcmp(path, CHANGE_LOG) == 0) {
         backup_log_file(path);
+    }
+}
+
+// Makes the message harmless. What a tool has printed may be of several lines, and stays so; but no line of it may
+// pass for one of the log's own: a newline before what looks like a time stamp becomes visible too.
+void makeHarmless(char (&out)[TEXT_SIZE], const char *message, dravik::Newlines newlines) {
+    std::string_view rest = message;
+    size_t length = 0;
+    while (!rest.empty()) {
+        const size_t forged = rest.find("\n[");
+        const std::string_view piece = rest.substr(0, forged);
+        dravik::makeVisible(out + length, TEXT_SIZE - length, piece, newlines);
+        length += strlen(out + length);
+        rest.remove_prefix(piece.size());
+        if (!rest.empty()) {
+            dravik::makeVisible(out + length, TEXT_SIZE - length, rest.substr(0, 1), dravik::Newlines::SHOWN);
+            length += strlen(out + length);
+            rest.remove_prefix(1);
+        }
     }
 }
 
@@ -127,23 +191,23 @@ void dravik_log(unsigned int level, const char * /*source_file*/, unsigned int l
     va_start(arguments, format);
     vsnprintf(message, sizeof(message), escaped, arguments);
     va_end(arguments);
+    const bool monitor = level == LOG_MONITOR;
+    char harmless[TEXT_SIZE] = "";
+    makeHarmless(harmless, message, monitor ? dravik::Newlines::SHOWN : dravik::Newlines::KEPT);
 
     char text[TEXT_SIZE] = "";
-    if (level == LOG_MONITOR) {
-        snprintf(text, sizeof(text), "%s %s\n", stamp, message);
+    if (monitor) {
+        snprintf(text, sizeof(text), "%s %s\n", stamp, harmless);
     } else {
-        snprintf(text, sizeof(text), "%s %s %s %u %s\n", stamp, word, function, line, message);
+        snprintf(text, sizeof(text), "%s %s %s %u %s\n", stamp, word, function, line, harmless);
     }
     char path[PATH_SIZE] = "";
     snprintf(path, sizeof(path), "%s%s", g_file_dir, g_file_name);
-    {
-        const dravik::Descriptor file(open_file(path));
-        if (!file.isOpen()) {
-            return;
-        }
+    const dravik::Descriptor file = openLocked(path); // closing it lets the lock go
+    if (file.isOpen()) {
         writeLine(file.get(), text);
+        rotate(file.get(), path);
     }
-    rotate(path);
 }
 
 bool is_debug() {
@@ -152,18 +216,11 @@ bool is_debug() {
 }
 
 bool mk_log_dir() {
-    const char *dir = g_file_dir;
-    if (dir == nullptr) {
+    if (g_file_dir == nullptr) {
         return false;
     }
-    if (isDirectory(dir)) {
-        return true;
-    }
-    if (strcmp(dir, DUMPS_DIR) != 0) {
-        return false;
-    }
-    // Two first callers may race: the one that comes second finds the directory there.
-    return mkdir(DUMPS_DIR, 0700) == 0 || (errno == EEXIST && isDirectory(DUMPS_DIR));
+    return strcmp(g_file_dir, dravik::DUMPS_FOLDER) == 0 ? dravik::haveDumpsFolder()
+                                                         : isDirectory(g_file_dir);
 }
 
 int64_t get_file_size(const char *path) {

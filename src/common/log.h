@@ -1,9 +1,9 @@
 // The system's one logging call, its files and their rotation; the console trace; the report's separator.
 //
 // Every line is one write under an exclusive lock of its file, so that the lines of the monitor and of any
-// number of commands never interleave. Each call opens and closes its file: a log may be moved or deleted at
-// any time, the next line makes it anew. Logging never fails towards its caller; a line that cannot be
-// written is dropped.
+// number of commands never interleave. A lock that somebody holds for two seconds is passed over: the write is an
+// append, whole as it is. Each call opens and closes its file: a log may be moved or deleted at any time, the next line
+// makes it anew. Logging never fails towards its caller; a line that cannot be written is dropped, whole.
 //
 //   /dumps/dravik_cli.log       levels 0 to 3     past 10 MiB renamed to dravik_cli_bk.log
 //   /dumps/dravik_monitor.log   level 4           past 10 MiB renamed to dravik_monitor_bk.log
@@ -39,7 +39,8 @@ extern const char *g_bk_file_name;
 //   otherwise   [2021-12-06 10:15:02.047] LEVELWORD FUNCTION LINE MESSAGE
 // `source_file` is never written. `format` and what follows are a printf-style message; a ";" of the format
 // (not of an argument) is written with a backslash before it. The message and the line are cut silently at
-// 1023 characters each; a cut line has lost its newline.
+// 1023 characters each; a cut line has lost its newline. Control bytes of the message are made visible
+// (visible_text.h); newlines stay in the command log, except where what follows could pass for a line of its own.
 void dravik_log(unsigned int level, const char *source_file, unsigned int line, const char *function,
                 const char *format, ...) __attribute__((format(printf, 5, 6)));
 
@@ -52,7 +53,8 @@ void dravik_log(unsigned int level, const char *source_file, unsigned int line, 
 bool is_debug();
 
 // True when the chosen directory exists, or when it is exactly "/dumps/" and could be created with mode 0700
-// (by this process or, at the same moment, by another). False in every other case.
+// (by this process or, at the same moment, by another). False in every other case, and for a "/dumps/" that is
+// somebody else's (dumps_folder.h).
 bool mk_log_dir();
 
 // The size of the file in bytes, -1 when it cannot be examined.

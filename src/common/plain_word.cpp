@@ -1,6 +1,7 @@
 // The words that may stand in a command line.
 #include "common/plain_word.h"
 
+#include <cstring>
 #include <string_view>
 
 namespace {
@@ -17,6 +18,10 @@ bool holdsOnly(const char *text, std::string_view allowed) {
 
 bool isPlainWord(const char *word) {
     return holdsOnly(word, LETTERS_AND_DIGITS "._:!,/-") && *word != '-';
+}
+
+bool isPlainDeviceName(const char *name) {
+    return isPlainWord(name) && strchr(name, '/') == nullptr;
 }
 
 bool isPlainWwid(const char *wwid) {

@@ -5,6 +5,9 @@
 // Letters, digits and . _ : ! , / - ; not empty, not beginning with "-".
 bool isPlainWord(const char *word);
 
+// A plain word that is to become a name below /sys or /dev: it holds no "/" either.
+bool isPlainDeviceName(const char *name);
+
 // A WWID as `delalias` takes it: letters, digits and . _ : - ; not empty.
 bool isPlainWwid(const char *wwid);
 

@@ -6,6 +6,7 @@
 
 #include "common/log.h"
 #include "common/text.h"
+#include "common/visible_text.h"
 
 #define EC_DEFINE(code, name, message) s_ecItems name = {code, message, {"", "", ""}};
 EC_RECORDS(EC_DEFINE)
@@ -44,7 +45,7 @@ void print_ec(const s_ecItems *record) {
     if (isFailure(record)) {
         char text[MESSAGE_SIZE] = "";
         getErrorMsg(record, text, sizeof(text));
-        puts(text);
+        puts(dravik::VisibleText(text).text());
     } else {
         puts("Command executed successfully.");
     }

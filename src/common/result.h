@@ -86,8 +86,8 @@ bool isFailure(const s_ecItems *record);
 // message itself is cut at 255. Nothing is written for a null argument or a size of 0.
 void getErrorMsg(const s_ecItems *record, char *out, unsigned int size);
 
-// Prints to standard output: the separator; the text of `getErrorMsg`, cut at 255 characters, or for code 0
-// "Command executed successfully."; a newline; the separator. A null record is a success.
+// Prints to standard output: the separator; the text of `getErrorMsg`, cut at 255 characters, its control bytes made
+// visible, or for code 0 "Command executed successfully."; a newline; the separator. A null record is a success.
 void print_ec(const s_ecItems *record);
 
 // Empties the items of `record`, then copies at most 64 characters of each text into the first item, or the

@@ -5,6 +5,9 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <initializer_list>
+#include <iterator>
+#include <string>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -24,9 +27,43 @@ void resetSignals() {
     for (const int number : {SIGCHLD, SIGPIPE, SIGALRM}) {
         signal(number, SIG_DFL);
     }
+    signal(SIGXFSZ, SIG_IGN);
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
+}
+
+// As high as the process may go: root, all the way.
+void liftLimit(decltype(RLIMIT_FSIZE) resource) {
+    const rlimit none = {RLIM_INFINITY, RLIM_INFINITY};
+    rlimit now = {};
+    if (setrlimit(resource, &none) != 0 && getrlimit(resource, &now) == 0) {
+        now.rlim_cur = now.rlim_max;
+        setrlimit(resource, &now);
+    }
+}
+
+// The variables of the caller's that stay; startup.h says why.
+constexpr const char *KEPT_VARIABLES[] = {
+    "DRAVIK_CLI_DEBUG", "TERM",     "NO_COLOR",      "COLUMNS",       "TZ",           "POSIXLY_CORRECT",
+    "SUDO_USER",        "SUDO_UID", "NOTIFY_SOCKET", "WATCHDOG_USEC", "WATCHDOG_PID", "JOURNAL_STREAM"};
+
+void resetEnvironment() {
+    std::string values[std::size(KEPT_VARIABLES)];
+    bool given[std::size(KEPT_VARIABLES)] = {};
+    for (size_t i = 0; i < std::size(KEPT_VARIABLES); ++i) {
+        const char *value = getenv(KEPT_VARIABLES[i]);
+        given[i] = value != nullptr;
+        values[i] = value == nullptr ? "" : value;
+    }
+    clearenv();
+    setenv("PATH", SYSTEM_PATH, 1);
+    setenv("LC_ALL", "C", 1);
+    for (size_t i = 0; i < std::size(KEPT_VARIABLES); ++i) {
+        if (given[i]) {
+            setenv(KEPT_VARIABLES[i], values[i].c_str(), 1);
+        }
+    }
 }
 
 } // namespace
@@ -34,7 +71,11 @@ void resetSignals() {
 void resetProcess() {
     openStandardDescriptors();
     resetSignals();
+    liftLimit(RLIMIT_FSIZE);
+    liftLimit(RLIMIT_CPU);
     umask(umask(0) | S_IWGRP | S_IWOTH);
-    setenv("LC_ALL", "C", 1);
-    unsetenv("TIME_STYLE");
+    if (chdir("/") != 0) {
+        // No process lacks its root; the folder stays what it was.
+    }
+    resetEnvironment();
 }

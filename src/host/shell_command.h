@@ -6,6 +6,7 @@
 //   "..."_sh                 text of our own, as it stands; only a literal can be one
 //   own<CMD_cp>()            a named constant, as it stands
 //   a text                   a word from outside, or a constant that is one: must be plain
+//   DeviceName{text}         a word that becomes a name below /sys or /dev: it holds no "/" either
 //   PolicyText{text}         a group policy or a selector: blanks are allowed too
 #pragma once
 
@@ -28,6 +29,10 @@ constexpr OwnText operator""_sh(const char *text, size_t length) {
 template <const auto &text> constexpr OwnText own() {
     return {text};
 }
+
+struct DeviceName {
+    const char *text;
+};
 
 struct PolicyText {
     const char *text;
@@ -57,6 +62,10 @@ class ShellCommand {
     void add(const char *word) {
         plain = isPlainWord(word) && plain;
         append(word == nullptr ? "" : word);
+    }
+    void add(DeviceName name) {
+        plain = isPlainDeviceName(name.text) && plain;
+        append(name.text == nullptr ? "" : name.text);
     }
     void add(PolicyText policy) {
         plain = isPlainPolicy(policy.text) && plain;

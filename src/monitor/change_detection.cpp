@@ -102,7 +102,6 @@ bool logPathChanges(const s_lunPath *before, const s_lunPath *now) {
 // `known` receives, for each record of `now`, whether a record of `before` was found to bear its name.
 bool logLostAndChangedPaths(const LunIndex *before, const LunIndex *now, std::vector<char> *known) {
     bool changed = false;
-    known->assign(now->entries.size(), 0);
     for (const LunIndex::Entry &entry : before->entries) {
         const uint32_t found = findSameName(now, entry);
         if (found == NO_ENTRY) {
@@ -139,12 +138,16 @@ void cmpAndLog() {
 
     buildLunIndex(&before, g_pOldLunPath);
     buildLunIndex(&now, g_pLunPath);
+    known.assign(now.entries.size(), 0);
+    // From here on nothing asks for memory: what has been logged once must not be logged again.
     bool changed = logMissingLuns(&before, &now, logLunDeleted);
     changed = logMissingLuns(&now, &before, logLunCreated) || changed;
     changed = logLostAndChangedPaths(&before, &now, &known) || changed;
     changed = logNewPaths(&now, &before, known) || changed;
 
-    if (changed) {
-        writeLunPathToFile(g_pLunPath, lunPathFile);
+    // A disk that was full must not cost the next start a volume: what could not be written is written later.
+    static bool behind = false;
+    if (changed || behind) {
+        behind = writeLunPathToFile(g_pLunPath, lunPathFile) != 1;
     }
 }

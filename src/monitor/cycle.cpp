@@ -1,8 +1,11 @@
 // The monitor's lists and its cycle.
 #include "monitor/cycle.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <ctime>
+#include <malloc.h>
+#include <new>
 #include <unistd.h>
 
 #include "common/log.h"
@@ -32,12 +35,56 @@ constexpr size_t ERROR_TEXT_SIZE = 256;
         DRAVIK_TRACE(what " Error message: %s.", text);                                                      \
     } while (false)
 
+// The most records that a good cycle has had, and whether the cycle before this one failed.
+unsigned int largest_topology = 0;
+bool has_failed = false;
+
+// A failed cycle may have grown the lists out of all proportion, over a volume without paths or a tool gone mad. Its
+// nodes serve the next failed one, so that they are asked for and logged once; the first good cycle gives them back.
+void giveBackExcess() {
+    largest_topology = std::max(largest_topology, dravik::countNodes(g_pLunPath));
+    if (!has_failed) {
+        return;
+    }
+    has_failed = false;
+    const unsigned int kept = 2 * largest_topology;
+    dravik::giveBackNodes(g_pLunPath, kept, freeLunpath);
+    dravik::giveBackNodes(g_pOldLunPath, kept, freeLunpath);
+    dravik::giveBackNodes(g_pDravik, kept, freeDravik);
+    for (s_dravik *device = g_pDravik->next; device != nullptr; device = device->next) {
+        if (device->pdev != nullptr) {
+            dravik::giveBackNodes(device->pdev, kept, freePathDev);
+        }
+    }
+    malloc_trim(0);
+}
+
+// A head, as soon as there is memory for one: without its lists the monitor would report everything as new for ever.
+template <typename Node> Node *makeHead(Node *(*make)()) {
+    Node *head = make();
+    while (head == nullptr) {
+        sleep(1);
+        head = make();
+    }
+    return head;
+}
+
+// Compares and logs. False when memory ran out before anything was logged.
+bool compare() {
+    try {
+        cmpAndLog();
+        return true;
+    } catch (const std::bad_alloc &) {
+        return false;
+    }
+}
+
 } // namespace
 
 void initMonitor() {
-    g_pLunPath = mallocLunpath();
-    g_pOldLunPath = mallocLunpath();
-    g_pDravik = mallocDravik();
+    g_pLunPath = makeHead(mallocLunpath);
+    g_pOldLunPath = makeHead(mallocLunpath);
+    g_pDravik = makeHead(mallocDravik);
     snprintf(lunPathFile, sizeof(lunPathFile), "%s%s", lunPathDir, lunPathFileName);
     readLunPathToFile(g_pOldLunPath, lunPathFile);
 }
@@ -59,15 +106,19 @@ unsigned int pauseAfterCycle(double elapsed) {
 
 void oneMonitor() {
     const s_ecItems *result = getLunPath();
+    if (!isFailure(result) && !compare()) {
+        result = &EC_molloc_failed;
+    }
     if (isFailure(result)) {
         LOG_FAILURE(LOG_ERROR, "Get lun and path information failed.", result);
+        has_failed = true;
         return;
     }
-    cmpAndLog();
     result = cpyLunpath(g_pLunPath, g_pOldLunPath);
     if (isFailure(result)) {
         LOG_FAILURE(LOG_ERROR, "Copy lun and path information failed.", result);
     }
+    giveBackExcess();
 }
 
 s_ecItems *getLunPath() {

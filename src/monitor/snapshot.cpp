@@ -5,10 +5,10 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
-#include <string>
 #include <sys/file.h>
 #include <unistd.h>
 
+#include "common/dumps_folder.h"
 #include "common/log.h"
 #include "common/owned.h"
 #include "common/text.h"
@@ -24,9 +24,18 @@ constexpr size_t LONGEST_LINE = sizeof(s_lunPath);
 constexpr size_t CHUNK_SIZE = 65536;
 
 // The snapshot's own way to open: truncating, private to the owner.
-int open_file(const char *path) {
-    return path == nullptr ? -1 : open(path, O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+dravik::Descriptor open_file(const char *path) {
+    return path == nullptr ? dravik::Descriptor()
+                           : dravik::openDataFile(path, O_RDWR | O_CREAT | O_TRUNC, 0600);
 }
+
+// What is put together before it is written. It is there from the start: once the file is truncated, no lack of memory
+// may end the writing.
+struct Chunk {
+    char text[CHUNK_SIZE + LONGEST_LINE];
+    size_t length;
+};
+Chunk chunk;
 
 void fieldsOf(const s_lunPath *record, const char *(&fields)[FIELDS]) {
     fields[0] = lunAliasText(record);
@@ -38,13 +47,20 @@ void fieldsOf(const s_lunPath *record, const char *(&fields)[FIELDS]) {
     fields[6] = record->dravik_status;
 }
 
-void appendLine(std::string *chunk, const s_lunPath *record) {
+void append(const char *text) {
+    const size_t length = strlen(text);
+    memcpy(chunk.text + chunk.length, text, length);
+    chunk.length += length;
+}
+
+void appendLine(const s_lunPath *record) {
     const char *fields[FIELDS];
     fieldsOf(record, fields);
     for (const char *field : fields) {
-        chunk->append(field).push_back(',');
+        append(field);
+        append(",");
     }
-    chunk->push_back('\n');
+    append("\n");
 }
 
 void logShortWrite(const char *function, const char *text, int length, int written) {
@@ -73,11 +89,11 @@ void reportBreak(const s_lunPath *first, size_t written) {
     }
 }
 
-// Writes a chunk that begins with the record `first`.
-bool writeChunk(int fd, const std::string &chunk, const s_lunPath *first) {
+// Writes the chunk, which begins with the record `first`.
+bool writeChunk(int fd, const s_lunPath *first) {
     size_t done = 0;
-    while (done < chunk.size()) {
-        const int written = write_to_file(fd, chunk.data() + done, static_cast<int>(chunk.size() - done));
+    while (done < chunk.length) {
+        const int written = write_to_file(fd, chunk.text + done, static_cast<int>(chunk.length - done));
         if (written < 0 && errno == EINTR) {
             continue;
         }
@@ -93,17 +109,16 @@ bool writeChunk(int fd, const std::string &chunk, const s_lunPath *first) {
 // A field a call would cost half a million calls on a large host, so whole lines are put together; what is
 // reported when the disk is full stays the same.
 bool writeRecords(int fd, const s_lunPath *list) {
-    std::string chunk;
-    chunk.reserve(CHUNK_SIZE + LONGEST_LINE);
+    chunk.length = 0;
     const s_lunPath *first = firstLunpath(list);
     for (const s_lunPath *p = first; p != nullptr; p = nextLunpath(p)) {
-        appendLine(&chunk, p);
+        appendLine(p);
         const s_lunPath *next = nextLunpath(p);
-        if (chunk.size() >= CHUNK_SIZE || next == nullptr) {
-            if (!writeChunk(fd, chunk, first)) {
+        if (chunk.length >= CHUNK_SIZE || next == nullptr) {
+            if (!writeChunk(fd, first)) {
                 return false;
             }
-            chunk.clear();
+            chunk.length = 0;
             first = next;
         }
     }
@@ -116,7 +131,7 @@ int writeLunPathToFile(const s_lunPath *list, const char *path) {
     if (firstLunpath(list) == nullptr || path == nullptr) {
         return 1;
     }
-    dravik::Descriptor file(open_file(path));
+    dravik::Descriptor file = open_file(path);
     if (!file.isOpen()) {
         DRAVIK_LOG(LOG_ERROR, "Open file failed. file: %s.", path);
         return 0;
@@ -134,12 +149,14 @@ int readLunPathToFile(s_lunPath *list, const char *path) {
     if (list == nullptr || path == nullptr) {
         return 0;
     }
-    const dravik::Stream file(fopen(path, "re"));
+    dravik::Descriptor descriptor = dravik::openDataFile(path, O_RDONLY);
+    const dravik::Stream file(descriptor.isOpen() ? fdopen(descriptor.get(), "r") : nullptr);
     if (file == nullptr) {
         DRAVIK_LOG(LOG_ERROR, "Open file failed. file: %s.", path);
         DRAVIK_TRACE("== Open file failed. file: %s.", path);
         return 0;
     }
+    descriptor.release(); // the stream's now
     s_lunPath *cursor = list;
     for (;;) {
         char line[LINE_SIZE] = "";

@@ -5,7 +5,8 @@
 // One line per record, in list order: alias, WWID, dev_id, dev_name, path status, group status, online state,
 // each followed by a comma, the last one too. No header, no quoting. The file is created with mode 0600 and
 // keeps the mode it has; it is truncated when opened for writing, so a kill in the middle of a write leaves it
-// short or empty. One monitor writes it; the write is made under an exclusive lock.
+// short or empty. One monitor writes it; the write is made under an exclusive lock, and needs no memory. Below /dumps only
+// a plain file of ours is read or written (common/dumps_folder.h).
 #pragma once
 
 #include "struct/s_lunPath.h"

@@ -10,9 +10,9 @@
 
 namespace dravik {
 
-// No list grows past this many nodes; one more counts as a failed allocation. Far above any real host, it ends a
-// runaway list in seconds instead of in the host's memory.
-constexpr unsigned int MAX_LIST_NODES = 262144;
+// No list grows past this many nodes; one more counts as a failed allocation. Twice the largest host's number of paths,
+// it ends a runaway list in a moment instead of in the host's memory.
+constexpr unsigned int MAX_LIST_NODES = 65536;
 
 // A zeroed node with its end flag set, or null.
 template <typename Node> Node *makeNode() {
@@ -62,9 +62,29 @@ template <typename Node> void freeChain(Node *node, void (*release)(Node *)) {
     }
 }
 
+// Releases, by `release_chain`, the spare nodes of the list of the head `head` behind its `kept` first ones; valid nodes
+// stay.
+template <typename Node> void giveBackNodes(Node *head, unsigned int kept, void (*release_chain)(Node *)) {
+    Node *last = head;
+    for (unsigned int i = 0; last->next != nullptr && (i < kept || !last->end); ++i) {
+        last = last->next;
+    }
+    release_chain(last->next);
+    last->next = nullptr;
+}
+
 // The valid node behind `node`, a head or a cursor; null when there is none or `node` is null.
 template <typename Node> Node *nextValidNode(const Node *node) {
     return node == nullptr || node->end ? nullptr : node->next;
+}
+
+// The number of valid nodes of the list of the head `head`.
+template <typename Node> unsigned int countNodes(const Node *head) {
+    unsigned int count = 0;
+    for (const Node *node = nextValidNode(head); node != nullptr; node = nextValidNode(node)) {
+        ++count;
+    }
+    return count;
 }
 
 } // namespace dravik

@@ -10,6 +10,7 @@
 #include "common/text_split.h"
 #include "host/task.h"
 
+using dravik::DeviceName;
 using dravik::ShellCommand;
 using dravik::operator""_sh;
 
@@ -72,9 +73,9 @@ void setRdmaNvmePort(const PathPort *port, char *address) {
 
 s_ecItems *resolveNvme(const char *device_name, const PathPort *port) {
     char transport[OUTPUT_SIZE] = "";
-    s_ecItems *record =
-        runForOutput("getTargetPort", ShellCommand("cat /sys/block/"_sh, device_name, "/device/transport"_sh),
-                     transport, sizeof(transport));
+    s_ecItems *record = runForOutput(
+        "getTargetPort", ShellCommand("cat /sys/block/"_sh, DeviceName{device_name}, "/device/transport"_sh),
+        transport, sizeof(transport));
     if (isFailure(record)) {
         return record;
     }
@@ -85,10 +86,10 @@ s_ecItems *resolveNvme(const char *device_name, const PathPort *port) {
     }
     setInterface(port, fc ? "fc-nvme" : "rdma-nvme");
     char address[OUTPUT_SIZE] = "";
-    record = runForOutput(
-        "getTargetPort",
-        ShellCommand("cat /sys/block/"_sh, device_name, "/device/address | awk -F \",\" '{print $1}'"_sh),
-        address, sizeof(address));
+    record = runForOutput("getTargetPort",
+                          ShellCommand("cat /sys/block/"_sh, DeviceName{device_name},
+                                       "/device/address | awk -F \",\" '{print $1}'"_sh),
+                          address, sizeof(address));
     if (!isFailure(record) && find_str(address, "traddr=") != nullptr) {
         if (fc) {
             setFcNvmePort(port, address);
@@ -123,10 +124,11 @@ void setFcPort(const PathPort *port, char *links) {
 
 s_ecItems *resolveScsi(const char *device_name, const PathPort *port) {
     char links[OUTPUT_SIZE] = "";
-    s_ecItems *record = runForOutput(
-        "getTargetPort",
-        ShellCommand("ls -l /dev/disk/by-path/ | grep '"_sh, device_name, "$' | awk -F\" \" '{print $9}'"_sh),
-        links, sizeof(links));
+    s_ecItems *record =
+        runForOutput("getTargetPort",
+                     ShellCommand("ls -l /dev/disk/by-path/ | grep '"_sh, DeviceName{device_name},
+                                  "$' | awk -F\" \" '{print $9}'"_sh),
+                     links, sizeof(links));
     if (isFailure(record)) {
         return record;
     }
@@ -146,7 +148,7 @@ s_ecItems *resolveScsi(const char *device_name, const PathPort *port) {
 
 s_ecItems *getTargetPort(const char *device_name, char *host_interface, char *target_port) {
     const bool nvme = find_str(device_name, "nvme") != nullptr;
-    if ((!nvme && find_str(device_name, "sd") == nullptr) || !isPlainWord(device_name)) {
+    if ((!nvme && find_str(device_name, "sd") == nullptr) || !isPlainDeviceName(device_name)) {
         return nullptr;
     }
     const PathPort port = {host_interface, target_port};

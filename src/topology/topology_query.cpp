@@ -9,6 +9,7 @@
 #include "host/task.h"
 #include "host/tool_names.h"
 #include "topology/listing.h"
+#include "topology/port_sources.h"
 
 using dravik::ShellCommand;
 using dravik::operator""_sh;
@@ -32,6 +33,7 @@ bool runTool(const char *function, CommandOutput::Capture capture, const ShellCo
 }
 
 s_ecItems *parseInto(s_dravik *head, CommandOutput *output, unsigned int *lines) {
+    const dravik::PortQuery query;
     initDravik(head);
     DRAVIK_TRACE("== before parseQueryCmdResult");
     s_ecItems *result = parseQueryCmdResultList(output->text, head, lines);

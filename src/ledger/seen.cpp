@@ -1,0 +1,95 @@
+// From the listing's records to the ledger's.
+#include "ledger/seen.h"
+
+#include <cstring>
+#include <set>
+#include <string_view>
+#include <unordered_map>
+
+#include "health/path_health.h"
+
+namespace dravik {
+
+namespace {
+
+// What stands behind the last colon of an address.
+std::string lunOf(const char *address) {
+    const char *colon = strrchr(address, ':');
+    return colon == nullptr ? "" : colon + 1;
+}
+
+SeenPath seePath(const s_path_dev *path, Initiators *initiators) {
+    SeenPath seen;
+    seen.key = {initiators->of(path), path->target_port, lunOf(path->dev_node), 0};
+    seen.attributes = {path->dev_name,     path->dev_node,       path->dev_id,       path->host_interface,
+                       path->group_policy, path->group_priority, path->group_status, path->path_status,
+                       path->checker_state, path->dravik_status};
+    seen.working =
+        isWorking({path->group_status, path->path_status, path->checker_state, path->dravik_status});
+    return seen;
+}
+
+VolumeAttributes attributesOf(const s_dravik *device) {
+    VolumeAttributes attributes;
+    attributes.alias = device->path_alias;
+    attributes.map = std::string("dm-") + device->device_number;
+    attributes.vendor = device->vendor;
+    attributes.product = device->product_type;
+    attributes.size = device->lun_size;
+    const s_path_dev *first = firstPathDev(device->pdev);
+    attributes.transport = first == nullptr ? "" : first->host_interface;
+    return attributes;
+}
+
+// FNV-1a over a text and its end.
+void add(uint64_t *hash, std::string_view text) {
+    for (const char c : text) {
+        *hash = (*hash ^ static_cast<unsigned char>(c)) * 1099511628211U;
+    }
+    *hash = (*hash ^ 0xffU) * 1099511628211U;
+}
+
+} // namespace
+
+SeenTopology seeTopology(const s_dravik *head, Initiators *initiators) {
+    SeenTopology topology;
+    std::unordered_map<std::string, size_t> by_wwid;
+    for (const s_dravik *device = firstDravik(head); device != nullptr; device = nextDravik(device)) {
+        const auto [place, is_new] = by_wwid.emplace(device->wwid, topology.size());
+        if (is_new) {
+            topology.push_back({device->wwid, attributesOf(device), {}});
+        }
+        SeenVolume &volume = topology[place->second];
+        for (const s_path_dev *path = firstPathDev(device->pdev); path != nullptr; path = nextPathDev(path)) {
+            volume.paths.push_back(seePath(path, initiators));
+        }
+    }
+    return topology;
+}
+
+uint64_t fingerprintOf(const s_dravik *head, Initiators *initiators) {
+    uint64_t hash = 14695981039346656037U;
+    const std::string *last_initiator = nullptr;
+    for (const s_dravik *device = firstDravik(head); device != nullptr; device = nextDravik(device)) {
+        for (const char *text : {device->path_alias, device->wwid, device->device_number, device->vendor,
+                                 device->product_type, device->lun_size}) {
+            add(&hash, text);
+        }
+        for (const s_path_dev *path = firstPathDev(device->pdev); path != nullptr; path = nextPathDev(path)) {
+            for (const char *text : {path->dev_id, path->dev_name, path->dev_node, path->group_policy,
+                                     path->group_priority, path->group_status, path->path_status,
+                                     path->checker_state, path->dravik_status, path->host_interface,
+                                     path->target_port}) {
+                add(&hash, text);
+            }
+            const std::string &initiator = initiators->of(path);
+            if (&initiator != last_initiator) {
+                add(&hash, initiator);
+                last_initiator = &initiator;
+            }
+        }
+    }
+    return hash;
+}
+
+} // namespace dravik

@@ -19,19 +19,21 @@ std::string attributeOf(const std::string &path) {
     return line;
 }
 
-// The "host3" of an address such as 3:0:0:1; empty when it does not begin with a number.
-std::string hostOf(const char *address) {
-    const size_t digits = strspn(address, "0123456789");
-    return digits > 0 && digits <= 9 && address[digits] == ':' ? "host" + std::string(address, digits) : "";
+constexpr unsigned int NO_NUMBER = ~0U;
+
+// The number that `text` begins with and that `end` follows, if not 0: NO_NUMBER when there is none, or a large one.
+unsigned int numberOf(const char *text, char end) {
+    unsigned int number = 0;
+    const char *digit = text;
+    for (; *digit >= '0' && *digit <= '9' && digit - text < 6; ++digit) {
+        number = number * 10 + static_cast<unsigned int>(*digit - '0');
+    }
+    return digit == text || (end != '\0' && *digit != end) ? NO_NUMBER : number;
 }
 
-// The controller "nvme0" of a namespace's block device, nvme0n1 or nvme0c1n1; empty for any other name.
-std::string controllerOf(const char *device) {
-    if (strncmp(device, "nvme", 4) != 0) {
-        return "";
-    }
-    const size_t digits = strspn(device + 4, "0123456789");
-    return digits > 0 ? std::string(device, 4 + digits) : "";
+std::string hostOf(const s_path_dev *path) {
+    const unsigned int number = numberOf(path->dev_node, ':');
+    return number == NO_NUMBER ? "" : "host" + std::to_string(number);
 }
 
 } // namespace
@@ -45,8 +47,9 @@ void Initiators::readSessions() {
     }
     while (const dirent *entry = readdir(opened.get())) { // NOLINT(concurrency-mt-unsafe)
         char link[1024];
-        const ssize_t length =
-            entry->d_name[0] == '.' ? -1 : readlinkat(dirfd(opened.get()), entry->d_name, link, sizeof(link) - 1);
+        const ssize_t length = entry->d_name[0] == '.'
+                                   ? -1
+                                   : readlinkat(dirfd(opened.get()), entry->d_name, link, sizeof(link) - 1);
         if (length < 0) {
             continue;
         }
@@ -59,32 +62,43 @@ void Initiators::readSessions() {
     }
 }
 
-const std::string &Initiators::ofScsiHost(const std::string &host) {
-    const auto known = by_host.find(host);
-    if (known != by_host.end()) {
-        return known->second;
+std::string Initiators::nameOf(const s_path_dev *path, bool is_nvme, const std::string &port) {
+    if (is_nvme) {
+        const std::string name = attributeOf("nvme/" + port + "/hostnqn");
+        return name.empty() ? hostOf(path) : name;
     }
-    std::string name = host.empty() ? "" : attributeOf("fc_host/" + host + "/port_name");
-    if (name.empty()) {
-        if (!sessions_read) {
-            readSessions();
-        }
-        name = sessions[host];
+    const std::string name = attributeOf("fc_host/" + port + "/port_name");
+    if (!name.empty()) {
+        return name;
     }
-    return by_host[host] = name.empty() ? host : name;
+    if (!sessions_read) {
+        readSessions();
+    }
+    const auto session = sessions.find(port);
+    return session == sessions.end() || session->second.empty() ? port : session->second;
+}
+
+const std::string &Initiators::find(const s_path_dev *path, bool is_nvme, unsigned int number) {
+    const std::string port = (is_nvme ? "nvme" : "host") + std::to_string(number);
+    const auto known = by_port.find(port);
+    return known != by_port.end() ? known->second : by_port[port] = nameOf(path, is_nvme, port);
 }
 
 const std::string &Initiators::of(const s_path_dev *path) {
-    const std::string controller = controllerOf(path->dev_name);
-    if (controller.empty()) {
-        return ofScsiHost(hostOf(path->dev_node));
+    static const std::string none;
+    const bool is_nvme = strncmp(path->dev_name, "nvme", 4) == 0;
+    const unsigned int number = is_nvme ? numberOf(path->dev_name + 4, '\0') : numberOf(path->dev_node, ':');
+    if (number == NO_NUMBER) {
+        return none;
     }
-    const auto known = by_host.find(controller);
-    if (known != by_host.end()) {
-        return known->second;
+    std::vector<const std::string *> &names = by_number[is_nvme ? 1 : 0];
+    if (number >= names.size()) {
+        names.resize(number + 1);
     }
-    const std::string name = attributeOf("nvme/" + controller + "/hostnqn");
-    return by_host[controller] = name.empty() ? hostOf(path->dev_node) : name;
+    if (names[number] == nullptr) {
+        names[number] = &find(path, is_nvme, number);
+    }
+    return *names[number];
 }
 
 } // namespace dravik

@@ -3,6 +3,7 @@
 
 #include <map>
 #include <string>
+#include <vector>
 
 #include "struct/s_dravik.h"
 
@@ -18,10 +19,13 @@ class Initiators {
     const std::string &of(const s_path_dev *path);
 
   private:
-    const std::string &ofScsiHost(const std::string &host);
+    const std::string &find(const s_path_dev *path, bool is_nvme, unsigned int number);
+    std::string nameOf(const s_path_dev *path, bool is_nvme, const std::string &port);
     void readSessions();
 
-    std::map<std::string, std::string> by_host; // "host3" or "nvme0"
+    std::map<std::string, std::string> by_port; // "host3" or "nvme0"; what it holds stays where it is
+    // The same by number, without a search, for the paths of a large host: of SCSI hosts and of NVMe controllers.
+    std::vector<const std::string *> by_number[2];
     std::map<std::string, std::string> sessions;
     bool sessions_read = false;
 };

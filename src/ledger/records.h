@@ -60,6 +60,12 @@ struct SeenVolume {
 
 using SeenTopology = std::vector<SeenVolume>;
 
+// A path of a volume's baseline, and what the kernel called it when it was learned.
+struct BaselinePath {
+    PathKey key;
+    std::string name;
+};
+
 // A path as the ledger has it.
 struct KnownPath {
     int64_t id = 0; // of its row; 0 while it has none
@@ -87,7 +93,7 @@ struct KnownVolume {
     Milliseconds unseen_since = 0;
     VolumeState state = VolumeState::OK; // as the last event said; not that of a stale ledger
     std::vector<KnownPath> paths;
-    std::vector<PathKey> baseline;
+    std::vector<BaselinePath> baseline;
     bool changed = false;
     bool baseline_changed = false;
 };

@@ -1,8 +1,8 @@
 // From the listing's records to the ledger's.
 #include "ledger/seen.h"
 
+#include <algorithm>
 #include <cstring>
-#include <set>
 #include <string_view>
 #include <unordered_map>
 
@@ -21,8 +21,8 @@ std::string lunOf(const char *address) {
 SeenPath seePath(const s_path_dev *path, Initiators *initiators) {
     SeenPath seen;
     seen.key = {initiators->of(path), path->target_port, lunOf(path->dev_node), 0};
-    seen.attributes = {path->dev_name,     path->dev_node,       path->dev_id,       path->host_interface,
-                       path->group_policy, path->group_priority, path->group_status, path->path_status,
+    seen.attributes = {path->dev_name,      path->dev_node,       path->dev_id,       path->host_interface,
+                       path->group_policy,  path->group_priority, path->group_status, path->path_status,
                        path->checker_state, path->dravik_status};
     seen.working =
         isWorking({path->group_status, path->path_status, path->checker_state, path->dravik_status});
@@ -41,12 +41,20 @@ VolumeAttributes attributesOf(const s_dravik *device) {
     return attributes;
 }
 
-// FNV-1a over a text and its end.
+// Mixes a text and its length into the hash, eight bytes at a time.
 void add(uint64_t *hash, std::string_view text) {
-    for (const char c : text) {
-        *hash = (*hash ^ static_cast<unsigned char>(c)) * 1099511628211U;
+    const auto mix = [hash](uint64_t piece) {
+        *hash = (*hash ^ piece) * 0x9E3779B97F4A7C15U;
+        *hash ^= *hash >> 32;
+    };
+    mix(text.size());
+    while (!text.empty()) {
+        const size_t length = std::min(text.size(), sizeof(uint64_t));
+        uint64_t piece = 0;
+        memcpy(&piece, text.data(), length);
+        mix(piece);
+        text.remove_prefix(length);
     }
-    *hash = (*hash ^ 0xffU) * 1099511628211U;
 }
 
 } // namespace
@@ -68,7 +76,7 @@ SeenTopology seeTopology(const s_dravik *head, Initiators *initiators) {
 }
 
 uint64_t fingerprintOf(const s_dravik *head, Initiators *initiators) {
-    uint64_t hash = 14695981039346656037U;
+    uint64_t hash = 0;
     const std::string *last_initiator = nullptr;
     for (const s_dravik *device = firstDravik(head); device != nullptr; device = nextDravik(device)) {
         for (const char *text : {device->path_alias, device->wwid, device->device_number, device->vendor,
@@ -76,10 +84,10 @@ uint64_t fingerprintOf(const s_dravik *head, Initiators *initiators) {
             add(&hash, text);
         }
         for (const s_path_dev *path = firstPathDev(device->pdev); path != nullptr; path = nextPathDev(path)) {
-            for (const char *text : {path->dev_id, path->dev_name, path->dev_node, path->group_policy,
-                                     path->group_priority, path->group_status, path->path_status,
-                                     path->checker_state, path->dravik_status, path->host_interface,
-                                     path->target_port}) {
+            for (const char *text :
+                 {path->dev_id, path->dev_name, path->dev_node, path->group_policy, path->group_priority,
+                  path->group_status, path->path_status, path->checker_state, path->dravik_status,
+                  path->host_interface, path->target_port}) {
                 add(&hash, text);
             }
             const std::string &initiator = initiators->of(path);

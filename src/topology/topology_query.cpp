@@ -20,11 +20,14 @@ namespace {
 constexpr int SHELL_CANNOT_RUN = 126;
 constexpr int SHELL_NOT_FOUND = 127;
 
+dravik::ChildEnd last_tool_end = {};
+
 // Runs the tool, by `capture` with its error output or without. False when it could not be run, which is logged;
 // otherwise its exit status is of no concern: what it printed decides.
 bool runTool(const char *function, CommandOutput::Capture capture, const ShellCommand &command,
              CommandOutput *output) {
     const int result = output->fill(capture, command.line());
+    last_tool_end = dravik::lastChildEnd();
     if (result < 0 || result == SHELL_CANNOT_RUN || result == SHELL_NOT_FOUND) {
         DRAVIK_LOG_AS(function, LOG_ERROR, "Execute command [%s] failed", command.line());
         return false;
@@ -76,6 +79,10 @@ s_ecItems *querySingle(const char *function, s_dravik *head, const char *device_
 }
 
 } // namespace
+
+const dravik::ChildEnd &dravik::lastToolEnd() {
+    return last_tool_end;
+}
 
 s_ecItems *queryDravikInfo(s_dravik *head) {
     unsigned int lines = 0;

@@ -143,6 +143,7 @@ void LedgerKeeper::finish(Observation observation, std::vector<Event> told, Know
     if (observation.quality == Quality::FAILED) {
         observation.boot_id = last.boot_id; // what changes with the host's restart has not been seen yet
     }
+    observation.seen = observation.quality == Quality::FAILED ? last.seen : observation.time;
     saveObservation(database.get(), observation, quality_changed);
     transaction.commit();
     is_announced = true;

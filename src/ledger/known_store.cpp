@@ -262,7 +262,7 @@ Observation loadObservation(Database *database) {
     Observation last;
     Statement row(
         database,
-        "SELECT quality, reason, time, tool_ms, duration_ms, volumes, paths, boot_id FROM observation");
+        "SELECT quality, reason, time, tool_ms, duration_ms, volumes, paths, boot_id, seen FROM observation");
     if (row.step()) {
         last.quality = qualityOfWord(row.text(0));
         last.reason = row.text(1);
@@ -272,6 +272,7 @@ Observation loadObservation(Database *database) {
         last.volumes = row.number(5);
         last.paths = row.number(6);
         last.boot_id = row.text(7);
+        last.seen = row.number(8);
     }
     return last;
 }
@@ -280,7 +281,7 @@ void saveObservation(Database *database, const Observation &observation, bool qu
     const char *quality = qualityWord(observation.quality);
     Statement(database,
               "INSERT OR REPLACE INTO observation (id, quality, reason, time, tool_ms, duration_ms, volumes, "
-              "paths, boot_id) VALUES (1,?1,?2,?3,?4,?5,?6,?7,?8)")
+              "paths, boot_id, seen) VALUES (1,?1,?2,?3,?4,?5,?6,?7,?8,?9)")
         .bind(1, quality)
         .bind(2, observation.reason)
         .bind(3, observation.time)
@@ -289,6 +290,7 @@ void saveObservation(Database *database, const Observation &observation, bool qu
         .bind(6, observation.volumes)
         .bind(7, observation.paths)
         .bind(8, observation.boot_id)
+        .bind(9, observation.seen)
         .runOnce();
     Statement(database, "INSERT OR IGNORE INTO observation_count (quality, count) VALUES (?1, 0)")
         .bind(1, quality)

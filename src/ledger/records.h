@@ -115,6 +115,7 @@ struct Observation {
     int64_t volumes = 0;
     int64_t paths = 0;
     std::string boot_id;
+    Milliseconds seen = 0; // of the last one that had a topology, this one included
 };
 
 // What happened to one volume, one path, or the observation itself; the kinds are those of event_kinds.h.

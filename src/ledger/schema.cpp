@@ -16,7 +16,7 @@ CREATE TABLE observation (
     id INTEGER PRIMARY KEY CHECK (id = 1),
     quality TEXT NOT NULL, reason TEXT NOT NULL, time INTEGER NOT NULL,
     tool_ms INTEGER NOT NULL, duration_ms INTEGER NOT NULL,
-    volumes INTEGER NOT NULL, paths INTEGER NOT NULL, boot_id TEXT NOT NULL);
+    volumes INTEGER NOT NULL, paths INTEGER NOT NULL, boot_id TEXT NOT NULL, seen INTEGER NOT NULL);
 CREATE TABLE observations (
     id INTEGER PRIMARY KEY, quality TEXT NOT NULL, reason TEXT NOT NULL, time INTEGER NOT NULL);
 CREATE TABLE observation_count (quality TEXT PRIMARY KEY, count INTEGER NOT NULL);

@@ -306,10 +306,18 @@ std::string separator() {
     return std::string(130, '-') + "\n";
 }
 
+std::string boxed(const std::string &text) {
+    return separator() + text + separator();
+}
+
 std::string shown(const s_ecItems *record) {
     char text[512] = "";
     getErrorMsg(record, text, sizeof(text));
     return text;
+}
+
+std::string readyPath(const std::string &name) {
+    return "1:0:0:1 " + name + " 8:16 active ready running";
 }
 
 std::string listing(const std::vector<std::string> &paths, const std::string &alias,

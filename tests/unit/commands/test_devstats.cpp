@@ -46,7 +46,7 @@ Topology topologyOf(const std::vector<Device> &devices) {
     return head;
 }
 
-class DevStats : public testing::Test {
+class Devstats : public testing::Test {
   protected:
     void SetUp() override {
         salloc_dev_list(10);
@@ -68,7 +68,7 @@ class DevStats : public testing::Test {
 
 } // namespace
 
-TEST_F(DevStats, EachDeviceIsFollowedByItsPathsAndBringsItsAlias) {
+TEST_F(Devstats, EachDeviceIsFollowedByItsPathsAndBringsItsAlias) {
     const Topology head =
         topologyOf({{"mpatha", "987654", {"sdxa", "sdxb"}}, {"database", "987655", {"sdxc"}}});
     testing::internal::CaptureStdout();
@@ -78,7 +78,7 @@ TEST_F(DevStats, EachDeviceIsFollowedByItsPathsAndBringsItsAlias) {
                                                       "dm-987655 database", "sdxc "}));
 }
 
-TEST_F(DevStats, ADeviceWithoutPathsIsRegisteredAlone) {
+TEST_F(Devstats, ADeviceWithoutPathsIsRegisteredAlone) {
     const Topology head = topologyOf({{"mpatha", "987654", {}}});
     freePathDev(firstDravik(head.get())->pdev);
     firstDravik(head.get())->pdev = nullptr;
@@ -86,12 +86,12 @@ TEST_F(DevStats, ADeviceWithoutPathsIsRegisteredAlone) {
     EXPECT_EQ(registered(), std::vector<std::string>{"dm-987654 mpatha"});
 }
 
-TEST_F(DevStats, NoDeviceRegistersNothing) {
+TEST_F(Devstats, NoDeviceRegistersNothing) {
     printDravikStats(nullptr);
     EXPECT_EQ(registered(), std::vector<std::string>{});
 }
 
-TEST_F(DevStats, APathOfTwoDevicesIsRegisteredOnce) {
+TEST_F(Devstats, APathOfTwoDevicesIsRegisteredOnce) {
     const Topology head = topologyOf({{"a", "987654", {"sdxa"}}, {"b", "987655", {"sdxa", "sdxb"}}});
     printDravikStats(firstDravik(head.get()));
     EXPECT_EQ(registered(), (std::vector<std::string>{"dm-987654 a", "sdxa ", "dm-987655 b", "sdxb "}));

@@ -1,10 +1,11 @@
 // The port listing between its separators.
-#include "cli/cli_exe.h"
+#include "commands/port.h"
 
 #include <string>
 
 #include <gtest/gtest.h>
 
+#include "host/command_output.h"
 #include "tests/support/fake_host.h"
 
 namespace {

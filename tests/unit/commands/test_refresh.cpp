@@ -1,22 +1,15 @@
-// Scan, aggregation, refresh, version: what each runs, in which order, and what a refresh removes.
-#include "cli/cli_exe.h"
+// The refresh: what it runs, in which order, what it removes, and what ends it.
+#include "commands/refresh.h"
 
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include "commands/version.h"
+#include "tests/support/command_lines.h"
 #include "tests/support/fake_host.h"
 
 namespace {
-
-using Calls = std::vector<std::string>;
-
-constexpr char SCAN[] = "bash /usr/bin/dravik-script/g2dravikscan.sh";
-constexpr char DISCOVER[] = "bash /usr/bin/dravik-script/discoverfcnvme.sh";
-constexpr char REVIVE[] = "bash /usr/bin/dravik-script/run_all_offline_path.sh";
-constexpr char REBUILD[] = "velomux -r";
 
 // One path in a group of its own, as the listing has it.
 struct Path {
@@ -32,10 +25,6 @@ std::string device(const std::string &alias, const std::string &number, const st
                 path.name + " 8:16 failed " + path.checker + " running\n";
     }
     return text;
-}
-
-std::string deletionOf(const std::string &name) {
-    return "echo 1 > /sys/block/" + name + "/device/delete";
 }
 
 // What a refresh of the topology `text` runs between its query and its scan; it must go on to its end.
@@ -64,41 +53,7 @@ Calls endedRefresh(FakeHost *host, s_ecItems *expected) {
 
 } // namespace
 
-// ---- scan, aggregation
-
-TEST(Rescan, ScanRescansAndThenDiscovers) {
-    FakeHost host;
-    s_ecItems *result = nullptr;
-    EXPECT_EQ("", printed(scan, &result));
-    EXPECT_EQ(&EC_ok, result);
-    EXPECT_EQ((Calls{SCAN, DISCOVER}), host.calls);
-}
-
-TEST(Rescan, OnlyTheSecondScriptOfAScanCounts) {
-    FakeHost host;
-    host.answer(SCAN, "", NOT_STARTED);
-    host.answer(DISCOVER, "", 1);
-    EXPECT_EQ(&EC_ok, scan());
-    EXPECT_EQ((Calls{SCAN, DISCOVER}), host.calls);
-    host.answer(DISCOVER, "", NOT_STARTED);
-    EXPECT_EQ(&EC_exe_cmd_failed, scan());
-}
-
-TEST(Rescan, AggregationRevivesPathsAndThenRebuildsTheMaps) {
-    FakeHost host;
-    EXPECT_EQ(&EC_ok, aggregation());
-    EXPECT_EQ((Calls{REVIVE, REBUILD}), host.calls);
-}
-
-TEST(Rescan, OnlyTheRebuildingOfAnAggregationCounts) {
-    FakeHost host;
-    host.answer(REVIVE, "", NOT_STARTED);
-    EXPECT_EQ(&EC_ok, aggregation());
-    host.answer(REBUILD, "", NO_MEMORY);
-    EXPECT_EQ(&EC_exe_cmd_failed, aggregation());
-}
-
-// ---- refresh: what is removed
+// ---- what is removed
 
 TEST(Refresh, AHealthyTopologyLosesNothing) {
     EXPECT_EQ(Calls{}, removedFrom(device("mpatha", "3", {{"sdb", "50", "ready"}, {"sdc", "0", "ready"}})));
@@ -147,7 +102,7 @@ TEST(Refresh, DevicesAreClearedInTheOrderOfTheListing) {
                           device("mpathc", "5", {{"sdd", "0", "faulty"}})));
 }
 
-// ---- refresh: what ends it
+// ---- what ends it
 
 TEST(Refresh, AFailedQueryEndsIt) {
     FakeHost host;
@@ -199,22 +154,4 @@ TEST(Refresh, AHostileNameOfTheListingIsNeverHandedToAShell) {
         host.answer(QUERY_ALL, device("mpatha", "3", {{name, "0", "faulty"}}));
         EXPECT_EQ(Calls{QUERY_ALL}, endedRefresh(&host, &EC_exe_cmd_failed)) << name;
     }
-}
-
-// ---- version
-
-TEST(Version, TheIdentificationStandsBetweenTwoSeparators) {
-    FakeHost host;
-    s_ecItems *result = nullptr;
-    EXPECT_EQ(separator() +
-                  "Software name: Dravik\n"
-                  "Vendor: Korvel\n"
-                  "Version: " +
-                  DRAVIK_VERSION +
-                  "\n"
-                  "Copyright (c) Korvel. All rights reserved.\n" +
-                  separator(),
-              printed(version, &result));
-    EXPECT_EQ(&EC_info_ok, result);
-    EXPECT_EQ(Calls{}, host.calls);
 }

@@ -185,13 +185,13 @@ std::string shortWrite(const std::string &piece, long written) {
            std::to_string(piece.size()) + " bytes, but only write " + std::to_string(written) + " bytes.";
 }
 
-class FullDisk : public Snapshot {
+class SnapshotFullDisk : public Snapshot {
   protected:
-    FullDisk() {
+    SnapshotFullDisk() {
         // The log must not feel the limit: it goes into a pipe, whose size has none.
         EXPECT_EQ(pipe2(log_pipe, O_CLOEXEC | O_NONBLOCK), 0);
     }
-    ~FullDisk() override {
+    ~SnapshotFullDisk() override {
         close(log_pipe[0]);
         close(log_pipe[1]);
     }
@@ -237,7 +237,7 @@ class FullDisk : public Snapshot {
 
 } // namespace
 
-TEST_F(FullDisk, AtEveryByteItIsReportedAsAWriterOfSingleFieldsReportsIt) {
+TEST_F(SnapshotFullDisk, AtEveryByteItIsReportedAsAWriterOfSingleFieldsReportsIt) {
     const List list = {FULL, NAMELESS, PATHLESS, FULL};
     makeLunList(head, list);
     const Lines pieces = piecesOf(list);
@@ -280,7 +280,7 @@ TEST_F(FullDisk, AtEveryByteItIsReportedAsAWriterOfSingleFieldsReportsIt) {
     }
 }
 
-TEST_F(FullDisk, OfALargeListItIsReportedAroundEveryPowerOfTwoAndAtRandomBytes) {
+TEST_F(SnapshotFullDisk, OfALargeListItIsReportedAroundEveryPowerOfTwoAndAtRandomBytes) {
     List list;
     for (int i = 0; i < 4000; ++i) {
         LunFields f = i % 5 == 0 ? NAMELESS : i % 7 == 0 ? PATHLESS : FULL;

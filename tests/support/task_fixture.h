@@ -10,7 +10,9 @@
 
 #include <gtest/gtest.h>
 
+#include "common/log.h"
 #include "common/result.h"
+#include "tests/support/allocation_count.h"
 #include "tests/support/children.h"
 #include "tests/support/dumps_redirect.h"
 
@@ -67,6 +69,12 @@ class TaskFixture : public testing::Test {
         EXPECT_EQ(now.sa_handler, &ownHandler) << "the handler of SIGALRM has not been restored";
         sigaction(SIGALRM, &handler_before, nullptr);
         EXPECT_EQ(own_alarms, expected_alarms);
+    }
+
+    // The blocks that are held once the log has been written to: its first line makes the C library keep some.
+    static long heldBlocksAfterALine() {
+        DRAVIK_LOG(LOG_INFO, "a line");
+        return heldBlocks();
     }
 
     // Records keep neither words nor codes of their own.

@@ -74,9 +74,10 @@ TEST_F(Task, TaskWhoseBufferCannotBeHadIsExecuteFailed) {
 }
 
 TEST_F(Task, TaskWithALargeOutputReleasesIt) {
-    // the sanitizer's leak check is the judge
+    const long before = heldBlocksAfterALine();
     EXPECT_EQ(exeLiunxTaskCmd(printX(3000000).c_str()), &EC_ok);
     EXPECT_EQ(exeLiunxTaskCmd((printX(3000000) + " && false").c_str()), &EC_ok);
+    EXPECT_EQ(heldBlocks(), before);
 }
 
 // ---- commands run for their output
@@ -146,8 +147,10 @@ TEST_F(Task, InfoThatFailsStillCopiesItsOutput) {
 
 TEST_F(Task, InfoThatFailsWithALargeOutputReleasesIt) {
     OutputBuffer out(100);
+    const long before = heldBlocksAfterALine();
     EXPECT_EQ(exeLiunxInfoCmd((printX(3000000) + " && exit 2").c_str(), out.data(), out.size),
               &EC_exe_cmd_failed);
+    EXPECT_EQ(heldBlocks(), before);
     EXPECT_EQ(out.text(), std::string(99, 'x'));
 }
 

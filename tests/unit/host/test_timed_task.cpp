@@ -106,8 +106,10 @@ TEST_F(TimedTask, TimedThatExitsWithAnotherStatusIsExecuteFailedWithItsOutput) {
 
 TEST_F(TimedTask, TimedThatFailsWithALargeOutputReleasesIt) {
     OutputBuffer out(100);
+    const long before = heldBlocksAfterALine();
     EXPECT_EQ(exeLiunxInfoCmd_nonblocking((printX(3000000) + "; exit 3").c_str(), out.data(), out.size),
               &EC_exe_cmd_failed);
+    EXPECT_EQ(heldBlocks(), before);
     EXPECT_EQ(out.text(), std::string(99, 'x'));
 }
 
@@ -192,9 +194,11 @@ TEST_F(TimedTask, AnyExpiryOfTheTimerEndsTheCommand) {
 
 TEST_F(TimedTask, TimeOutAfterALargeOutputReleasesIt) {
     OutputBuffer out(100);
+    const long before = heldBlocksAfterALine();
     EXPECT_EQ(
         exeLiunxInfoCmd_nonblocking((printX(3000000) + "; " + ALARM_AND_HANG).c_str(), out.data(), out.size),
         &EC_exe_cmd_timeout);
+    EXPECT_EQ(heldBlocks(), before);
     EXPECT_TRUE(out.untouched());
     endAbandonedChildren();
 }

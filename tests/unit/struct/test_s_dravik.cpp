@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "struct/s_dravik.h"
+#include "tests/support/allocation_count.h"
 #include "tests/support/dumps_redirect.h"
 
 namespace {
@@ -325,18 +326,35 @@ TEST_F(SDravik, StalePathsAreNeverAsked) {
     EXPECT_EQ(findDravikByDeviceName(head.get(), "a", "nvme0n1"), nullptr);
 }
 
-// The leak checker of the sanitizers is the judge here.
-TEST_F(SDravik, FreeingReleasesSpareNodesAndTheirPathsToo) {
-    refill(head.get(), {"a", "b", "c"});
-    setPaths(head->next->next->next, {"sdb", "sdc"});
-    refill(head.get(), {"a"});
-    head.reset();
+TEST_F(SDravik, FreeingAListReleasesItsSpareNodesAndTheirPathsToo) {
+    const long before = heldBlocks();
+    s_dravik *devices = mallocDravik();
+    refill(devices, {"a", "b", "c"});
+    setPaths(devices->next->next->next, {"sdb", "sdc"});
+    refill(devices, {"a"});
+    EXPECT_EQ(heldBlocks() - before, 7); // four devices, the head with them, and three paths with theirs
+    freeDravik(devices);
+    EXPECT_EQ(heldBlocks(), before);
+
     s_path_dev *paths = mallocPathDev();
     appendPath(appendPath(paths, "sdb"), "sdc");
     initPathDev(paths);
+    EXPECT_EQ(heldBlocks() - before, 3);
     freePathDev(paths);
-    _freePathDev(mallocPathDev());
-    _freeDravik(mallocDravik());
+    EXPECT_EQ(heldBlocks(), before);
+}
+
+TEST_F(SDravik, FreeingOneNodeReleasesItAloneADeviceWithItsPaths) {
+    refill(head.get(), {"a", "b"});
+    setPaths(head->next->next, {"sdb", "sdc"});
+    s_path_dev *paths = head->next->next->pdev;
+    const long before = heldBlocks();
+    _freePathDev(paths->next->next);
+    paths->next->next = nullptr;
+    EXPECT_EQ(before - heldBlocks(), 1);
+    _freeDravik(head->next->next);
+    head->next->next = nullptr;
+    EXPECT_EQ(before - heldBlocks(), 4); // and the device, the head of its paths, the path that was left
 }
 
 TEST(SDravikLimit, NoListGrowsPastItsLargestNumberOfNodes) {

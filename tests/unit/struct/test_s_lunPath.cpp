@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "struct/s_lunPath.h"
+#include "tests/support/allocation_count.h"
 #include "tests/support/dumps_redirect.h"
 
 namespace {
@@ -293,6 +294,19 @@ TEST_F(SLunPath, StaleNodesAreNotFound) {
     EXPECT_EQ(findLunpathByDevName(lunpaths, "sdb"), second);
     initLunpath(lunpaths);
     EXPECT_EQ(findLunpathByDevName(lunpaths, "sdb"), nullptr);
+}
+
+TEST_F(SLunPath, FreeingAListReleasesItsSpareNodesTooAndFreeingOneNodeThatOneAlone) {
+    const long before = heldBlocks();
+    s_lunPath *list = mallocLunpath();
+    s_lunPath *last = getOrMallocNextLunpath(getOrMallocNextLunpath(getOrMallocNextLunpath(list)));
+    initLunpath(list); // all three are spare now
+    EXPECT_EQ(heldBlocks() - before, 4);
+    _freeLunpath(last);
+    list->next->next->next = nullptr;
+    EXPECT_EQ(heldBlocks() - before, 3);
+    freeLunpath(list);
+    EXPECT_EQ(heldBlocks(), before);
 }
 
 TEST_F(SLunPath, TheDumpOfAnEmptyListIsItsTwoBanners) {

@@ -1,6 +1,8 @@
 // What a text consists of.
 #include "common/character_tests.h"
 
+#include <string>
+
 #include <gtest/gtest.h>
 
 TEST(CharacterTests, IsDigitHoldsForDigitsOnly) {
@@ -39,4 +41,23 @@ TEST(CharacterTests, NullCountsAsEmpty) {
     EXPECT_TRUE(isHex(nullptr));
     EXPECT_TRUE(isDigitorOrLetter(nullptr));
     EXPECT_FALSE(isUpperLetter(nullptr));
+}
+
+TEST(CharacterTests, EachOfAllCharactersIsJudgedByItselfWhateverStandsBefore) {
+    for (int code = 1; code < 256; code++) {
+        const char c = static_cast<char>(code);
+        const std::string text(1, c);
+        const bool digit = code >= '0' && code <= '9';
+        const bool upper = code >= 'A' && code <= 'Z';
+        const bool lower = code >= 'a' && code <= 'z';
+        const bool hex = digit || (code >= 'a' && code <= 'f') || (code >= 'A' && code <= 'F');
+        EXPECT_EQ(isDigit(text.c_str()), digit) << code;
+        EXPECT_EQ(isDigit(("0" + text).c_str()), digit) << code;
+        EXPECT_EQ(isHex(text.c_str()), hex) << code;
+        EXPECT_EQ(isHex(("0" + text).c_str()), hex) << code;
+        EXPECT_EQ(isDigitorOrLetter(text.c_str()), digit || upper || lower) << code;
+        EXPECT_EQ(isDigitorOrLetter(("0" + text).c_str()), digit || upper || lower) << code;
+        EXPECT_EQ(isUpperLetter(text.c_str()), upper) << code;
+        EXPECT_EQ(isUpperLetter(("0" + text).c_str()), upper) << code;
+    }
 }

@@ -14,6 +14,8 @@ bool isLetterOrDigit(int code) {
 
 } // namespace
 
+// ---- words of a command line
+
 TEST(PlainWord, PlainWordHoldsOnlyLettersDigitsAndTheListedMarks) {
     for (int code = 1; code < 256; code++) {
         const char c = static_cast<char>(code);
@@ -41,4 +43,32 @@ TEST(PlainWord, WordsThatMustNotReachAShell) {
 
 TEST(PlainWord, NullIsNoPlainWord) {
     EXPECT_FALSE(isPlainWord(nullptr));
+}
+
+// ---- WWIDs and policies
+
+TEST(PlainWord, AWwidHoldsLettersDigitsAndFourMarksInAnyPlace) {
+    for (int code = 1; code < 256; code++) {
+        const char c = static_cast<char>(code);
+        const bool plain = isLetterOrDigit(code) || strchr("._:-", code) != nullptr;
+        EXPECT_EQ(isPlainWwid(std::string(1, c).c_str()), plain) << "code " << code << " alone";
+        EXPECT_EQ(isPlainWwid((std::string("3a") + c).c_str()), plain) << "code " << code << " last";
+        EXPECT_EQ(isPlainWwid((std::string(1, c) + "3a").c_str()), plain) << "code " << code << " first";
+    }
+    EXPECT_TRUE(isPlainWwid("3600b5d60001a2b3c0000000000000001"));
+    EXPECT_TRUE(isPlainWwid("eui.00000000000000010000000000000001"));
+    EXPECT_FALSE(isPlainWwid(""));
+}
+
+TEST(PlainWord, APolicyHoldsLettersDigitsHyphensUnderscoresAndBlanksInAnyPlace) {
+    for (int code = 1; code < 256; code++) {
+        const char c = static_cast<char>(code);
+        const bool plain = isLetterOrDigit(code) || strchr("-_ ", code) != nullptr;
+        EXPECT_EQ(isPlainPolicy(std::string(1, c).c_str()), plain) << "code " << code << " alone";
+        EXPECT_EQ(isPlainPolicy((std::string("a") + c + "b").c_str()), plain) << "code " << code << " inside";
+        EXPECT_EQ(isPlainPolicy((std::string(1, c) + "a").c_str()), plain) << "code " << code << " first";
+    }
+    EXPECT_TRUE(isPlainPolicy("round-robin 0"));
+    EXPECT_TRUE(isPlainPolicy("group_by_prio"));
+    EXPECT_FALSE(isPlainPolicy(""));
 }

@@ -12,6 +12,13 @@
 #include "tests/support/system_calls.h"
 #include "tests/support/task_fixture.h"
 
+using dravik::isRefused;
+using dravik::runForOutput;
+using dravik::runScript;
+using dravik::runTask;
+using dravik::ShellCommand;
+using dravik::operator""_sh;
+
 namespace {
 
 class Task : public TaskFixture {};
@@ -198,4 +205,72 @@ TEST_F(Task, NoDescriptorStaysOpenAfterACommandThatEnded) {
     exeLiunxTaskCmd("echo a");
     exeLiunxInfoCmd("exit 1", out.data(), out.size);
     EXPECT_EQ(openDescriptors(), before);
+}
+
+// ---- command lines as a type
+
+TEST_F(Task, PlainCommandIsNotRefusedAndNothingIsLogged) {
+    EXPECT_FALSE(isRefused("operation", ShellCommand("tool "_sh, "sdb")));
+    EXPECT_FALSE(isRefused("operation", ShellCommand()));
+    EXPECT_EQ(dumps.names(), Texts());
+}
+
+TEST_F(Task, RefusedCommandIsLoggedInTheNameOfTheOperation) {
+    EXPECT_TRUE(isRefused("deleteDrive", ShellCommand("tool "_sh, "sd;b")));
+    EXPECT_EQ(dumps.commandLogLines(), Texts{"ERROR deleteDrive # Execute command [tool sd;b] failed\n"});
+}
+
+TEST_F(Task, PlainCommandIsRunAsTheTextIs) {
+    const std::string file = dumps.path("made");
+    EXPECT_EQ(runTask("operation", ShellCommand("echo word > "_sh, file.c_str())), &EC_ok);
+    EXPECT_EQ(dumps.read("made"), "word\n");
+    OutputBuffer out(100);
+    EXPECT_EQ(runForOutput("operation", ShellCommand("cat "_sh, file.c_str()), out.data(), out.size),
+              &EC_info_ok);
+    EXPECT_EQ(out.text(), "word\n");
+    EXPECT_EQ(dumps.names(), Texts{"made"});
+}
+
+TEST_F(Task, EmptyCommandRunsNothingAndSucceeds) {
+    EXPECT_EQ(runTask("operation", ShellCommand()), &EC_ok);
+    OutputBuffer out(100);
+    EXPECT_EQ(runForOutput("operation", ShellCommand(), out.data(), out.size), &EC_info_ok);
+    EXPECT_EQ(out.text(), "");
+}
+
+TEST_F(Task, CommandWithAWordThatIsNotPlainIsNeverRun) {
+    const std::string made = dumps.path("made");
+    for (const std::string &word : {";touch " + made, "$(touch " + made + ")", "`touch " + made + "`",
+                                    "|touch " + made, "&touch " + made, "\ntouch " + made, "> " + made}) {
+        dumps.forgetLogs();
+        OutputBuffer out(100);
+        const ShellCommand command("echo "_sh, word.c_str());
+        EXPECT_EQ(runTask("setstate", command), &EC_exe_cmd_failed) << word;
+        EXPECT_EQ(runForOutput("setstate", command, out.data(), out.size), &EC_exe_cmd_failed) << word;
+        EXPECT_TRUE(out.untouched()) << word;
+        const std::string line = "ERROR setstate # Execute command [echo " + word + "] failed\n";
+        EXPECT_EQ(dumps.commandLogLines(), (Texts{line, line}));
+    }
+    EXPECT_EQ(dumps.names(), Texts{"dravik_cli.log"});
+}
+
+TEST_F(Task, FailuresOfACommandAreThoseOfTheTextInItsOwnName) {
+    EXPECT_EQ(runTask("operation", ShellCommand("exit 3"_sh)), &EC_ok);
+    OutputBuffer out(100);
+    EXPECT_EQ(runForOutput("operation", ShellCommand("echo partly && exit 3"_sh), out.data(), out.size),
+              &EC_exe_cmd_failed);
+    EXPECT_EQ(out.text(), "partly\n");
+    EXPECT_EQ(dumps.commandLogLines().back(),
+              "ERROR exeLiunxInfoCmd # Command [echo partly && exit 3] failed, exitcode:[3]\n");
+}
+
+TEST_F(Task, ScriptIsRunWithBashForItsEffect) {
+    // The other shell on many hosts knows no arrays.
+    dumps.write("script.sh",
+                "words=(one two)\necho \"${words[1]} $#\" > " + dumps.path("made") + "\nexit 1\n");
+    EXPECT_EQ(runScript("operation", dumps.path("script.sh").c_str()), &EC_ok);
+    EXPECT_EQ(dumps.read("made"), "two 0\n");
+    dumps.forgetLogs();
+    EXPECT_EQ(runScript("operation", "/x;reboot"), &EC_exe_cmd_failed);
+    EXPECT_EQ(dumps.commandLogLines(), Texts{"ERROR operation # Execute command [bash /x;reboot] failed\n"});
 }

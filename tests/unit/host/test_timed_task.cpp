@@ -19,6 +19,10 @@
 #include "tests/support/system_calls.h"
 #include "tests/support/task_fixture.h"
 
+using dravik::runTimed;
+using dravik::ShellCommand;
+using dravik::operator""_sh;
+
 namespace {
 
 itimerval timerNow() {
@@ -284,6 +288,36 @@ TEST_F(TimedTask, NoDescriptorStaysOpenAfterACommandThatEnded) {
     exeLiunxInfoCmd_nonblocking("echo a", out.data(), out.size);
     exeLiunxInfoCmd_nonblocking("exit 1", out.data(), out.size);
     EXPECT_EQ(openDescriptors(), before);
+}
+
+// ---- a command line as a type
+
+TEST_F(TimedTask, PlainCommandIsRunAsTheTextIs) {
+    OutputBuffer out(100);
+    EXPECT_EQ(runTimed("delete_", ShellCommand("echo "_sh, "mpatha", "; exit 0"_sh), out.data(), out.size),
+              &EC_info_ok);
+    EXPECT_EQ(out.text(), "mpatha\n");
+    EXPECT_EQ(runTimed("delete_", ShellCommand("exit 3"_sh), out.data(), out.size), &EC_exe_cmd_failed);
+    EXPECT_EQ(dumps.commandLogLines().back(),
+              "ERROR exeLiunxInfoCmd_nonblocking # Execute command [exit 3] failed\n");
+    EXPECT_EQ(runTimed("delete_", ShellCommand(), out.data(), out.size), &EC_info_ok);
+    EXPECT_EQ(out.text(), "");
+}
+
+TEST_F(TimedTask, CommandWithAWordThatIsNotPlainIsNeverRunAndTheTimerNotStarted) {
+    const std::string word = "mpatha;touch " + dumps.path("made");
+    OutputBuffer out(100);
+    const s_ecItems *result = nullptr;
+    {
+        const FailingCall failing("setitimer", EINVAL);
+        result = runTimed("delete_", ShellCommand("velomux -f "_sh, word.c_str()), out.data(), out.size);
+        EXPECT_EQ(failing.count(), 0U);
+    }
+    EXPECT_EQ(result, &EC_exe_cmd_failed);
+    EXPECT_TRUE(out.untouched());
+    EXPECT_EQ(dumps.commandLogLines(),
+              Texts{"ERROR delete_ # Execute command [velomux -f " + word + "] failed\n"});
+    EXPECT_EQ(dumps.names(), Texts{"dravik_cli.log"});
 }
 
 // ---- handlers

@@ -58,7 +58,7 @@ class FakeHost {
     // What lsb_release prints; a pipe to it cannot be had.
     void lsbRelease(const std::string &text);
     void lsbReleaseCannotBeStarted();
-    // A device node or a folder of sysfs exists from now on, or no longer.
+    // A device node, a folder of sysfs or a help text exists from now on, or no longer.
     void node(const std::string &path);
     void removeNode(const std::string &path);
     // How often the node at `path`, or "lsb_release", was asked for.

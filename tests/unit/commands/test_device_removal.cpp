@@ -19,6 +19,17 @@ constexpr char NO_ARGUMENT[] = "Dec 06 10:15:02 | '/dev/dm-3' is not a valid arg
 
 } // namespace
 
+// ---- the tool's answer
+
+TEST(DeviceRemoval, AMapIsInUseWhenTheToolSaysSo) {
+    EXPECT_TRUE(dravik::saysInUse(IN_USE));
+    EXPECT_TRUE(dravik::saysInUse("mpatha: map in use"));
+    EXPECT_FALSE(dravik::saysInUse(NO_ARGUMENT));
+    EXPECT_FALSE(dravik::saysInUse("map in use"));
+    EXPECT_FALSE(dravik::saysInUse("mpatha: Map in use"));
+    EXPECT_FALSE(dravik::saysInUse(""));
+}
+
 // ---- deleteDrive
 
 TEST(DeviceRemoval, DeleteDriveOfNoPathsIsASuccess) {

@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/dumps_redirect.h"
+#include "tests/support/fake_host.h"
 
 namespace {
 
@@ -301,4 +302,53 @@ TEST_F(Query, HuaweiAndHitachiShowTheirRotationAsListed) {
     }
     EXPECT_EQ(shownPolicy("XHUAWEI", "round-robin 0"), "smart-distribution-extend");
     EXPECT_EQ(shownPolicy("NVME", "round-robin 0"), "smart-distribution-extend");
+}
+
+// ---- the commands
+
+TEST(QueryCommand, TheTopologyIsTakenAndShownAndTheParsersRecordIsTheAnswer) {
+    FakeHost host;
+    host.answer(QUERY_ALL, listing({readyPath("xa")}, "mpatha", "987654"));
+    s_ecItems *result = nullptr;
+    EXPECT_EQ(DASHES +
+                  "path_alias: mpatha\nwwid: 360000000000000000000000000000001\ndevice_number: 987654\n"
+                  "vendor: KORVEL\nproduct_type: QVX\nlun_size: 10G\n" +
+                  EQUALS +
+                  "dev_id dev_name dev_node path_policy        path_status dravik_status target_port   \n"
+                  "8:16   xa       1:0:0:1  round-robin-extend active      running                   \n" +
+                  DASHES,
+              printed(query, &result));
+    EXPECT_EQ(&EC_info_ok, result);
+    EXPECT_EQ(host.calls, std::vector<std::string>{QUERY_ALL});
+}
+
+TEST(QueryCommand, OneDeviceIsAskedForByItsName) {
+    FakeHost host;
+    host.answer("velomux -ll mpatha", listing({}, "mpatha", "987654"));
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(&EC_info_ok, querySingleDevice("mpatha"));
+    EXPECT_EQ(DASHES +
+                  "path_alias: mpatha\nwwid: 360000000000000000000000000000001\ndevice_number: 987654\n"
+                  "vendor: KORVEL\nproduct_type: QVX\nlun_size: 10G\n" +
+                  DASHES,
+              testing::internal::GetCapturedStdout());
+    EXPECT_EQ(host.calls, std::vector<std::string>{"velomux -ll mpatha"});
+}
+
+TEST(QueryCommand, AFailureOfTheQueryIsTheAnswerAndNothingIsPrinted) {
+    FakeHost host;
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(&EC_no_this_device, querySingleDevice("mpathx"));
+    host.answer(QUERY_ALL, "", NOT_STARTED);
+    EXPECT_EQ(&EC_exe_cmd_failed, query());
+    host.answer(QUERY_ALL, listing({readyPath("xa")}) + "|-+- nonsense\n");
+    EXPECT_EQ(&EC_parse_cmd_out, query());
+    EXPECT_EQ("", testing::internal::GetCapturedStdout());
+}
+
+TEST(QueryCommand, AnEmptyTopologyIsTwoSeparators) {
+    FakeHost host;
+    s_ecItems *result = nullptr;
+    EXPECT_EQ(DASHES + DASHES, printed(query, &result));
+    EXPECT_EQ(&EC_info_ok, result);
 }

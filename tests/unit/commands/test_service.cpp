@@ -140,3 +140,22 @@ TEST(Service, EachPreparationScriptIsOneCommand) {
     checkAndStartdravikd();
     EXPECT_EQ((Calls{SOFTLINK, CHECK_LVM, START_DAEMON}), host.calls);
 }
+
+TEST(Service, TheUnitLinkIsSeenToOnlyWhereSystemctlIsUsed) {
+    FakeHost host;
+    EXPECT_FALSE(dravik::prepareServiceTool());
+    EXPECT_EQ(Calls{SOFTLINK}, host.calls);
+    host.calls.clear();
+    host.becomeRhel6();
+    EXPECT_TRUE(dravik::prepareServiceTool());
+    EXPECT_EQ(Calls{}, host.calls);
+}
+
+TEST(Service, AnActionThatNoShellMaySeeIsNeverRun) {
+    FakeHost host;
+    host.becomeRhel6();
+    EXPECT_EQ(&EC_exe_cmd_failed, chMultipathdService("start;reboot"));
+    EXPECT_EQ(Calls{}, host.calls);
+    EXPECT_EQ(Calls{"ERROR chMultipathdService # Execute command [service dravikd start;reboot] failed\n"},
+              host.dumps.commandLogLines());
+}

@@ -116,3 +116,12 @@ TEST_F(Setalias, HostileWordsAreRefusedBeforeAnythingIsRun) {
     }
     EXPECT_EQ(Calls{}, host.calls);
 }
+
+TEST_F(Setalias, ARefusalIsLoggedAsACommandThatCouldNotBeRun) {
+    give(gParamWwidVal, "3;x");
+    EXPECT_EQ(&EC_exe_cmd_failed, setalias());
+    EXPECT_EQ(Calls{}, host.calls);
+    EXPECT_EQ(Calls{"ERROR setalias # Execute command [bash /usr/bin/dravik-script/alias.sh set 3;x backup] "
+                    "failed\n"},
+              host.dumps.commandLogLines());
+}

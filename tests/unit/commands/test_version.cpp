@@ -1,6 +1,7 @@
 // The identification that `version` prints.
 #include "commands/version.h"
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -23,4 +24,11 @@ TEST(Version, TheIdentificationStandsBetweenTwoSeparators) {
               printed(version, &result));
     EXPECT_EQ(&EC_info_ok, result);
     EXPECT_EQ(Calls{}, host.calls);
+}
+
+TEST(Version, ItIsThreeNumbers) {
+    const std::string text = DRAVIK_VERSION;
+    EXPECT_EQ(text.find_first_not_of("0123456789."), std::string::npos) << text;
+    EXPECT_EQ(std::count(text.begin(), text.end(), '.'), 2) << text;
+    EXPECT_EQ(text.find(".."), std::string::npos) << text;
 }

@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/seeded_random.h"
 #include "tests/support/stats_host.h"
 
 namespace {
@@ -114,8 +115,7 @@ TEST_F(DeviceList, TheNameColumnIsAsWideAsTheLongestAliasOfADeviceButAtLeastThir
 }
 
 TEST_F(DeviceList, TheIndexAnswersAsTheLinearSearchDoes) {
-    constexpr unsigned int SEED = 4711;
-    std::mt19937 random(SEED); // NOLINT(cert-msc32-c,cert-msc51-cpp): a failure must come back
+    std::mt19937 random = seededRandom(4711);
     for (int round = 0; round < 30; round++) {
         const int entries = 1 + static_cast<int>(random() % 300);
         salloc_dev_list(entries);
@@ -131,7 +131,7 @@ TEST_F(DeviceList, TheIndexAnswersAsTheLinearSearchDoes) {
             if (expected == entries + 1) {
                 expected = -1;
             }
-            ASSERT_EQ(add(name, "alias"), expected) << SEED << " " << name;
+            ASSERT_EQ(add(name, "alias"), expected) << name;
         }
     }
 }

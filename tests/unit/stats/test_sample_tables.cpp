@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "stats/stats.h"
+#include "tests/support/seeded_random.h"
 #include "tests/support/stats_host.h"
 
 namespace {
@@ -256,8 +257,7 @@ TEST_F(SampleTables, AGroupKeepsItsSlotThroughAReading) {
 
 // Two engines side by side: one through the index, one through save_stats.
 TEST_F(SampleTables, TheIndexAnswersAsTheLinearSearchDoes) {
-    constexpr unsigned int SEED = 815;
-    std::mt19937 random(SEED); // NOLINT(cert-msc32-c,cert-msc51-cpp): a failure must come back
+    std::mt19937 random = seededRandom(815);
     for (int round = 0; round < 20; round++) {
         initWith(1 + static_cast<int>(random() % 40));
         listDevices({"sd3", "sd5", "dm-1=x", "gone"});
@@ -291,9 +291,9 @@ TEST_F(SampleTables, TheIndexAnswersAsTheLinearSearchDoes) {
             header.assign(st_hdr_iodev, st_hdr_iodev + iodev_nr);
             samples[0].assign(st_iodev[0], st_iodev[0] + iodev_nr);
             samples[1].assign(st_iodev[1], st_iodev[1] + iodev_nr);
-            ASSERT_TRUE(indexed == header) << SEED;
-            ASSERT_TRUE(indexed_samples[0] == samples[0]) << SEED;
-            ASSERT_TRUE(indexed_samples[1] == samples[1]) << SEED;
+            ASSERT_TRUE(indexed == header);
+            ASSERT_TRUE(indexed_samples[0] == samples[0]);
+            ASSERT_TRUE(indexed_samples[1] == samples[1]);
         }
     }
 }

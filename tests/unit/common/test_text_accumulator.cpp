@@ -116,13 +116,13 @@ TEST_F(TextAccumulator, CountsThatOverflowAreNoRoom) {
     EXPECT_EQ(bufLen, 3U);
 }
 
-TEST_F(TextAccumulator, CleanEmptiesTheTextAndKeepsTheRoom) {
+TEST_F(TextAccumulator, CleanEmptiesTheTextAndKeepsTheBlock) {
     ASSERT_EQ(appendBuf("abc"), 3U);
-    const char *room = buf;
+    const char *block = buf;
     cleanBuf();
     EXPECT_EQ(bufLen, 0U);
     EXPECT_EQ(bufSize, 4096U);
-    EXPECT_EQ(buf, room);
+    EXPECT_EQ(buf, block);
     EXPECT_STREQ(buf, "");
     EXPECT_EQ(appendBuf("x"), 1U);
     EXPECT_STREQ(buf, "x");

@@ -1,5 +1,5 @@
 // The cache file: what a store leaves in it byte for byte, what a lookup finds, what a fault does to it.
-#include "array/array.h"
+#include "array/vdisk_cache.h"
 
 #include <cerrno>
 #include <cstring>
@@ -15,6 +15,7 @@
 
 #include <gtest/gtest.h>
 
+#include "array/vdisk_entry.h"
 #include "tests/support/dumps_redirect.h"
 #include "tests/support/seeded_random.h"
 #include "tests/support/write_faults.h"

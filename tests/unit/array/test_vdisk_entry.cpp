@@ -1,5 +1,5 @@
 // The cache's tree: what a first file may hold, and the rule by which a name is changed.
-#include "array/array.h"
+#include "array/vdisk_entry.h"
 
 #include <memory>
 #include <string>

@@ -1,7 +1,6 @@
 // Which handler each command name reaches, with which arguments. This program has handlers of its own, which
 // only write down that they were called: the real ones change the host.
-#include "cli/cli_exe.h"
-#include "cli/cli_tags.h"
+#include "cli/command_table.h"
 
 #include <cstdio>
 #include <map>
@@ -9,6 +8,9 @@
 #include <vector>
 
 #include <gtest/gtest.h>
+
+#include "cli/cli_exe.h"
+#include "commands/parameter_buffers.h"
 
 namespace {
 

@@ -10,6 +10,7 @@
 
 #include "cli/command_table.h"
 #include "commands/parameter_buffers.h"
+#include "tests/support/rules.h"
 
 namespace {
 
@@ -87,9 +88,121 @@ TEST(ParameterChecks, ANullArgumentCountsAsEmpty) {
     EXPECT_EQ(outcomeOf(checkCliParams(3, argv)), is(EC_devicename_format_error));
 }
 
-TEST(ParameterChecks, AWordIsShownWithItsFirst64Characters) {
-    EXPECT_EQ(check({"status", std::string(100, 'x')}), is(EC_invalid_param, std::string(64, 'x')));
+// ---- command lines and their answers
+
+namespace {
+
+// The words of a command line, and what the check answers.
+struct LineCase {
+    std::vector<std::string> words;
+    Outcome outcome;
+};
+
+const Rule<LineCase> LINE_RULES[] = {
+    {"AWordIsShownWithItsFirst64Characters",
+     {{{"status", std::string(100, 'x')}, is(EC_invalid_param, std::string(64, 'x'))}}},
+    {"DevstatsCountsItsArgumentsBeforeItReadsThem",
+     {{{"devstats", "-x", "1", "-y", "2", "-z"}, is(EC_parameter_number_error)}}},
+    {"DevstatsRefusesUnknownNamesAndMissingValues",
+     {{{"devstats", "-alias", "a"}, is(EC_invalid_param_name, "-alias")},
+      {{"devstats", "-interval"}, is(EC_miss_param_val, "-interval")},
+      {{"devstats", "-path_alias"}, is(EC_miss_param_val, "-path_alias")},
+      {{"devstats", "-path_alias", "a", "-interval"}, is(EC_miss_param_val, "-interval")}}},
+    {"DevstatsRefusesANameGivenTwice",
+     {{{"devstats", "-interval", "1", "-interval", "2"}, is(EC_param_duped, "-interval")},
+      {{"devstats", "-path_alias", "a", "-path_alias", "b"}, is(EC_param_duped, "-path_alias")},
+      {{"devstats", "-interval", "", "-interval", "2"}, is(EC_param_duped, "-interval")}}},
+    {"ADuplicateThatStandsLastIsAMissingValue",
+     {{{"devstats", "-interval", "1", "-interval"}, is(EC_miss_param_val, "-interval")},
+      {{"setalias", "-wwid", SCSI_WWID, "-wwid"}, is(EC_miss_param_val, "-wwid")},
+      {{"setpathpolicy", "-chooser", "round-robin-extend", "-chooser"}, is(EC_miss_param_val, "-chooser")}}},
+    {"DevstatsIntervalHoldsDigitsOnly",
+     {{{"devstats", "-interval", "1s"}, is(EC_interval_format_error)},
+      {{"devstats", "-interval", "-1"}, is(EC_interval_format_error)},
+      {{"devstats", "-interval", "1.5"}, is(EC_interval_format_error)},
+      {{"devstats", "-interval", ""}, is(EC_ok)}}},
+    {"DevstatsLooksAtTheIntervalBeforeTheDevice",
+     {{{"devstats", "-path_alias", "9", "-interval", "x"}, is(EC_interval_format_error)}}},
+    {"SetstateWithFewerPairsMissesOne",
+     {{{"setstate"}, is(EC_miss_device_path_state)},
+      {{"setstate", "-path_alias", "mpatha", "-device_name", "sdb"}, is(EC_miss_device_path_state)},
+      {{"setstate", "-path_alias", "mpatha", "-state", "online"}, is(EC_miss_device_path_state)}}},
+    {"SetpathpolicyMissesItsChooser",
+     {{{"setpathpolicy"}, is(EC_miss_group_chooser)},
+      {{"setpathpolicy", "-scsi"}, is(EC_miss_group_chooser)},
+      {{"setpathpolicy", "-nvme"}, is(EC_miss_group_chooser)},
+      {{"setpathpolicy", "-chooser"}, is(EC_miss_param_val, "-chooser")},
+      {{"setpathpolicy", "-nvme", "-chooser"}, is(EC_miss_param_val, "-chooser")}}},
+    {"SetpathpolicyRefusesOtherNames",
+     {{{"setpathpolicy", "-x", "y"}, is(EC_invalid_param_name, "-x")},
+      {{"setpathpolicy", "-scsi", "-nvme"}, is(EC_invalid_param_name, "-nvme")},
+      {{"setpathpolicy", "-scsi", "multibus"}, is(EC_invalid_param_name, "multibus")}}},
+    {"SetpathpolicyNamesTheSecondChooserByItsValue",
+     {{{"setpathpolicy", "-chooser", "round-robin-extend", "-chooser", "anything"},
+       is(EC_param_duped, "anything")},
+      {{"setpathpolicy", "-chooser", "round-robin-extend", "-chooser", "round-robin-extend", "-scsi", "-scsi",
+        "-scsi"},
+       is(EC_param_duped, "round-robin-extend")}}},
+    {"SetaliasMissesItsParameters",
+     {{{"setalias"}, is(EC_miss_alias_wwid)},
+      {{"setalias", "-alias", "a"}, is(EC_miss_wwid)},
+      {{"setalias", "-wwid", SCSI_WWID}, is(EC_miss_alias)},
+      {{"setalias", "-wwid", "", "-alias", ""}, is(EC_miss_wwid)},
+      {{"setalias", "-wwid"}, is(EC_miss_param_val, "-wwid")},
+      {{"setalias", "-path_alias", "a"}, is(EC_invalid_param_name, "-path_alias")}}},
+    {"SetaliasRefusesABufferAlreadyFilled",
+     {{{"setalias", "-wwid", "a", "-wwid", "b"}, is(EC_param_duped, "-wwid")},
+      {{"setalias", "-alias", "a", "-alias", "b"}, is(EC_param_duped, "-alias")},
+      // an empty value has filled nothing
+      {{"setalias", "-alias", "", "-alias", "b", "-wwid", SCSI_WWID}, is(EC_parameter_number_error)}}},
+    {"SetaliasScsiWwidIs33LowerCaseHexadecimalCharacters",
+     {{{"setalias", "-wwid", "3" + std::string(32, 'f'), "-alias", "a"}, is(EC_ok)},
+      {{"setalias", "-wwid", "3" + std::string(31, 'f'), "-alias", "a"}, is(EC_wwid_length_error)},
+      {{"setalias", "-wwid", "3" + std::string(33, 'f'), "-alias", "a"}, is(EC_wwid_length_error)},
+      {{"setalias", "-wwid", "3" + std::string(31, 'f') + "_", "-alias", "a"}, is(EC_wwid_format_error)},
+      {{"setalias", "-wwid", "3" + std::string(31, 'f') + "g", "-alias", "a"}, is(EC_wwid_format_error)},
+      {{"setalias", "-wwid", "3" + std::string(31, 'f') + "G", "-alias", "a"}, is(EC_wwid_format_error)},
+      {{"setalias", "-wwid", "3" + std::string(31, 'f') + "F", "-alias", "a"}, is(EC_upper_letter_error)}}},
+    {"SetaliasNvmeWwidIsEuiAnd32LowerCaseHexadecimalCharacters",
+     {{{"setalias", "-wwid", "eui." + std::string(32, '0'), "-alias", "a"}, is(EC_ok)},
+      {{"setalias", "-wwid", "eui." + std::string(31, '0'), "-alias", "a"}, is(EC_wwid_length_error)},
+      {{"setalias", "-wwid", "eui." + std::string(33, '0'), "-alias", "a"}, is(EC_wwid_length_error)},
+      {{"setalias", "-wwid", "eui." + std::string(31, '0') + ".", "-alias", "a"}, is(EC_wwid_format_error)},
+      {{"setalias", "-wwid", "eui." + std::string(31, '0') + "z", "-alias", "a"}, is(EC_wwid_format_error)},
+      {{"setalias", "-wwid", "eui." + std::string(31, '0') + "A", "-alias", "a"}, is(EC_upper_letter_error)},
+      {{"setalias", "-wwid", "EUI." + std::string(32, '0'), "-alias", "a"}, is(EC_wwid_format_error)},
+      {{"setalias", "-wwid", "2" + std::string(32, '0'), "-alias", "a"}, is(EC_wwid_format_error)}}},
+    {"SetaliasLooksAtTheWwidBeforeTheAlias",
+     {{{"setalias", "-wwid", "3", "-alias", NAME_61}, is(EC_wwid_length_error)}}},
+    {"SetaliasAliasIsANameOfAtMost60Characters",
+     {{{"setalias", "-wwid", SCSI_WWID, "-alias", NAME_60}, is(EC_ok)},
+      {{"setalias", "-wwid", SCSI_WWID, "-alias", NAME_61}, is(EC_alias_length_error)},
+      {{"setalias", "-wwid", SCSI_WWID, "-alias", "a"}, is(EC_ok)},
+      {{"setalias", "-wwid", SCSI_WWID, "-alias", "9a"}, is(EC_alias_format_error)},
+      {{"setalias", "-wwid", SCSI_WWID, "-alias", "_a"}, is(EC_alias_format_error)},
+      {{"setalias", "-wwid", SCSI_WWID, "-alias", "a;reboot"}, is(EC_alias_format_error)}}},
+    {"SetaliasAnAliasThatIsTheWwidItselfIsAccepted",
+     {{{"setalias", "-wwid", SCSI_WWID, "-alias", SCSI_WWID}, is(EC_ok)},
+      {{"setalias", "-wwid", NVME_WWID, "-alias", NVME_WWID}, is(EC_ok)},
+      {{"setalias", "-wwid", SCSI_WWID, "-alias", "3" + std::string(32, '1')}, is(EC_alias_wwid_error)},
+      {{"setalias", "-wwid", SCSI_WWID, "-alias", NVME_WWID}, is(EC_alias_wwid_error)}}},
+    {"SetaliasAnAliasThatBeginsWithIdiskIsRefused",
+     {{{"setalias", "-wwid", SCSI_WWID, "-alias", "idisk5"}, is(EC_set_idisk_error)},
+      {{"setalias", "-wwid", SCSI_WWID, "-alias", "idisk"}, is(EC_set_idisk_error)},
+      {{"setalias", "-wwid", SCSI_WWID, "-alias", "myidisk"}, is(EC_ok)},
+      {{"setalias", "-wwid", SCSI_WWID, "-alias", "Idisk"}, is(EC_ok)}}},
+};
+
+class ParameterChecksLine : public testing::TestWithParam<Rule<LineCase>> {};
+
+} // namespace
+
+TEST_P(ParameterChecksLine, IsAnswered) {
+    for (const LineCase &row : GetParam().cases) {
+        EXPECT_EQ(check(row.words), row.outcome) << testing::PrintToString(row.words);
+    }
 }
+INSTANTIATE_TEST_SUITE_P(Rule, ParameterChecksLine, testing::ValuesIn(LINE_RULES), nameOfRule);
 
 // ---- delete and query
 
@@ -160,41 +273,6 @@ TEST(ParameterChecks, DevstatsTakesDeviceAndIntervalInAnyOrder) {
     EXPECT_STREQ(gParamMpathxVal, "mpatha");
 }
 
-TEST(ParameterChecks, DevstatsCountsItsArgumentsBeforeItReadsThem) {
-    EXPECT_EQ(check({"devstats", "-x", "1", "-y", "2", "-z"}), is(EC_parameter_number_error));
-}
-
-TEST(ParameterChecks, DevstatsRefusesUnknownNamesAndMissingValues) {
-    EXPECT_EQ(check({"devstats", "-alias", "a"}), is(EC_invalid_param_name, "-alias"));
-    EXPECT_EQ(check({"devstats", "-interval"}), is(EC_miss_param_val, "-interval"));
-    EXPECT_EQ(check({"devstats", "-path_alias"}), is(EC_miss_param_val, "-path_alias"));
-    EXPECT_EQ(check({"devstats", "-path_alias", "a", "-interval"}), is(EC_miss_param_val, "-interval"));
-}
-
-TEST(ParameterChecks, DevstatsRefusesANameGivenTwice) {
-    EXPECT_EQ(check({"devstats", "-interval", "1", "-interval", "2"}), is(EC_param_duped, "-interval"));
-    EXPECT_EQ(check({"devstats", "-path_alias", "a", "-path_alias", "b"}), is(EC_param_duped, "-path_alias"));
-    EXPECT_EQ(check({"devstats", "-interval", "", "-interval", "2"}), is(EC_param_duped, "-interval"));
-}
-
-TEST(ParameterChecks, ADuplicateThatStandsLastIsAMissingValue) {
-    EXPECT_EQ(check({"devstats", "-interval", "1", "-interval"}), is(EC_miss_param_val, "-interval"));
-    EXPECT_EQ(check({"setalias", "-wwid", SCSI_WWID, "-wwid"}), is(EC_miss_param_val, "-wwid"));
-    EXPECT_EQ(check({"setpathpolicy", "-chooser", "round-robin-extend", "-chooser"}),
-              is(EC_miss_param_val, "-chooser"));
-}
-
-TEST(ParameterChecks, DevstatsIntervalHoldsDigitsOnly) {
-    EXPECT_EQ(check({"devstats", "-interval", "1s"}), is(EC_interval_format_error));
-    EXPECT_EQ(check({"devstats", "-interval", "-1"}), is(EC_interval_format_error));
-    EXPECT_EQ(check({"devstats", "-interval", "1.5"}), is(EC_interval_format_error));
-    EXPECT_EQ(check({"devstats", "-interval", ""}), is(EC_ok));
-}
-
-TEST(ParameterChecks, DevstatsLooksAtTheIntervalBeforeTheDevice) {
-    EXPECT_EQ(check({"devstats", "-path_alias", "9", "-interval", "x"}), is(EC_interval_format_error));
-}
-
 TEST(ParameterChecks, DevstatsWithAnEmptyDeviceMeansAllDevices) {
     EXPECT_EQ(check({"devstats", "-path_alias", "", "-interval", "1"}), is(EC_ok));
     EXPECT_STREQ(gParamMpathxVal, "");
@@ -222,14 +300,6 @@ TEST(ParameterChecks, SetstateWithItsThreePairsPasses) {
     EXPECT_EQ(check({"setstate", "-state", "online", "-device_name", "sdb", "-path_alias", "mpatha"}),
               is(EC_ok));
     EXPECT_STREQ(gParamStateVal, "online");
-}
-
-TEST(ParameterChecks, SetstateWithFewerPairsMissesOne) {
-    EXPECT_EQ(check({"setstate"}), is(EC_miss_device_path_state));
-    EXPECT_EQ(check({"setstate", "-path_alias", "mpatha", "-device_name", "sdb"}),
-              is(EC_miss_device_path_state));
-    EXPECT_EQ(check({"setstate", "-path_alias", "mpatha", "-state", "online"}),
-              is(EC_miss_device_path_state));
 }
 
 TEST(ParameterChecks, SetstateDoesNotTellARepetition) {
@@ -308,28 +378,6 @@ TEST(ParameterChecks, SetpathpolicyScsiAndNvmeStandBeforeTheChooser) {
     EXPECT_EQ(gParamHostInterfaceType, 1);
 }
 
-TEST(ParameterChecks, SetpathpolicyMissesItsChooser) {
-    EXPECT_EQ(check({"setpathpolicy"}), is(EC_miss_group_chooser));
-    EXPECT_EQ(check({"setpathpolicy", "-scsi"}), is(EC_miss_group_chooser));
-    EXPECT_EQ(check({"setpathpolicy", "-nvme"}), is(EC_miss_group_chooser));
-    EXPECT_EQ(check({"setpathpolicy", "-chooser"}), is(EC_miss_param_val, "-chooser"));
-    EXPECT_EQ(check({"setpathpolicy", "-nvme", "-chooser"}), is(EC_miss_param_val, "-chooser"));
-}
-
-TEST(ParameterChecks, SetpathpolicyRefusesOtherNames) {
-    EXPECT_EQ(check({"setpathpolicy", "-x", "y"}), is(EC_invalid_param_name, "-x"));
-    EXPECT_EQ(check({"setpathpolicy", "-scsi", "-nvme"}), is(EC_invalid_param_name, "-nvme"));
-    EXPECT_EQ(check({"setpathpolicy", "-scsi", "multibus"}), is(EC_invalid_param_name, "multibus"));
-}
-
-TEST(ParameterChecks, SetpathpolicyNamesTheSecondChooserByItsValue) {
-    EXPECT_EQ(check({"setpathpolicy", "-chooser", "round-robin-extend", "-chooser", "anything"}),
-              is(EC_param_duped, "anything"));
-    EXPECT_EQ(check({"setpathpolicy", "-chooser", "round-robin-extend", "-chooser", "round-robin-extend",
-                     "-scsi", "-scsi", "-scsi"}),
-              is(EC_param_duped, "round-robin-extend"));
-}
-
 TEST(ParameterChecks, SetpathpolicyClearsWhatItFillsOnceItHasParameters) {
     emptyBuffers();
     strcpy(gParamGroupVal, "g");
@@ -360,23 +408,6 @@ TEST(ParameterChecks, SetaliasKeepsWwidAndAliasInAnyOrder) {
     EXPECT_EQ(check({"setalias", "-alias", "mydisk", "-wwid", SCSI_WWID}), is(EC_ok));
 }
 
-TEST(ParameterChecks, SetaliasMissesItsParameters) {
-    EXPECT_EQ(check({"setalias"}), is(EC_miss_alias_wwid));
-    EXPECT_EQ(check({"setalias", "-alias", "a"}), is(EC_miss_wwid));
-    EXPECT_EQ(check({"setalias", "-wwid", SCSI_WWID}), is(EC_miss_alias));
-    EXPECT_EQ(check({"setalias", "-wwid", "", "-alias", ""}), is(EC_miss_wwid));
-    EXPECT_EQ(check({"setalias", "-wwid"}), is(EC_miss_param_val, "-wwid"));
-    EXPECT_EQ(check({"setalias", "-path_alias", "a"}), is(EC_invalid_param_name, "-path_alias"));
-}
-
-TEST(ParameterChecks, SetaliasRefusesABufferAlreadyFilled) {
-    EXPECT_EQ(check({"setalias", "-wwid", "a", "-wwid", "b"}), is(EC_param_duped, "-wwid"));
-    EXPECT_EQ(check({"setalias", "-alias", "a", "-alias", "b"}), is(EC_param_duped, "-alias"));
-    // an empty value has filled nothing
-    EXPECT_EQ(check({"setalias", "-alias", "", "-alias", "b", "-wwid", SCSI_WWID}),
-              is(EC_parameter_number_error));
-}
-
 TEST(ParameterChecks, SetaliasClearsWhatItFillsOnceItHasParameters) {
     emptyBuffers();
     strcpy(gParamWwidVal, "w");
@@ -386,54 +417,6 @@ TEST(ParameterChecks, SetaliasClearsWhatItFillsOnceItHasParameters) {
     EXPECT_EQ(checkAgain({"setalias", "-x"}), is(EC_invalid_param_name, "-x"));
     EXPECT_STREQ(gParamWwidVal, "");
     EXPECT_STREQ(gParamAliasVal, "");
-}
-
-TEST(ParameterChecks, SetaliasScsiWwidIs33LowerCaseHexadecimalCharacters) {
-    EXPECT_EQ(setAlias("3" + std::string(32, 'f'), "a"), is(EC_ok));
-    EXPECT_EQ(setAlias("3" + std::string(31, 'f'), "a"), is(EC_wwid_length_error));
-    EXPECT_EQ(setAlias("3" + std::string(33, 'f'), "a"), is(EC_wwid_length_error));
-    EXPECT_EQ(setAlias("3" + std::string(31, 'f') + "_", "a"), is(EC_wwid_format_error));
-    EXPECT_EQ(setAlias("3" + std::string(31, 'f') + "g", "a"), is(EC_wwid_format_error));
-    EXPECT_EQ(setAlias("3" + std::string(31, 'f') + "G", "a"), is(EC_wwid_format_error));
-    EXPECT_EQ(setAlias("3" + std::string(31, 'f') + "F", "a"), is(EC_upper_letter_error));
-}
-
-TEST(ParameterChecks, SetaliasNvmeWwidIsEuiAnd32LowerCaseHexadecimalCharacters) {
-    EXPECT_EQ(setAlias("eui." + std::string(32, '0'), "a"), is(EC_ok));
-    EXPECT_EQ(setAlias("eui." + std::string(31, '0'), "a"), is(EC_wwid_length_error));
-    EXPECT_EQ(setAlias("eui." + std::string(33, '0'), "a"), is(EC_wwid_length_error));
-    EXPECT_EQ(setAlias("eui." + std::string(31, '0') + ".", "a"), is(EC_wwid_format_error));
-    EXPECT_EQ(setAlias("eui." + std::string(31, '0') + "z", "a"), is(EC_wwid_format_error));
-    EXPECT_EQ(setAlias("eui." + std::string(31, '0') + "A", "a"), is(EC_upper_letter_error));
-    EXPECT_EQ(setAlias("EUI." + std::string(32, '0'), "a"), is(EC_wwid_format_error));
-    EXPECT_EQ(setAlias("2" + std::string(32, '0'), "a"), is(EC_wwid_format_error));
-}
-
-TEST(ParameterChecks, SetaliasLooksAtTheWwidBeforeTheAlias) {
-    EXPECT_EQ(setAlias("3", NAME_61), is(EC_wwid_length_error));
-}
-
-TEST(ParameterChecks, SetaliasAliasIsANameOfAtMost60Characters) {
-    EXPECT_EQ(setAlias(SCSI_WWID, NAME_60), is(EC_ok));
-    EXPECT_EQ(setAlias(SCSI_WWID, NAME_61), is(EC_alias_length_error));
-    EXPECT_EQ(setAlias(SCSI_WWID, "a"), is(EC_ok));
-    EXPECT_EQ(setAlias(SCSI_WWID, "9a"), is(EC_alias_format_error));
-    EXPECT_EQ(setAlias(SCSI_WWID, "_a"), is(EC_alias_format_error));
-    EXPECT_EQ(setAlias(SCSI_WWID, "a;reboot"), is(EC_alias_format_error));
-}
-
-TEST(ParameterChecks, SetaliasAnAliasThatIsTheWwidItselfIsAccepted) {
-    EXPECT_EQ(setAlias(SCSI_WWID, SCSI_WWID), is(EC_ok));
-    EXPECT_EQ(setAlias(NVME_WWID, NVME_WWID), is(EC_ok));
-    EXPECT_EQ(setAlias(SCSI_WWID, "3" + std::string(32, '1')), is(EC_alias_wwid_error));
-    EXPECT_EQ(setAlias(SCSI_WWID, NVME_WWID), is(EC_alias_wwid_error));
-}
-
-TEST(ParameterChecks, SetaliasAnAliasThatBeginsWithIdiskIsRefused) {
-    EXPECT_EQ(setAlias(SCSI_WWID, "idisk5"), is(EC_set_idisk_error));
-    EXPECT_EQ(setAlias(SCSI_WWID, "idisk"), is(EC_set_idisk_error));
-    EXPECT_EQ(setAlias(SCSI_WWID, "myidisk"), is(EC_ok));
-    EXPECT_EQ(setAlias(SCSI_WWID, "Idisk"), is(EC_ok));
 }
 
 // ---- delalias

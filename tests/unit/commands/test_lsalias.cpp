@@ -8,6 +8,7 @@
 
 #include "tests/support/command_lines.h"
 #include "tests/support/fake_host.h"
+#include "tests/support/rules.h"
 
 namespace {
 
@@ -23,52 +24,49 @@ std::string tableOf(const std::string &output) {
     return text;
 }
 
+// What the script prints, and the lines between the separators.
+struct TableCase {
+    std::string output;
+    std::string lines;
+};
+
+const Rule<TableCase> TABLE_RULES[] = {
+    {"AnEmptyTableIsABoxOfTwoSeparators", {{"\n", ""}, {"", ""}, {"a ", ""}}},
+    {"TheHeadersHaveTheFirstColumnsWidthAndTheRowsTheirOwn",
+     {{"36000001 a\n3601 backu\n", "wwid     alias    \n"
+                                   "36000001 a    \n"
+                                   "3601     backu\n"}}},
+    {"AnAliasLongerThanItsHeaderWidensOnlyTheRows",
+     {{"3600 averylongalias\n3601 b\n", "wwid alias\n"
+                                        "3600 averylongalias\n"
+                                        "3601 b             \n"}}},
+    {"AShortWwidCutsTheAliasHeaderToItsColumn",
+     {// Five columns hold "alias" exactly.
+      {"3 b\n", "wwid alias\n3    b    \n"}}},
+    {"ALineWithoutAFinalLineFeedIsARow",
+     {
+         {"3600 b", "wwid alias\n3600 b    \n"}, {"3 b", "wwid alias\n3    b    \n"} // the shortest table
+     }},
+    {"TheTableStopsAtAnEmptyLineAndAtALineWithoutABlank",
+     {{"3600 b\n\n3600000000000000 longalias\n", "wwid alias\n3600 b    \n"},
+      {"3600 b\nnoblankinthisline\n3601 c\n", "wwid alias\n3600 b    \n"},
+      {"\n3600 b\n", "wwid alias\n"},
+      {"noblank\n", "wwid alias\n"}}},
+    {"TheAliasIsAllThatFollowsTheFirstBlank",
+     {{"3600  b c\n alone\n", "wwid alias\n3600  b c \n     alone\n"}}},
+    {"PercentSignsAreText", {{"%s%n %d%n\n", "wwid alias\n%s%n %d%n \n"}}},
+};
+
+class LsaliasTable : public testing::TestWithParam<Rule<TableCase>> {};
+
 } // namespace
 
-TEST(Lsalias, AnEmptyTableIsABoxOfTwoSeparators) {
-    EXPECT_EQ(boxed(""), tableOf("\n"));
-    EXPECT_EQ(boxed(""), tableOf(""));
-    EXPECT_EQ(boxed(""), tableOf("a "));
+TEST_P(LsaliasTable, IsMadeOfTheOutput) {
+    for (const TableCase &row : GetParam().cases) {
+        EXPECT_EQ(boxed(row.lines), tableOf(row.output));
+    }
 }
-
-TEST(Lsalias, TheHeadersHaveTheFirstColumnsWidthAndTheRowsTheirOwn) {
-    EXPECT_EQ(boxed("wwid     alias    \n"
-                    "36000001 a    \n"
-                    "3601     backu\n"),
-              tableOf("36000001 a\n3601 backu\n"));
-}
-
-TEST(Lsalias, AnAliasLongerThanItsHeaderWidensOnlyTheRows) {
-    EXPECT_EQ(boxed("wwid alias\n"
-                    "3600 averylongalias\n"
-                    "3601 b             \n"),
-              tableOf("3600 averylongalias\n3601 b\n"));
-}
-
-TEST(Lsalias, AShortWwidCutsTheAliasHeaderToItsColumn) {
-    // Five columns hold "alias" exactly.
-    EXPECT_EQ(boxed("wwid alias\n3    b    \n"), tableOf("3 b\n"));
-}
-
-TEST(Lsalias, ALineWithoutAFinalLineFeedIsARow) {
-    EXPECT_EQ(boxed("wwid alias\n3600 b    \n"), tableOf("3600 b"));
-    EXPECT_EQ(boxed("wwid alias\n3    b    \n"), tableOf("3 b")); // the shortest table
-}
-
-TEST(Lsalias, TheTableStopsAtAnEmptyLineAndAtALineWithoutABlank) {
-    EXPECT_EQ(boxed("wwid alias\n3600 b    \n"), tableOf("3600 b\n\n3600000000000000 longalias\n"));
-    EXPECT_EQ(boxed("wwid alias\n3600 b    \n"), tableOf("3600 b\nnoblankinthisline\n3601 c\n"));
-    EXPECT_EQ(boxed("wwid alias\n"), tableOf("\n3600 b\n"));
-    EXPECT_EQ(boxed("wwid alias\n"), tableOf("noblank\n"));
-}
-
-TEST(Lsalias, TheAliasIsAllThatFollowsTheFirstBlank) {
-    EXPECT_EQ(boxed("wwid alias\n3600  b c \n     alone\n"), tableOf("3600  b c\n alone\n"));
-}
-
-TEST(Lsalias, PercentSignsAreText) {
-    EXPECT_EQ(boxed("wwid alias\n%s%n %d%n \n"), tableOf("%s%n %d%n\n"));
-}
+INSTANTIATE_TEST_SUITE_P(Rule, LsaliasTable, testing::ValuesIn(TABLE_RULES), nameOfRule);
 
 TEST(Lsalias, AThousandAliasesAreAThousandRows) {
     std::string output;

@@ -9,13 +9,14 @@
 #include "commands/parameter_buffers.h"
 #include "tests/support/command_lines.h"
 #include "tests/support/fake_host.h"
+#include "tests/support/rules.h"
 
 namespace {
 
 // Asks `query` for the policy on a host whose script prints `output`: "GROUP|CHOOSER" from buffers of `size`
 // bytes that held "old".
 std::string policyFrom(s_ecItems *(*query)(char *, unsigned int, char *, unsigned int), const char *command,
-                       const std::string &output, unsigned int size = POLICY_SIZE, int outcome = 0) {
+                       const std::string &output, unsigned int size, int outcome) {
     FakeHost host;
     host.answer(command, output, outcome);
     char group[POLICY_SIZE + 1] = "old";
@@ -29,51 +30,63 @@ std::string policyFrom(s_ecItems *(*query)(char *, unsigned int, char *, unsigne
     return std::string(group) + "|" + chooser;
 }
 
-std::string confFrom(const std::string &output, unsigned int size = POLICY_SIZE, int outcome = 0) {
-    return policyFrom(getConf, POLICY_QUERY, output, size, outcome);
-}
-
 } // namespace
 
 // ---- the policy in force
 
-TEST(PolicyScripts, TheFirstLineIsTheGroupAndTheSecondTheChooser) {
-    EXPECT_EQ("multibus|service-time", confFrom("multibus\nservice-time\n"));
-    EXPECT_EQ("multibus|service-time", confFrom("multibus\nservice-time"));
-    EXPECT_EQ("multibus|service-time", confFrom("multibus\nservice-time\nmore\nand more\n"));
-    EXPECT_EQ("|service-time", confFrom("\nservice-time\n"));
-    EXPECT_EQ("multibus|", confFrom("multibus\n\n"));
-}
+namespace {
 
-TEST(PolicyScripts, OutputOfASingleLineLeavesBothBuffersAsTheyWere) {
-    EXPECT_EQ("old|old", confFrom("multibus\n"));
-    EXPECT_EQ("old|old", confFrom("multibus"));
-    EXPECT_EQ("old|old", confFrom("\n"));
-    EXPECT_EQ("old|old", confFrom(""));
-}
+// Who asks by which command line, what the script prints, the size of the buffers, how it ends; and what the buffers
+// then hold, "GROUP|CHOOSER".
+struct PolicyCase {
+    s_ecItems *(*query)(char *, unsigned int, char *, unsigned int);
+    const char *command;
+    std::string output;
+    unsigned int size;
+    int outcome;
+    std::string policy;
+};
 
-TEST(PolicyScripts, AFailedQueryLeavesBothBuffersAsTheyWere) {
-    EXPECT_EQ("old|old", confFrom("multibus\nservice-time\n", POLICY_SIZE, 1));
-    EXPECT_EQ("old|old", confFrom("multibus\nservice-time\n", POLICY_SIZE, NOT_STARTED));
-}
+const Rule<PolicyCase> POLICY_RULES[] = {
+    {"TheFirstLineIsTheGroupAndTheSecondTheChooser",
+     {{getConf, POLICY_QUERY, "multibus\nservice-time\n", POLICY_SIZE, 0, "multibus|service-time"},
+      {getConf, POLICY_QUERY, "multibus\nservice-time", POLICY_SIZE, 0, "multibus|service-time"},
+      {getConf, POLICY_QUERY, "multibus\nservice-time\nmore\nand more\n", POLICY_SIZE, 0,
+       "multibus|service-time"},
+      {getConf, POLICY_QUERY, "\nservice-time\n", POLICY_SIZE, 0, "|service-time"},
+      {getConf, POLICY_QUERY, "multibus\n\n", POLICY_SIZE, 0, "multibus|"}}},
+    {"OutputOfASingleLineLeavesBothBuffersAsTheyWere",
+     {{getConf, POLICY_QUERY, "multibus\n", POLICY_SIZE, 0, "old|old"},
+      {getConf, POLICY_QUERY, "multibus", POLICY_SIZE, 0, "old|old"},
+      {getConf, POLICY_QUERY, "\n", POLICY_SIZE, 0, "old|old"},
+      {getConf, POLICY_QUERY, "", POLICY_SIZE, 0, "old|old"}}},
+    {"AFailedQueryLeavesBothBuffersAsTheyWere",
+     {{getConf, POLICY_QUERY, "multibus\nservice-time\n", POLICY_SIZE, 1, "old|old"},
+      {getConf, POLICY_QUERY, "multibus\nservice-time\n", POLICY_SIZE, NOT_STARTED, "old|old"}}},
+    {"ALineLongerThanItsBufferIsCutToWhatFitsWithItsTerminator",
+     {{getConf, POLICY_QUERY, "multibus\nservice-time\n", 4, 0, "mul|ser"},
+      {getConf, POLICY_QUERY, std::string(300, 'g') + "\n" + std::string(300, 'c') + "\n", POLICY_SIZE, 0,
+       std::string(255, 'g') + "|" + std::string(255, 'c')}}},
+    {"MoreThan1023CharactersOfTheScriptAreNotLookedAt",
+     {// The newline of the first line is the last character that still counts.
+      {getConf, POLICY_QUERY, std::string(1022, 'g') + "\nservice-time\n", POLICY_SIZE, 0, "old|old"},
+      {getConf, POLICY_QUERY, std::string(1021, 'g') + "\nservice-time\n", POLICY_SIZE, 0,
+       std::string(255, 'g') + "|s"}}},
+    {"TheNvmePolicyComesFromItsOwnScript",
+     {{getNVMeConf, NVME_POLICY_QUERY, "multibus\nqueue-length\n", POLICY_SIZE, 0, "multibus|queue-length"},
+      {getNVMeConf, NVME_POLICY_QUERY, "multibus\n", POLICY_SIZE, 0, "old|old"}}},
+};
 
-TEST(PolicyScripts, ALineLongerThanItsBufferIsCutToWhatFitsWithItsTerminator) {
-    EXPECT_EQ("mul|ser", confFrom("multibus\nservice-time\n", 4));
-    EXPECT_EQ(std::string(255, 'g') + "|" + std::string(255, 'c'),
-              confFrom(std::string(300, 'g') + "\n" + std::string(300, 'c') + "\n"));
-}
+class PolicyScriptsQuery : public testing::TestWithParam<Rule<PolicyCase>> {};
 
-TEST(PolicyScripts, MoreThan1023CharactersOfTheScriptAreNotLookedAt) {
-    // The newline of the first line is the last character that still counts.
-    EXPECT_EQ("old|old", confFrom(std::string(1022, 'g') + "\nservice-time\n"));
-    EXPECT_EQ(std::string(255, 'g') + "|s", confFrom(std::string(1021, 'g') + "\nservice-time\n"));
-}
+} // namespace
 
-TEST(PolicyScripts, TheNvmePolicyComesFromItsOwnScript) {
-    EXPECT_EQ("multibus|queue-length",
-              policyFrom(getNVMeConf, NVME_POLICY_QUERY, "multibus\nqueue-length\n"));
-    EXPECT_EQ("old|old", policyFrom(getNVMeConf, NVME_POLICY_QUERY, "multibus\n"));
+TEST_P(PolicyScriptsQuery, FillsTheBuffers) {
+    for (const PolicyCase &row : GetParam().cases) {
+        EXPECT_EQ(row.policy, policyFrom(row.query, row.command, row.output, row.size, row.outcome));
+    }
 }
+INSTANTIATE_TEST_SUITE_P(Rule, PolicyScriptsQuery, testing::ValuesIn(POLICY_RULES), nameOfRule);
 
 // ---- the policy to apply
 

@@ -12,6 +12,7 @@
 
 #include "tests/support/dumps_redirect.h"
 #include "tests/support/fake_host.h"
+#include "tests/support/rules.h"
 
 namespace {
 
@@ -276,33 +277,52 @@ TEST_F(Query, AnUnknownInterfaceIsLoggedAndHasNoLine) {
 
 // ---- the policy as shown
 
-TEST_F(Query, TheKernelsSelectorsAreShownUnderTheProductsNames) {
-    EXPECT_EQ(shownPolicy("KORVEL", "round-robin 0"), "smart-distribution-extend");
-    EXPECT_EQ(shownPolicy("KORVEL", "queue-length 0"), "least-queue-depth-extend");
-    EXPECT_EQ(shownPolicy("KORVEL", "service-time 0"), "round-robin-extend");
-}
+namespace {
 
-TEST_F(Query, AnUnknownSelectorIsShownAsListed) {
-    EXPECT_EQ(shownPolicy("KORVEL", "historical-service-time 0"), "historical-service-time 0");
-    EXPECT_EQ(shownPolicy("KORVEL", "service-time"), "service-time");
-    EXPECT_EQ(shownPolicy("KORVEL", ""), "");
-}
+// The vendor, the policy as listed, and as shown.
+struct PolicyCase {
+    std::string vendor;
+    std::string listed;
+    std::string shown;
+};
 
-TEST_F(Query, WhatStandsBehindTheSelectorFollowsItsName) {
-    EXPECT_EQ(shownPolicy("KORVEL", "service-time 0 1 8:16"), "round-robin-extend 1 8:16");
-    EXPECT_EQ(shownPolicy("KORVEL", "service-time 05"), "round-robin-extend5");
-    // never more than the field holds
-    EXPECT_EQ(shownPolicy("KORVEL", "round-robin 0 abcdefghijklmnop"), "smart-distribution-extend abcd");
-}
+const Rule<PolicyCase> POLICY_RULES[] = {
+    {"TheKernelsSelectorsAreShownUnderTheProductsNames",
+     {{"KORVEL", "round-robin 0", "smart-distribution-extend"},
+      {"KORVEL", "queue-length 0", "least-queue-depth-extend"},
+      {"KORVEL", "service-time 0", "round-robin-extend"}}},
+    {"AnUnknownSelectorIsShownAsListed",
+     {{"KORVEL", "historical-service-time 0", "historical-service-time 0"},
+      {"KORVEL", "service-time", "service-time"},
+      {"KORVEL", "", ""}}},
+    {"WhatStandsBehindTheSelectorFollowsItsName",
+     {{"KORVEL", "service-time 0 1 8:16", "round-robin-extend 1 8:16"},
+      {"KORVEL", "service-time 05", "round-robin-extend5"},
+      // never more than the field holds
+      {"KORVEL", "round-robin 0 abcdefghijklmnop", "smart-distribution-extend abcd"}}},
+    {"HuaweiAndHitachiShowTheirRotationAsListed",
+     {
+         {"HUAWEI", "round-robin 0", "round-robin 0"},
+         {"HUAWEI", "service-time 0", "round-robin-extend"},
+         {"HITACHI", "round-robin 0", "round-robin 0"},
+         {"HITACHI", "service-time 0", "round-robin-extend"},
+         {"HITACHI-X", "round-robin 0", "round-robin 0"},
+         {"HITACHI-X", "service-time 0", "round-robin-extend"},
+         {"XHUAWEI", "round-robin 0", "smart-distribution-extend"},
+         {"NVME", "round-robin 0", "smart-distribution-extend"},
+     }},
+};
 
-TEST_F(Query, HuaweiAndHitachiShowTheirRotationAsListed) {
-    for (const char *vendor : {"HUAWEI", "HITACHI", "HITACHI-X"}) {
-        EXPECT_EQ(shownPolicy(vendor, "round-robin 0"), "round-robin 0") << vendor;
-        EXPECT_EQ(shownPolicy(vendor, "service-time 0"), "round-robin-extend") << vendor;
+class QueryPolicy : public Query, public testing::WithParamInterface<Rule<PolicyCase>> {};
+
+} // namespace
+
+TEST_P(QueryPolicy, IsShownUnderTheProductsName) {
+    for (const PolicyCase &row : GetParam().cases) {
+        EXPECT_EQ(shownPolicy(row.vendor, row.listed), row.shown) << row.vendor << " " << row.listed;
     }
-    EXPECT_EQ(shownPolicy("XHUAWEI", "round-robin 0"), "smart-distribution-extend");
-    EXPECT_EQ(shownPolicy("NVME", "round-robin 0"), "smart-distribution-extend");
 }
+INSTANTIATE_TEST_SUITE_P(Rule, QueryPolicy, testing::ValuesIn(POLICY_RULES), nameOfRule);
 
 // ---- the commands
 

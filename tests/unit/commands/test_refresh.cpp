@@ -8,6 +8,7 @@
 
 #include "tests/support/command_lines.h"
 #include "tests/support/fake_host.h"
+#include "tests/support/rules.h"
 
 namespace {
 
@@ -55,52 +56,50 @@ Calls endedRefresh(FakeHost *host, s_ecItems *expected) {
 
 // ---- what is removed
 
-TEST(Refresh, AHealthyTopologyLosesNothing) {
-    EXPECT_EQ(Calls{}, removedFrom(device("mpatha", "3", {{"sdb", "50", "ready"}, {"sdc", "0", "ready"}})));
-    EXPECT_EQ(Calls{}, removedFrom(""));
-}
+namespace {
 
-TEST(Refresh, AFaultyPathInAGroupOfPriority0IsDeletedAndTheMapStaysWithAHealthyOne) {
-    EXPECT_EQ(Calls{deletionOf("sdb")},
-              removedFrom(device("mpatha", "3", {{"sdb", "0", "faulty"}, {"sdc", "50", "ready"}})));
-}
+// A listing, and the command lines that remove what is dead in it.
+struct RemovalCase {
+    std::string listing;
+    Calls removals;
+};
 
-TEST(Refresh, ADeviceWhoseEveryPathIsDeadLosesAllOfThemAndItsMap) {
-    EXPECT_EQ((Calls{deletionOf("sdb"), deletionOf("sdc"), "velomux -f /dev/dm-3"}),
-              removedFrom(device("mpatha", "3", {{"sdb", "0", "faulty"}, {"sdc", "0", "faulty"}})));
-}
+const Rule<RemovalCase> REMOVAL_RULES[] = {
+    {"AHealthyTopologyLosesNothing",
+     {{device("mpatha", "3", {{"sdb", "50", "ready"}, {"sdc", "0", "ready"}}), {}}, {"", {}}}},
+    {"AFaultyPathInAGroupOfPriority0IsDeletedAndTheMapStaysWithAHealthyOne",
+     {{device("mpatha", "3", {{"sdb", "0", "faulty"}, {"sdc", "50", "ready"}}), {deletionOf("sdb")}}}},
+    {"ADeviceWhoseEveryPathIsDeadLosesAllOfThemAndItsMap",
+     {{device("mpatha", "3", {{"sdb", "0", "faulty"}, {"sdc", "0", "faulty"}}),
+       {deletionOf("sdb"), deletionOf("sdc"), "velomux -f /dev/dm-3"}}}},
+    {"AFaultyPathInAGroupOfPriority50IsNotRemoved", {{device("mpatha", "3", {{"sdb", "50", "faulty"}}), {}}}},
+    {"ADeviceWithoutPathsLosesItsMap", {{device("mpatha", "3", {}), {"velomux -f /dev/dm-3"}}}},
+    {"TheFirstCharacterOfThePriorityAndSixOfTheCheckerDecide",
+     {{device("mpatha", "3", {{"sdb", "05", "faulty_x"}}), {deletionOf("sdb"), "velomux -f /dev/dm-3"}},
+      {device("mpatha", "3", {{"sdb", "0", "fault"}}), {}},
+      {device("mpatha", "3", {{"sdb", "0", "i/o"}}), {}},
+      {device("mpatha", "3", {{"sdb", "-1", "faulty"}}), {}}}},
+    {"DeadPathsThatSysfsDoesNotKnowCountAsDeadWithoutACommand",
+     {{device("mpatha", "3", {{"sdx", "0", "faulty"}}), {"velomux -f /dev/dm-3"}}}},
+    {"ADeadNvmePathIsDeletedLikeAnyOther",
+     {{device("mpatha", "3", {{"nvme0n1", "0", "faulty"}}),
+       {deletionOf("nvme0n1"), "velomux -f /dev/dm-3"}}}},
+    {"DevicesAreClearedInTheOrderOfTheListing",
+     {{device("mpatha", "3", {{"sdb", "0", "faulty"}}) + device("mpathb", "4", {{"sdc", "50", "ready"}}) +
+           device("mpathc", "5", {{"sdd", "0", "faulty"}}),
+       {deletionOf("sdb"), "velomux -f /dev/dm-3", deletionOf("sdd"), "velomux -f /dev/dm-5"}}}},
+};
 
-TEST(Refresh, AFaultyPathInAGroupOfPriority50IsNotRemoved) {
-    EXPECT_EQ(Calls{}, removedFrom(device("mpatha", "3", {{"sdb", "50", "faulty"}})));
-}
+class RefreshRemoval : public testing::TestWithParam<Rule<RemovalCase>> {};
 
-TEST(Refresh, ADeviceWithoutPathsLosesItsMap) {
-    EXPECT_EQ(Calls{"velomux -f /dev/dm-3"}, removedFrom(device("mpatha", "3", {})));
-}
+} // namespace
 
-TEST(Refresh, TheFirstCharacterOfThePriorityAndSixOfTheCheckerDecide) {
-    EXPECT_EQ((Calls{deletionOf("sdb"), "velomux -f /dev/dm-3"}),
-              removedFrom(device("mpatha", "3", {{"sdb", "05", "faulty_x"}})));
-    EXPECT_EQ(Calls{}, removedFrom(device("mpatha", "3", {{"sdb", "0", "fault"}})));
-    EXPECT_EQ(Calls{}, removedFrom(device("mpatha", "3", {{"sdb", "0", "i/o"}})));
-    EXPECT_EQ(Calls{}, removedFrom(device("mpatha", "3", {{"sdb", "-1", "faulty"}})));
+TEST_P(RefreshRemoval, IsOfWhatIsDeadAlone) {
+    for (const RemovalCase &row : GetParam().cases) {
+        EXPECT_EQ(row.removals, removedFrom(row.listing)) << row.listing;
+    }
 }
-
-TEST(Refresh, DeadPathsThatSysfsDoesNotKnowCountAsDeadWithoutACommand) {
-    EXPECT_EQ(Calls{"velomux -f /dev/dm-3"}, removedFrom(device("mpatha", "3", {{"sdx", "0", "faulty"}})));
-}
-
-TEST(Refresh, ADeadNvmePathIsDeletedLikeAnyOther) {
-    EXPECT_EQ((Calls{deletionOf("nvme0n1"), "velomux -f /dev/dm-3"}),
-              removedFrom(device("mpatha", "3", {{"nvme0n1", "0", "faulty"}})));
-}
-
-TEST(Refresh, DevicesAreClearedInTheOrderOfTheListing) {
-    EXPECT_EQ((Calls{deletionOf("sdb"), "velomux -f /dev/dm-3", deletionOf("sdd"), "velomux -f /dev/dm-5"}),
-              removedFrom(device("mpatha", "3", {{"sdb", "0", "faulty"}}) +
-                          device("mpathb", "4", {{"sdc", "50", "ready"}}) +
-                          device("mpathc", "5", {{"sdd", "0", "faulty"}})));
-}
+INSTANTIATE_TEST_SUITE_P(Rule, RefreshRemoval, testing::ValuesIn(REMOVAL_RULES), nameOfRule);
 
 // ---- what ends it
 

@@ -8,11 +8,12 @@
 
 #include "tests/support/command_lines.h"
 #include "tests/support/fake_host.h"
+#include "tests/support/rules.h"
 
 namespace {
 
 // Whether a systemd host whose tool prints `output` counts as running the daemon.
-bool runsBySystemd(const std::string &output, int outcome = 0) {
+bool runsBySystemd(const std::string &output, int outcome) {
     FakeHost host;
     host.answer(SYSTEMD_STATUS, output, outcome);
     bool running = true;
@@ -21,7 +22,7 @@ bool runsBySystemd(const std::string &output, int outcome = 0) {
     return running;
 }
 
-bool runsBySysV(const std::string &output, int outcome = 0) {
+bool runsBySysV(const std::string &output, int outcome) {
     FakeHost host;
     host.becomeRhel6();
     host.answer(SYSV_STATUS, output, outcome);
@@ -35,52 +36,56 @@ bool runsBySysV(const std::string &output, int outcome = 0) {
 
 // ---- getStatus
 
-TEST(Service, AThirdLineWithActiveRunningAndABlankMeansRunning) {
-    EXPECT_TRUE(runsBySystemd(SYSTEMD_RUNNING));
-}
+namespace {
 
-TEST(Service, ActiveExitedMeansNotRunning) {
-    EXPECT_FALSE(runsBySystemd("a\nb\n   Active: active (exited) since Mon\n"));
-}
+// The generation that is asked, what its tool prints and how it ends, and whether the daemon counts as running.
+struct StatusCase {
+    bool (*runs)(const std::string &output, int outcome);
+    std::string output;
+    int outcome;
+    bool running;
+};
 
-TEST(Service, ActiveRunningNeedsABlankOnBothSides) {
-    EXPECT_FALSE(runsBySystemd("a\nb\n   Active: active (running)\n"));
-    EXPECT_FALSE(runsBySystemd("a\nb\nactive (running) since\n"));
-    EXPECT_TRUE(runsBySystemd("a\nb\n active (running) "));
-}
+const Rule<StatusCase> STATUS_RULES[] = {
+    {"AThirdLineWithActiveRunningAndABlankMeansRunning", {{runsBySystemd, SYSTEMD_RUNNING, 0, true}}},
+    {"ActiveExitedMeansNotRunning",
+     {{runsBySystemd, "a\nb\n   Active: active (exited) since Mon\n", 0, false}}},
+    {"ActiveRunningNeedsABlankOnBothSides",
+     {{runsBySystemd, "a\nb\n   Active: active (running)\n", 0, false},
+      {runsBySystemd, "a\nb\nactive (running) since\n", 0, false},
+      {runsBySystemd, "a\nb\n active (running) ", 0, true}}},
+    {"FewerThanThreeNonEmptyLinesMeanNotRunning",
+     {{runsBySystemd, "", 0, false},
+      {runsBySystemd, " active (running) \n\n\n active (running) \n", 0, false}}},
+    {"EmptyLinesAreNotCounted",
+     {{runsBySystemd, "\n\na\n\nb\n\n Active: active (running) since\n", 0, true}}},
+    {"OnlyTheThirdLineDecides",
+     {{runsBySystemd, " active (running) \n active (running) \nc\n active (running) \n", 0, false}}},
+    {"ThreeIsTheExitStatusOfAStoppedDaemonAndTheTextStillDecides",
+     {{runsBySystemd, SYSTEMD_STOPPED, 3, false}, {runsBySystemd, SYSTEMD_RUNNING, 3, true}}},
+    {"AnUnreachableServiceToolReadsAsNotRunning",
+     {{runsBySystemd, "", NOT_STARTED, false},
+      {runsBySystemd, "", NO_MEMORY, false},
+      {runsBySystemd, "sh: systemctl: not found\n", 127, false},
+      {runsBySysV, "", NOT_STARTED, false}}},
+    {"ASysVHostRunsTheDaemonWhenTheFirstNonEmptyLineSaysSo",
+     {{runsBySysV, SYSV_RUNNING, 0, true},
+      {runsBySysV, "\n\ndravikd (pid  1234) is running...\n", 0, true},
+      {runsBySysV, "dravikd (pid  1234) 正在运行...\n", 0, true},
+      {runsBySysV, "dravikd is stopped\nrunning\n", 3, false},
+      {runsBySysV, "", 0, false}}},
+};
 
-TEST(Service, FewerThanThreeNonEmptyLinesMeanNotRunning) {
-    EXPECT_FALSE(runsBySystemd(""));
-    EXPECT_FALSE(runsBySystemd(" active (running) \n\n\n active (running) \n"));
-}
+class ServiceStatus : public testing::TestWithParam<Rule<StatusCase>> {};
 
-TEST(Service, EmptyLinesAreNotCounted) {
-    EXPECT_TRUE(runsBySystemd("\n\na\n\nb\n\n Active: active (running) since\n"));
-}
+} // namespace
 
-TEST(Service, OnlyTheThirdLineDecides) {
-    EXPECT_FALSE(runsBySystemd(" active (running) \n active (running) \nc\n active (running) \n"));
+TEST_P(ServiceStatus, IsReadFromTheToolsAnswer) {
+    for (const StatusCase &row : GetParam().cases) {
+        EXPECT_EQ(row.runs(row.output, row.outcome), row.running) << row.output;
+    }
 }
-
-TEST(Service, ThreeIsTheExitStatusOfAStoppedDaemonAndTheTextStillDecides) {
-    EXPECT_FALSE(runsBySystemd(SYSTEMD_STOPPED, 3));
-    EXPECT_TRUE(runsBySystemd(SYSTEMD_RUNNING, 3));
-}
-
-TEST(Service, AnUnreachableServiceToolReadsAsNotRunning) {
-    EXPECT_FALSE(runsBySystemd("", NOT_STARTED));
-    EXPECT_FALSE(runsBySystemd("", NO_MEMORY));
-    EXPECT_FALSE(runsBySystemd("sh: systemctl: not found\n", 127));
-    EXPECT_FALSE(runsBySysV("", NOT_STARTED));
-}
-
-TEST(Service, ASysVHostRunsTheDaemonWhenTheFirstNonEmptyLineSaysSo) {
-    EXPECT_TRUE(runsBySysV(SYSV_RUNNING));
-    EXPECT_TRUE(runsBySysV("\n\ndravikd (pid  1234) is running...\n"));
-    EXPECT_TRUE(runsBySysV("dravikd (pid  1234) 正在运行...\n"));
-    EXPECT_FALSE(runsBySysV("dravikd is stopped\nrunning\n", 3));
-    EXPECT_FALSE(runsBySysV(""));
-}
+INSTANTIATE_TEST_SUITE_P(Rule, ServiceStatus, testing::ValuesIn(STATUS_RULES), nameOfRule);
 
 TEST(Service, Suse11Sp4IsAskedTheSysVWay) {
     FakeHost host;

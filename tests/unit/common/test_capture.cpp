@@ -1,8 +1,10 @@
 // The capture layer: whole outputs, growth, exit statuses, the filter, its log lines, its children.
+#include "common/capture.h"
 
 #include "tests/support/children.h"
 #include "tests/support/console.h"
 #include "tests/support/dumps_redirect.h"
+#include "tests/support/rules.h"
 #include "tests/support/system_calls.h"
 
 #include <fcntl.h>
@@ -19,8 +21,7 @@
 #include <cstring>
 #include <memory>
 #include <set>
-
-#include "common/comm_util.h"
+#include <tuple>
 
 namespace {
 
@@ -113,52 +114,48 @@ std::string printX(int count) {
 
 // ---- outputs and growth
 
-TEST_P(CaptureRunner, CommandPrintingNothingGivesAnEmptyOutput) {
-    const Outcome run(GetParam(), "true", 100);
-    EXPECT_EQ(run.result, 0);
-    EXPECT_EQ(run.out, run.buffer.get());
-    EXPECT_EQ(run.text(), "");
-    EXPECT_EQ(run.grown, 0);
-    EXPECT_EQ(dumps.names(), Texts());
-}
+namespace {
 
-TEST_P(CaptureRunner, OutputThatFitsStaysInTheCallersBuffer) {
-    const Outcome run(GetParam(), "echo one && echo two", 100);
-    EXPECT_EQ(run.result, 0);
-    EXPECT_EQ(run.out, run.buffer.get());
-    EXPECT_EQ(run.text(), "one\ntwo\n");
-    EXPECT_EQ(run.grown, 0);
-}
+// A command that succeeds, the size of the buffer, what comes back, and whether it had to grow.
+struct FitCase {
+    const char *command;
+    int size;
+    std::string text;
+    bool grows;
+};
 
-TEST_P(CaptureRunner, ExactFitDoesNotGrow) {
-    const Outcome run(GetParam(), "echo 123456789", 11);
-    EXPECT_EQ(run.result, 0);
-    EXPECT_EQ(run.out, run.buffer.get());
-    EXPECT_EQ(run.text(), "123456789\n");
-    EXPECT_EQ(run.grown, 0);
-}
+const Rule<FitCase> FIT_RULES[] = {
+    {"CommandPrintingNothingGivesAnEmptyOutput", {{"true", 100, "", false}}},
+    {"OutputThatFitsStaysInTheCallersBuffer", {{"echo one && echo two", 100, "one\ntwo\n", false}}},
+    {"ExactFitDoesNotGrow", {{"echo 123456789", 11, "123456789\n", false}}},
+    {"OneByteMoreThanTheBufferHoldsGrows", {{"echo 123456789", 10, "123456789\n", true}}},
+    {"BufferOfOneByteGrowsWithTheFirstLine", {{"echo a", 1, "a\n", true}}},
+    {"BufferOfOneByteHoldsAnEmptyOutput", {{"true", 1, "", false}}},
+};
 
-TEST_P(CaptureRunner, OneByteMoreThanTheBufferHoldsGrows) {
-    const Outcome run(GetParam(), "echo 123456789", 10);
-    EXPECT_EQ(run.text(), "123456789\n");
-    EXPECT_TRUE(run.onHeap());
-    EXPECT_EQ(run.grown, 1);
-    EXPECT_EQ(run.result, GetParam() == exe_cmd_nonblocking ? 1 : 0);
-}
+class CaptureFit : public Capture, public testing::WithParamInterface<std::tuple<Runner, Rule<FitCase>>> {};
 
-TEST_P(CaptureRunner, BufferOfOneByteGrowsWithTheFirstLine) {
-    const Outcome run(GetParam(), "echo a", 1);
-    EXPECT_EQ(run.text(), "a\n");
-    EXPECT_TRUE(run.onHeap());
-    EXPECT_EQ(run.grown, 1);
-}
+} // namespace
 
-TEST_P(CaptureRunner, BufferOfOneByteHoldsAnEmptyOutput) {
-    const Outcome run(GetParam(), "true", 1);
-    EXPECT_EQ(run.text(), "");
-    EXPECT_EQ(run.out, run.buffer.get());
-    EXPECT_EQ(run.grown, 0);
+TEST_P(CaptureFit, DecidesWhereTheOutputIs) {
+    const auto &[runner, rule] = GetParam();
+    for (const FitCase &row : rule.cases) {
+        const Outcome run(runner, row.command, row.size);
+        EXPECT_EQ(run.result, runner == exe_cmd_nonblocking && row.grows ? 1 : 0);
+        EXPECT_EQ(run.out == run.buffer.get(), !row.grows);
+        EXPECT_EQ(run.onHeap(), row.grows);
+        EXPECT_EQ(run.text(), row.text);
+        EXPECT_EQ(run.grown, row.grows ? 1 : 0);
+        EXPECT_EQ(dumps.names(), Texts());
+    }
 }
+INSTANTIATE_TEST_SUITE_P(EveryRule, CaptureFit,
+                         testing::Combine(testing::Values(exe_query, exe_cmd, exe_cmd_nonblocking),
+                                          testing::ValuesIn(FIT_RULES)),
+                         [](const auto &row) {
+                             return std::string(std::get<1>(row.param).name) + "_" +
+                                    nameOf(std::get<0>(row.param));
+                         });
 
 TEST_P(CaptureRunner, OutputsAroundEveryEdgeComeBackWhole) {
     for (const int size : {1, 2, 100, STEP - 1, STEP, STEP + 1, STEP + 2, 50000}) {

@@ -1,4 +1,5 @@
 // The logging call: lines, levels, cuts, rotation, many writers, and everything that drops a line.
+#include "common/log.h"
 
 #include "tests/support/console.h"
 #include "tests/support/dumps_redirect.h"
@@ -21,8 +22,6 @@
 #include <filesystem>
 #include <map>
 #include <sstream>
-
-#include "common/comm_util.h"
 
 namespace {
 

@@ -1,4 +1,5 @@
 // The process-wide text accumulator and its odd growth rule.
+#include "common/text_accumulator.h"
 
 #include "tests/support/console.h"
 
@@ -6,8 +7,6 @@
 
 #include <cstdlib>
 #include <string>
-
-#include "common/comm_util.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // Change detection: which lines two lists give, in which order, and when the snapshot is rewritten.
-#include "monitor/monitor.h"
+#include "monitor/change_detection.h"
 
 #include <algorithm>
 #include <random>
@@ -10,9 +10,11 @@
 
 #include <gtest/gtest.h>
 
-#include "common/comm_util.h"
+#include "common/log.h"
+#include "monitor/cycle.h"
 #include "tests/support/dumps_redirect.h"
 #include "tests/support/lun_list_maker.h"
+#include "tests/support/rules.h"
 #include "tests/support/seeded_random.h"
 
 namespace {
@@ -207,18 +209,59 @@ TEST_F(ChangeDetection, IdenticalListsLogNothingAndDoNotTouchTheSnapshot) {
     EXPECT_EQ(dumps.read("data.dravik"), OLD_SNAPSHOT);
 }
 
-TEST_F(ChangeDetection, TwoEmptyListsLogNothing) {
-    expectChanges({}, {}, {});
-}
+namespace {
 
-TEST_F(ChangeDetection, AnotherOrderOfTheSamePathsIsNoChange) {
-    expectChanges({PATH_1, PATH_2, PATH_3}, {PATH_3, PATH_2, PATH_1}, {});
-}
+// Two lists, and the lines that their comparison gives.
+struct ChangeCase {
+    List before;
+    List now;
+    Lines lines;
+};
 
-TEST_F(ChangeDetection, AFaultyPathLogsExactlyOneStatusLineAndRewritesTheSnapshot) {
-    expectChanges({PATH_1, PATH_2}, {with(PATH_1, &LunFields::status, "faulty"), PATH_2},
-                  {"The path status is changed from [ready] to [faulty] for the path [ dev_name: sdb ]."});
+const Rule<ChangeCase> CHANGE_RULES[] = {
+    {"TwoEmptyListsLogNothing", {{{}, {}, {}}}},
+    {"AnotherOrderOfTheSamePathsIsNoChange", {{{PATH_1, PATH_2, PATH_3}, {PATH_3, PATH_2, PATH_1}, {}}}},
+    {"AFaultyPathLogsExactlyOneStatusLineAndRewritesTheSnapshot",
+     {{{PATH_1, PATH_2},
+       {with(PATH_1, &LunFields::status, "faulty"), PATH_2},
+       {"The path status is changed from [ready] to [faulty] for the path [ dev_name: sdb ]."}}}},
+    {"TheDeviceNumberOfAPathIsNeverCompared", {{{PATH_1}, {with(PATH_1, &LunFields::id, "65:0")}, {}}}},
+    {"AllThatIsNewIsCreatedOnTheFirstCycleWithoutASnapshot",
+     {{{},
+       {PATH_1, PATH_2, PATH_3},
+       {CREATED_A, CREATED_B, "The path is created, " + PATH_1_PROPERTIES,
+        "The path is created, " + PATH_2_PROPERTIES, "The path is created, " + PATH_3_PROPERTIES}}}},
+    {"AnEmptyCurrentListReportsAllDeletedAndLeavesTheSnapshot",
+     {{{PATH_1, PATH_2, PATH_3},
+       {},
+       {DELETED_A, DELETED_B, "The path is deleted, " + PATH_1_PROPERTIES,
+        "The path is deleted, " + PATH_2_PROPERTIES, "The path is deleted, " + PATH_3_PROPERTIES}},
+      // A cycle later nothing has been remembered: the same again.
+      {{PATH_3}, {}, {DELETED_B, "The path is deleted, " + PATH_3_PROPERTIES}}}},
+    {"APathThatComesOrGoesUnderAKeptVolumeIsNoVolumeLine",
+     {{{PATH_1, PATH_2}, {PATH_1}, {"The path is deleted, " + PATH_2_PROPERTIES}},
+      {{PATH_1}, {PATH_1, PATH_2}, {"The path is created, " + PATH_2_PROPERTIES}}}},
+    {"AWwidInTwoRunsThatIsGoneIsReportedDeletedTwice",
+     {{{PATH_1, PATH_3, PATH_2},
+       {PATH_3},
+       {DELETED_A, DELETED_A, "The path is deleted, " + PATH_1_PROPERTIES,
+        "The path is deleted, " + PATH_2_PROPERTIES}},
+      {{PATH_3},
+       {PATH_1, PATH_3, PATH_2},
+       {CREATED_A, CREATED_A, "The path is created, " + PATH_1_PROPERTIES,
+        "The path is created, " + PATH_2_PROPERTIES}}}},
+};
+
+class ChangeDetectionRule : public ChangeDetection, public testing::WithParamInterface<Rule<ChangeCase>> {};
+
+} // namespace
+
+TEST_P(ChangeDetectionRule, GivesLines) {
+    for (const ChangeCase &row : GetParam().cases) {
+        expectChanges(row.before, row.now, row.lines);
+    }
 }
+INSTANTIATE_TEST_SUITE_P(Rule, ChangeDetectionRule, testing::ValuesIn(CHANGE_RULES), nameOfRule);
 
 TEST_F(ChangeDetection, EachDifferenceOfAPathIsALineInTheFixedOrder) {
     const LunFields other = {"mpathz", "36z", "8:99", "sdb", "shaky", "failed", "offline"};
@@ -230,29 +273,6 @@ TEST_F(ChangeDetection, EachDifferenceOfAPathIsALineInTheFixedOrder) {
          "The path status is changed from [ready] to [shaky] for the path [ dev_name: sdb ].",
          "The group status is changed from [active] to [failed] for the path [ dev_name: sdb ].",
          "The dravik status is changed from [running] to [offline] for the path [ dev_name: sdb ]."});
-}
-
-TEST_F(ChangeDetection, TheDeviceNumberOfAPathIsNeverCompared) {
-    expectChanges({PATH_1}, {with(PATH_1, &LunFields::id, "65:0")}, {});
-}
-
-TEST_F(ChangeDetection, AllThatIsNewIsCreatedOnTheFirstCycleWithoutASnapshot) {
-    expectChanges({}, {PATH_1, PATH_2, PATH_3},
-                  {CREATED_A, CREATED_B, "The path is created, " + PATH_1_PROPERTIES,
-                   "The path is created, " + PATH_2_PROPERTIES, "The path is created, " + PATH_3_PROPERTIES});
-}
-
-TEST_F(ChangeDetection, AnEmptyCurrentListReportsAllDeletedAndLeavesTheSnapshot) {
-    expectChanges({PATH_1, PATH_2, PATH_3}, {},
-                  {DELETED_A, DELETED_B, "The path is deleted, " + PATH_1_PROPERTIES,
-                   "The path is deleted, " + PATH_2_PROPERTIES, "The path is deleted, " + PATH_3_PROPERTIES});
-    // A cycle later nothing has been remembered: the same again.
-    expectChanges({PATH_3}, {}, {DELETED_B, "The path is deleted, " + PATH_3_PROPERTIES});
-}
-
-TEST_F(ChangeDetection, APathThatComesOrGoesUnderAKeptVolumeIsNoVolumeLine) {
-    expectChanges({PATH_1, PATH_2}, {PATH_1}, {"The path is deleted, " + PATH_2_PROPERTIES});
-    expectChanges({PATH_1}, {PATH_1, PATH_2}, {"The path is created, " + PATH_2_PROPERTIES});
 }
 
 TEST_F(ChangeDetection, ADeviceNameUnderAnotherVolumeIsReportedAsChanged) {
@@ -273,15 +293,6 @@ TEST_F(ChangeDetection, TheLinesStandInTheOrderOfTheFourPasses) {
                    "The path status is changed from [ready] to [faulty] for the path [ dev_name: sdd ].",
                    "The path is deleted, " + PATH_1_PROPERTIES, "The path is deleted, " + PATH_2_PROPERTIES,
                    "The path is created, " + path_4_properties});
-}
-
-TEST_F(ChangeDetection, AWwidInTwoRunsThatIsGoneIsReportedDeletedTwice) {
-    expectChanges({PATH_1, PATH_3, PATH_2}, {PATH_3},
-                  {DELETED_A, DELETED_A, "The path is deleted, " + PATH_1_PROPERTIES,
-                   "The path is deleted, " + PATH_2_PROPERTIES});
-    expectChanges({PATH_3}, {PATH_1, PATH_3, PATH_2},
-                  {CREATED_A, CREATED_A, "The path is created, " + PATH_1_PROPERTIES,
-                   "The path is created, " + PATH_2_PROPERTIES});
 }
 
 TEST_F(ChangeDetection, RecordsOfOneNameAreAllComparedWithTheFirstOfThatName) {

@@ -1,4 +1,6 @@
 // Device and path records: their lists, their reuse, and the questions asked of them.
+#include "struct/s_dravik.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -7,7 +9,6 @@
 #include <string>
 #include <vector>
 
-#include "struct/s_dravik.h"
 #include "tests/support/allocation_count.h"
 #include "tests/support/dumps_redirect.h"
 

@@ -1,4 +1,6 @@
 // Lun-path records: their list, the flattening, the copy, the look-ups, the dump.
+#include "struct/s_lunPath.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -6,7 +8,6 @@
 #include <string>
 #include <vector>
 
-#include "struct/s_lunPath.h"
 #include "tests/support/allocation_count.h"
 #include "tests/support/dumps_redirect.h"
 

@@ -1,7 +1,6 @@
 // The parser of the multipath tool's listing against a second reader: listings cut at every byte, generated
 // and damaged ones, lines of a megabyte.
-#include "cli/cli_exe.h"
-#include "common/comm_util.h"
+#include "topology/listing.h"
 
 #include <random>
 #include <string>
@@ -9,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include "common/log.h"
+#include "common/text_split.h"
 #include "tests/support/dumps_redirect.h"
 #include "tests/support/listing_reference.h"
 #include "tests/support/seeded_random.h"

@@ -1,5 +1,5 @@
 // The topology queries: which command runs, and what becomes of its listing, its silence and its failure.
-#include "cli/cli_exe.h"
+#include "topology/topology_query.h"
 
 #include <memory>
 #include <string>
@@ -7,12 +7,14 @@
 
 #include <gtest/gtest.h>
 
-#include "common/comm_util.h"
+#include "common/log.h"
+#include "host/command_output.h"
 #include "tests/support/allocation_count.h"
 #include "tests/support/dumps_redirect.h"
 #include "tests/support/fake_tools.h"
 #include "tests/support/large_listing.h"
 #include "tests/support/listing_reference.h"
+#include "topology/listing.h"
 
 namespace {
 

@@ -90,6 +90,16 @@ bool isReleaseFile(const char *path) {
            strcmp(path, "/etc/os-release") == 0 || strcmp(path, "/etc/SuSE-release") == 0;
 }
 
+// Whether `access` answers for the fake host: device nodes, sysfs, the help texts.
+bool isOfTheHost(const char *path) {
+    for (const std::string folder : {"/dev/", "/sys/", "/usr/bin/dravik-help/"}) {
+        if (strncmp(path, folder.c_str(), folder.size()) == 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
 FILE *streamOf(const std::string &text) {
     FILE *stream = tmpfile();
     if (stream != nullptr) {
@@ -177,9 +187,7 @@ int __wrap_pclose(FILE *stream) {
 int __real_access(const char *path, int mode);
 int __wrap_access(const char *path, int mode);
 int __wrap_access(const char *path, int mode) {
-    const bool is_fake = host != nullptr && (strncmp(path, "/dev/", strlen("/dev/")) == 0 ||
-                                             strncmp(path, "/sys/", strlen("/sys/")) == 0);
-    if (!is_fake) {
+    if (host == nullptr || !isOfTheHost(path)) {
         return __real_access(path, mode);
     }
     return FakeHostState::exists(path) ? 0 : -1;
@@ -306,10 +314,18 @@ std::string separator() {
     return std::string(130, '-') + "\n";
 }
 
+std::string boxed(const std::string &text) {
+    return separator() + text + separator();
+}
+
 std::string shown(const s_ecItems *record) {
     char text[512] = "";
     getErrorMsg(record, text, sizeof(text));
     return text;
+}
+
+std::string readyPath(const std::string &name) {
+    return "1:0:0:1 " + name + " 8:16 active ready running";
 }
 
 std::string listing(const std::vector<std::string> &paths, const std::string &alias,

@@ -58,7 +58,7 @@ class FakeHost {
     // What lsb_release prints; a pipe to it cannot be had.
     void lsbRelease(const std::string &text);
     void lsbReleaseCannotBeStarted();
-    // A device node or a folder of sysfs exists from now on, or no longer.
+    // A device node, a folder of sysfs or a help text exists from now on, or no longer.
     void node(const std::string &path);
     void removeNode(const std::string &path);
     // How often the node at `path`, or "lsb_release", was asked for.
@@ -97,8 +97,14 @@ std::string printed(s_ecItems *(*operation)(), s_ecItems **result);
 // The separator that frames reports: 130 dashes and a newline.
 std::string separator();
 
+// `text` between two separators.
+std::string boxed(const std::string &text);
+
 // The text that the user is shown for a failure.
 std::string shown(const s_ecItems *record);
+
+// A line of a listing for a path that works, without its tree: "1:0:0:1 sdb 8:16 active ready running".
+std::string readyPath(const std::string &name);
 
 // One listing, as the multipath tool prints it: a header for "mpatha", WWID 3600...1, dm-3, and one group per
 // path. `paths` are lines like "1:0:0:1 sdb 8:16 active ready running".

@@ -7,7 +7,6 @@ LIB=${BASH_SOURCE[0]%/*}
 {
     source "$LIB/lock.sh"
     source "$LIB/replace_file.sh"
-    source "$LIB/conf_scan.sh"
     source "$LIB/conf_edit.sh"
     source "$LIB/device_blocks.sh"
     source "$LIB/conf_block.sh"

@@ -2,8 +2,9 @@
 # Reading and changing the stack's configuration file: under one lock, checked, replaced at once.
 #
 # The way of a change: conf_lock, conf_load FILE, conf_check; conf_transform PROGRAM as often as needed;
-# conf_store. Whatever a program does not touch stays byte for byte, line ends and a missing last line feed
-# included. Needs base.sh, lock.sh, replace_file.sh and conf_scan.sh.
+# conf_store. A PROGRAM is the name of an awk file of this folder, which conf_scan.awk reads the text for.
+# Whatever a program does not touch stays byte for byte, line ends and a missing last line feed included.
+# Needs base.sh, lock.sh, replace_file.sh and the folder's place in LIB.
 
 readonly CONF_MAX_BYTES=$((16 << 20))
 CONF_FILE='' CONF_TEXT='' CONF_OLD_TEXT='' CONF_EXISTS=''
@@ -28,13 +29,13 @@ conf_load() {
 
 # conf_awk PROGRAM: runs the program on CONF_TEXT; output and status are the program's.
 conf_awk() {
-    printf '%s\n' "$CONF_TEXT" | awk "$CONF_SCAN_AWK$1"
+    printf '%s\n' "$CONF_TEXT" | awk -f "$LIB/conf_scan.awk" -f "$LIB/$1.awk"
 }
 
 # conf_check: ends the script when the text cannot be understood: nobody can tell where a change belongs then.
 conf_check() {
     local message
-    message=$(conf_awk "$CONF_CHECK_AWK") ||
+    message=$(conf_awk conf_check) ||
         fail "$CONF_FILE cannot be edited: ${message:-awk failed}; it is left as it is"
 }
 

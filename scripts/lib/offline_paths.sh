@@ -12,7 +12,7 @@
 # comfort the kernel's name of the time. A SCSI path's lasting name is its link under /dev/disk/by-path, which
 # says adapter, target port and LUN; where it has none, its address, which is only trusted together with a
 # WWID because hosts are renumbered. An NVMe path's is the address of its controller and its namespace.
-# Needs base.sh, lock.sh, replace_file.sh and sysfs.sh.
+# Needs base.sh, lock.sh, replace_file.sh and sysfs.sh, and the folder's place in LIB.
 
 readonly OFFLINE_FILE=/dumps/dravik_offline_paths
 readonly BY_PATH=/dev/disk/by-path
@@ -64,15 +64,7 @@ scsi_identity() {
 # each of thirty thousand links would take minutes.
 by_path_link() {
     # shellcheck disable=SC2012  # links with blanks in their names are not udev's and are passed over
-    { ls -l "$BY_PATH" 2>/dev/null || true; } | awk -v name="$1" '
-        $(NF - 1) == "->" {
-            n = split($NF, part, "/")
-            if (part[n] != name) next
-            link = $(NF - 2)
-            if (first == "") first = link
-            if (pci == "" && link ~ /^pci-/) pci = link
-        }
-        END { if (pci != "") print pci; else if (first != "") print first }'
+    { ls -l "$BY_PATH" 2>/dev/null || true; } | awk -v name="$1" -f "$LIB/by_path_link.awk"
 }
 
 # Of the address only what says where the path leads: other parts, such as the source address, may change.

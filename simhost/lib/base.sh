@@ -12,14 +12,7 @@ BASE_TOOLS=(
 # librariesOf FILE...: prints every library and loader that the programs need, each once. A script or a static
 # program needs none, which ldd calls an error.
 librariesOf() {
-    { ldd "$@" 2>/dev/null || true; } | awk '
-        function once(path, name) {
-            name = path
-            sub(/.*\//, "", name)
-            if (!seen[name]++) print path
-        }
-        $2 == "=>" && $3 ~ /^\// { once($3) }
-        $1 ~ /^\// && $2 ~ /^\(/ { once($1) }'
+    { ldd "$@" 2>/dev/null || true; } | awk -f "${BASH_SOURCE[0]%/*}/libraries.awk"
 }
 
 # addLibraries DIR FILE...: copies them into the folder where the loader looks without a cache, next to the C library.

@@ -63,7 +63,7 @@ unmapVolume() {
 addVolume() {
     cp "$SIM/state" "$SIM/state.wanted"
     printf 'volume %s\n' "$*" >>"$SIM/state.wanted"
-    awk -f "$SIM/lib/expand.awk" "$SIM/state.wanted" "$SIM/state.wanted" >"$SIM/state.new" || die "map: not understood"
+    stateAwk expand "$SIM/state.wanted" "$SIM/state.wanted" >"$SIM/state.new" || die "map: not understood"
     mv "$SIM/state.new" "$SIM/state"
     volumeDm=$(sed -n 's/^volume [^ ]* dm=\([0-9]*\) .*/\1/p' "$SIM/state" | tail -n 1)
 }

@@ -12,7 +12,6 @@ makeCounters() {
     : >"$SIM/loads"
     for ((cpu = 0; cpu < $2; cpu++)); do mkdir -p "$HOST/sys/devices/system/cpu/cpu$cpu"; done
     echo "0-$(($2 - 1))" >"$HOST/sys/devices/system/cpu/online"
-    moveCounters 0
 }
 
 # load VOLUME|PATH KIND [RATE]: a new load takes the place of the old one.
@@ -22,8 +21,9 @@ setLoad() {
     [[ $rate =~ ^[0-9]+(\.[0-9]+)?$ ]] || die "load: \"$rate\" is not a rate"
     findVolume "$1" || grep -q "^path $1 " "$SIM/state" || die "there is no volume or path $1"
     lockState
-    awk -v "who=$1" '$1 != who' "$SIM/loads" >"$SIM/loads.new"
-    [[ $2 == idle ]] || echo "$1 $2 $rate" >>"$SIM/loads.new"
+    # A blank in a name is kept as "~", as everywhere in the state.
+    awk -v "who=${1// /\~}" '$1 != who' "$SIM/loads" >"$SIM/loads.new"
+    [[ $2 == idle ]] || echo "${1// /\~} $2 $rate" >>"$SIM/loads.new"
     mv "$SIM/loads.new" "$SIM/loads"
     unlockState
 }
@@ -69,7 +69,9 @@ stopTicker() {
 setColumns() {
     [[ " 11 15 17 " == *" ${1-} "* ]] || die "counters columns: 11, 15 or 17"
     echo "$1" >"$SIM/diskstats_columns"
-    advanceCounters 0
+    lockState
+    moveCounters 0 all
+    unlockState
 }
 
 onCounters() {

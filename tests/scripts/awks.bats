@@ -13,6 +13,7 @@ setup() {
 
 # Every operation once, on a file with something of everything, the answers in one text.
 all_operations() {
+    paths
     printf '# caf\xe9 {\r\ndefaults {\r\n\tx "a { b" ! }\r\n}\r\nmultipaths { multipath { wwid "1e3" alias "a.b" } }' | conf
     script g2mpiocfg
     script policy set multibus queue-length
@@ -29,6 +30,21 @@ all_operations() {
     sed 's/^}/} }/' "$ROOT/tmp/whole" | conf
     script alias query || true
     cat -A "$ROOT/tmp/whole"
+    # The link that names the adapter counts, whatever stands before it; one of another path does not.
+    script path_state_record add sdb
+    script path_state_record add sdc
+    cat "$ROOT/dumps/dravik_offline_paths"
+}
+
+# Two paths under their lasting names.
+paths() {
+    local links=$ROOT/dev/disk/by-path
+    mkdir -p "$ROOT"/sys/block/{sdb,sdc}/device "$links"
+    ln -s ../../sdb "$links/fc-0x21000024ff5d6a11-0x20d0000b5d6a1010-lun-1"
+    ln -s ../../sdbc "$links/pci-0000:04:00.0-fc-0x20d0000b5d6a1010-lun-1"
+    ln -s ../../sdb "$links/pci-0000:05:00.0-fc-0x20d0000b5d6a1010-lun-1"
+    ln -s ../../sdb "$links/pci-0000:06:00.0-fc-0x20d0000b5d6a1010-lun-1"
+    ln -s ../../sdc "$links/ip-192.168.1.10:3260-iscsi-iqn.2010-06.com.korvel:qvx.6a10-lun-1"
 }
 
 expected() {
@@ -58,6 +74,8 @@ E
         block_select korvel; block_text multibus queue-length
         for name in nvme huawei hitachi; do block_select "$name"; block_text group_by_prio round-robin; done' \
         "$SCRIPTS_SOURCE" | sed 's/$/^M$/'
+    echo "scsi pci-0000:05:00.0-fc-0x20d0000b5d6a1010-lun-1 - sdb"
+    echo "scsi ip-192.168.1.10:3260-iscsi-iqn.2010-06.com.korvel:qvx.6a10-lun-1 - sdc"
 }
 
 with_awk() {

@@ -1,6 +1,7 @@
 # The simulated host itself: what its tools print, what its faults do, what it is to the programs inside.
 
 load ../support/simulated_host
+load ../support/session
 
 setup() { make_empty_host; }
 
@@ -86,13 +87,83 @@ listing_change() { diff <(default_listing) <(in_host velomux -ll) | grep '^[<>]'
     same "$(default_listing && echo .)" "$(in_host velomux -ll && echo .)"
 }
 
-@test "one map is listed by its alias, its WWID, its node or one of its paths; an unknown one not at all" {
+# What mpathd is called: by its alias, its WWID, the array, its map, the nodes of the map.
+NAMES='mpathd 3600b5d60001a2b3c0000000000000005 vol_web dm-4 /dev/dm-4 /dev/mapper/mpathd
+    /dev/mapper/3600b5d60001a2b3c0000000000000005'
+
+# What is no name of any volume.
+NO_NAMES='nobody mpath mpathdd dm dm- dm-04 /dev/mpathd /dev/mapper/dm-4 /dev/mapper/- /dev/mapper/ /dev/ -'
+
+@test "one map is listed by every name of its volume and by every name of its paths; an unknown one not at all" {
     local name expected
     expected=$(default_listing | sed -n '/^mpathd/,/sdl/p')
-    for name in mpathd 3600b5d60001a2b3c0000000000000005 dm-4 /dev/dm-4 /dev/mapper/mpathd sdl; do
-        same "$expected" "$(in_host velomux -ll $name)"
+    for name in $NAMES sdl /dev/sdl 8:176; do
+        same "$name: $expected" "$name: $(in_host velomux -ll "$name")"
     done
-    same "" "$(in_host velomux -ll nobody)"
+    for name in $NO_NAMES sd /dev/mapper/sdl 8:17; do
+        same "$name: " "$name: $(in_host velomux -ll "$name")"
+    done
+}
+
+@test "every command that changes a volume takes each of its names, and no other name" {
+    local name listing
+    listing=$(default_listing)
+    for name in $NAMES; do
+        sim set-policy "$name" 'queue-length 0'
+        sim resize "$name" 40G
+        expect_text listing_change <<'END'
+< size=20G features='0' hwhandler='0' wp=rw
+< `-+- policy='service-time 0' prio=50 status=active
+> size=40G features='0' hwhandler='0' wp=rw
+> `-+- policy='queue-length 0' prio=50 status=active
+END
+        sim set-policy "$name" 'service-time 0'
+        sim resize "$name" 20G
+        sim unmap "$name"
+        same "$(sed '/^mpathd/,/sdl/d' <<<"$listing")" "$(in_host velomux -ll)"
+        sim map "$name"
+        in_host velomux -f "$name"
+        same "$(sed '/^mpathd/,/sdl/d' <<<"$listing")" "$(in_host velomux -ll)"
+        in_host velomux -r
+        same "$listing" "$(in_host velomux -ll)"
+    done
+    for name in $NO_NAMES sdl; do
+        run sim resize "$name" 40G
+        same "1simhost: there is no volume $name" "$status$output"
+        run in_host velomux -f "$name"
+        same "1$name is not a valid argument" "$status$output"
+    done
+    same "$listing" "$(in_host velomux -ll)"
+}
+
+@test "a name with a blank and an alias of digits mean their own volume alone, and a dash none" {
+    sim vdisk-name mpathd 'my web'
+    sim rename mpathc 1e1
+    expect_session <<'END'
+sim> resize 'my web' 21G
+host> velomux -ll 'my web'
+mpathd (3600b5d60001a2b3c0000000000000005) dm-4 KORVEL  ,QVX
+size=21G features='0' hwhandler='0' wp=rw
+`-+- policy='service-time 0' prio=50 status=active
+  `- 4:0:0:2 sdl 8:176 active ready running
+host> velomux -ll 10
+host> velomux -ll 1e1
+1e1 (3600b5d60001a2b3c0000000000000004) dm-3 KORVEL  ,QVX
+size=20G features='0' hwhandler='0' wp=rw
+`-+- policy='service-time 0' prio=50 status=active
+  |- 4:0:0:1 sdj 8:144 active ready running
+  `- 5:0:0:1 sdk 8:160 active ready running
+sim> vdisk-name 1e1 -
+sim> resize - 22G
+simhost: there is no volume -
+[1]
+host> velomux -ll /dev/mapper/3600b5d60001a2b3c0000000000000003
+3600b5d60001a2b3c0000000000000003 dm-2 KORVEL  ,QVX  
+size=1.0T features='0' hwhandler='0' wp=rw
+`-+- policy='service-time 0' prio=50 status=active
+  |- 1:0:0:3 sdh 8:112 active ready running
+  `- 2:0:0:3 sdi 8:128 active ready running
+END
 }
 
 @test "a map is flushed once, not while it is in use, and comes back with a reload" {
@@ -128,6 +199,34 @@ END
     in_host sh -c 'echo "- - -" >/sys/class/scsi_host/host1/scan'
     expect_text listing_change </dev/null
     [ -e "$HOST/sys/block/sdf/device/delete" ]
+}
+
+@test "paths deleted at once go together, also one without a link and one that is scanned for in between" {
+    make_empty_host_at bare --scenario 'volume mpatha transport=none tree=yes paths=3'
+    in_host sh -c 'for path in xb xc; do echo 1 >/sys/block/$path/device/delete; done'
+    expect_session <<'END'
+host> velomux -ll
+mpatha (3600b5d60001a2b3c0000000000000001) dm-0 KORVEL  ,QVX
+size=10G features='0' hwhandler='0' wp=rw
+`-+- policy='service-time 0' prio=50 status=active
+  `- 1:0:0:1 xa 240:0 active ready running
+host> ls /sys/block
+dm-0
+xa
+host> echo 1 >/sys/block/xa/device/delete; echo '- - -' >/sys/class/scsi_host/host1/scan
+host> velomux -ll
+mpatha (3600b5d60001a2b3c0000000000000001) dm-0 KORVEL  ,QVX
+size=10G features='0' hwhandler='0' wp=rw
+`-+- policy='service-time 0' prio=50 status=active
+  |- 1:0:0:1 xa 240:0 active ready running
+  |- 2:0:0:1 xb 240:1 active ready running
+  `- 1:0:1:1 xc 240:2 active ready running
+host> ls /sys/block
+dm-0
+xa
+xb
+xc
+END
 }
 
 @test "a state written to sysfs is the online state" {
@@ -175,6 +274,47 @@ END
 < 3600b5d60001a2b3c0000000000000003 dm-2 KORVEL  ,QVX  
 > quoted (3600b5d60001a2b3c0000000000000003) dm-2 KORVEL  ,QVX  
 END
+}
+
+@test "a reload leaves what keeps its name as it is, and lets two volumes change names" {
+    local before
+    echo changed >"$HOST/sys/block/sdb/device/wwid"
+    before=$(cd "$HOST" && find dev sys -not -path '*mpath[ab]*' -not -path '*/dm-[01]/dm*' -printf '%p %i %l\n' | sort)
+    cat >"$HOST/etc/velomux.conf" <<'END'
+multipaths {
+    multipath {
+        wwid 3600b5d60001a2b3c0000000000000001
+        alias mpathb
+    }
+    multipath {
+        wwid 3600b5d60001a2b3c0000000000000002
+        alias mpatha
+    }
+}
+END
+    in_host velomux -r
+    expect_text listing_change <<'END'
+< mpatha (3600b5d60001a2b3c0000000000000001) dm-0 KORVEL  ,QVX
+> mpathb (3600b5d60001a2b3c0000000000000001) dm-0 KORVEL  ,QVX
+< mpathb (3600b5d60001a2b3c0000000000000002) dm-1 KORVEL  ,QVX
+> mpatha (3600b5d60001a2b3c0000000000000002) dm-1 KORVEL  ,QVX
+END
+    same "../dm-1 ../dm-0" "$(readlink "$HOST/dev/mapper/mpatha") $(readlink "$HOST/dev/mapper/mpathb")"
+    same "mpathb mpatha" "$(<"$HOST/sys/block/dm-0/dm/name") $(<"$HOST/sys/block/dm-1/dm/name")"
+    same "$before" "$(cd "$HOST" &&
+        find dev sys -not -path '*mpath[ab]*' -not -path '*/dm-[01]/dm*' -printf '%p %i %l\n' | sort)"
+}
+
+@test "an alias that would lead out of its folder has no file anywhere" {
+    printf 'multipaths { multipath { wwid 3600b5d60001a2b3c0000000000000002 alias %s } }\n' ../../etc/gone \
+        >"$HOST/etc/velomux.conf"
+    echo kept >"$HOST/etc/gone"
+    in_host velomux -r
+    same '../../etc/gone (3600b5d60001a2b3c0000000000000002) dm-1 KORVEL  ,QVX' "$(in_host velomux -ll dm-1 | head -n 1)"
+    same kept "$(<"$HOST/etc/gone")"
+    same "" "$(find "$HOST/dev" -lname '*dm-1')"
+    sim unmap dm-1
+    same kept "$(<"$HOST/etc/gone")"
 }
 
 @test "every call of a stand-in is one line, also when many run at once" {
@@ -305,9 +445,11 @@ END
     same "simhost: there is no volume nobody" "$output"
 }
 
+# links_of NAME: the by-path links of the host NAME as a program in it lists them, each with its target.
+links_of() { "$SIMHOST" "$BATS_TEST_TMPDIR/$1" run ls -l /dev/disk/by-path/ | awk 'NR > 1 { print $9, $11 }'; }
+
 @test "by-path links have the shape of each transport" {
-    run in_host ls -l /dev/disk/by-path/
-    same "$(cat <<'END'
+    expect_text links_of host <<'END'
 fc-0x21000024ff5d6a11-0x20d0000b5d6a1010-lun-2 ../../sdf
 fc-0x21000024ff5d6a12-0x20d0000b5d6a1011-lun-2 ../../sdg
 ip-192.168.1.10:3260-iscsi-iqn.2010-06.com.korvel:qvx.6a10-lun-1 ../../sdj
@@ -330,7 +472,30 @@ pci-0000:05:00.1-fc-0x20d0000b5d6a1011-lun-6 ../../sdt
 pci-0000:05:00.1-fc-0x20d0000b5d6a1020-lun-1 ../../sdc
 pci-0000:05:00.1-fc-0x20d0000b5d6a1021-lun-1 ../../sde
 END
-)" "$(awk 'NR > 1 { print $9, $11 }' <<<"$output")"
+}
+
+@test "every path of a volume with many FC paths has a port, and so a link, of its own" {
+    make_empty_host_at eight --scenario 'many volumes=2 paths=8 transport=fc'
+    expect_text links_of eight <<'END'
+pci-0000:05:00.0-fc-0x20d0000b5d6a1010-lun-1 ../../sdb
+pci-0000:05:00.0-fc-0x20d0000b5d6a1010-lun-2 ../../sdj
+pci-0000:05:00.0-fc-0x20d0000b5d6a1020-lun-1 ../../sdd
+pci-0000:05:00.0-fc-0x20d0000b5d6a1020-lun-2 ../../sdl
+pci-0000:05:00.0-fc-0x20d0000b5d6a1030-lun-1 ../../sdf
+pci-0000:05:00.0-fc-0x20d0000b5d6a1030-lun-2 ../../sdn
+pci-0000:05:00.0-fc-0x20d0000b5d6a1040-lun-1 ../../sdh
+pci-0000:05:00.0-fc-0x20d0000b5d6a1040-lun-2 ../../sdp
+pci-0000:05:00.1-fc-0x20d0000b5d6a1011-lun-1 ../../sdc
+pci-0000:05:00.1-fc-0x20d0000b5d6a1011-lun-2 ../../sdk
+pci-0000:05:00.1-fc-0x20d0000b5d6a1021-lun-1 ../../sde
+pci-0000:05:00.1-fc-0x20d0000b5d6a1021-lun-2 ../../sdm
+pci-0000:05:00.1-fc-0x20d0000b5d6a1031-lun-1 ../../sdg
+pci-0000:05:00.1-fc-0x20d0000b5d6a1031-lun-2 ../../sdo
+pci-0000:05:00.1-fc-0x20d0000b5d6a1041-lun-1 ../../sdi
+pci-0000:05:00.1-fc-0x20d0000b5d6a1041-lun-2 ../../sdq
+END
+    make_empty_host_at thirty --scenario 'volume mpatha paths=40'
+    same 40 "$(links_of thirty | wc -l)"
 }
 
 @test "sysfs has the attributes of each transport" {
@@ -360,43 +525,56 @@ END
 @test "every fault of a tool is as its name says, and ok ends it" {
     local whole half
     whole=$(default_listing)
-    sim tool velomux silent
-    run in_host velomux -ll
-    same "0" "$status$output"
-    sim tool velomux rubbish
-    run in_host velomux -ll
-    same 0 "$status"
-    same "@@@ 0xdeadbeef ,,, ((((" "${lines[1]}"
+    printf 'one\ntwo\n' >"$BATS_TEST_TMPDIR/text"
+    expect_session <<END
+sim> tool velomux silent
+host> velomux -ll
+sim> tool velomux rubbish
+host> velomux -ll | cat -v
+x^AM-^?
+@@@ 0xdeadbeef ,,, ((((
+|
+  \`- nothing here is a path
+size=
+policy='
+
+sim> tool velomux fail 3
+host> velomux -ll
+velomux: error
+[3]
+sim> tool velomux missing
+host> velomux -ll
+sh: line 1: velomux: command not found
+[127]
+sim> tool velomux says $BATS_TEST_TMPDIR/text 4
+host> velomux -ll
+one
+two
+[4]
+sim> tool velomux ok
+host> velomux -ll
+$whole
+sim> tool velomux sulk
+simhost: tool: TOOL and one of ok hang crash rubbish half silent fail missing slow huge says
+[1]
+sim> tool nobody hang
+simhost: the host has no tool nobody
+[1]
+END
     sim tool velomux half
     half=$(in_host velomux -ll && echo .)
     same "${whole:0:${#whole}/2}." "$half"
     sim tool velomux crash
     run in_host velomux -ll
     same 139 "$status"
-    sim tool velomux fail 3
-    run in_host velomux -ll
-    same "3velomux: error" "$status$output"
-    sim tool velomux missing
-    status=0
-    in_host velomux -ll || status=$?
-    same 127 "$status"
     sim tool velomux hang
     run timeout 0.5 "$SIMHOST" "$HOST" run velomux -ll
     same 124 "$status"
     sim tool velomux huge
     same "$whole" "$(in_host velomux -ll | head -n "$(wc -l <<<"$whole")")"
     [ "$(in_host velomux -ll | wc -c)" -gt 5242880 ]
-    printf 'one\ntwo\n' >"$BATS_TEST_TMPDIR/text"
-    sim tool velomux says "$BATS_TEST_TMPDIR/text" 4
-    run in_host velomux -ll
-    same "4one
-two" "$status$output"
     sim tool velomux ok
     same "$whole" "$(in_host velomux -ll)"
-    run sim tool velomux sulk
-    same 1 "$status"
-    run sim tool nobody hang
-    same "simhost: the host has no tool nobody" "$output"
 }
 
 @test "a script of the product breaks as a tool does, and runs among its own rooms behind the fault" {
@@ -421,122 +599,130 @@ two" "$status$output"
 # ---- services and generations
 
 @test "systemctl keeps and tells the daemon's state" {
-    run in_host systemctl status dravikd.service
-    same 0 "$status"
-    expect_output <<'END'
+    expect_session <<'END'
+host> systemctl status dravikd.service
 ● dravikd.service - Device-Mapper Multipath Device Controller
    Loaded: loaded (/usr/lib/systemd/system/dravikd.service; enabled; vendor preset: enabled)
    Active: active (running) since Mon 2021-12-06 10:15:02 UTC; 1min 2s ago
  Main PID: 1234 (dravikd)
-END
-    in_host systemctl stop dravikd.service
-    run in_host systemctl status dravikd.service
-    same 3 "$status"
-    expect_output <<'END'
+host> systemctl stop dravikd.service
+host> systemctl status dravikd.service
 ● dravikd.service - Device-Mapper Multipath Device Controller
    Loaded: loaded (/usr/lib/systemd/system/dravikd.service; enabled; vendor preset: enabled)
    Active: inactive (dead)
+[3]
+host> systemctl reload dravikd.service
+dravikd.service is not active, cannot reload.
+[1]
+host> systemctl start dravikd.service
+host> systemctl is-active dravikd
+active
+host> systemctl is-enabled dravikd.service
+enabled
+host> systemctl disable dravikd.service
+host> systemctl is-enabled dravikd.service
+disabled
+[1]
+host> systemctl enable dravikd.service
+host> systemctl is-enabled dravikd.service
+enabled
+host> systemctl status other.service
+Unit other.service could not be found.
+[4]
 END
-    run in_host systemctl reload dravikd.service
-    same 1 "$status"
-    in_host systemctl start dravikd.service
-    same active "$(in_host systemctl is-active dravikd)"
-    same enabled "$(in_host systemctl is-enabled dravikd.service)"
-    in_host systemctl disable dravikd.service
-    run in_host systemctl is-enabled dravikd.service
-    same "1disabled" "$status$output"
-    in_host systemctl enable dravikd.service
-    same enabled "$(in_host systemctl is-enabled dravikd.service)"
-    run in_host systemctl status other.service
-    same "4Unit other.service could not be found." "$status$output"
 }
 
 @test "service and chkconfig keep and tell the daemon's state on the older systems" {
     make_empty_host_at old --generation rhel6
-    run in_host service dravikd status
-    same "0dravikd (pid  1234) is running..." "$status$output"
-    same "Stopping dravikd daemon:                                 [  OK  ]" "$(in_host service dravikd stop)"
-    run in_host service dravikd status
-    same "3dravikd is stopped" "$status$output"
-    same "Starting dravikd daemon:                                 [  OK  ]" "$(in_host /etc/init.d/dravikd start)"
-    same "Reloading dravikd:                                       [  OK  ]" "$(in_host service dravikd reload)"
-    same "dravikd        	0:off	1:off	2:on	3:on	4:on	5:on	6:off" "$(in_host chkconfig dravikd --list)"
-    in_host chkconfig dravikd off
-    same "dravikd        	0:off	1:off	2:off	3:off	4:off	5:off	6:off" "$(in_host chkconfig dravikd --list)"
-    run in_host service nobody status
-    same "1nobody: unrecognized service" "$status$output"
+    expect_session <<'END'
+host> service dravikd status
+dravikd (pid  1234) is running...
+host> service dravikd stop
+Stopping dravikd daemon:                                 [  OK  ]
+host> service dravikd status
+dravikd is stopped
+[3]
+host> /etc/init.d/dravikd start
+Starting dravikd daemon:                                 [  OK  ]
+host> service dravikd reload
+Reloading dravikd:                                       [  OK  ]
+host> chkconfig dravikd --list
+dravikd        	0:off	1:off	2:on	3:on	4:on	5:on	6:off
+host> chkconfig dravikd off
+host> chkconfig dravikd --list
+dravikd        	0:off	1:off	2:off	3:off	4:off	5:off	6:off
+host> service nobody status
+nobody: unrecognized service
+[1]
+END
     make_empty_host_at suse --generation sles11sp4
-    same "Checking for dravikd: running" "$(in_host service dravikd status)"
-    in_host service dravikd stop
-    run in_host service dravikd status
-    same "3Checking for dravikd: unused" "$status$output"
+    expect_session <<'END'
+host> service dravikd status
+Checking for dravikd: running
+host> service dravikd stop
+Stopping dravikd daemon:                                 [  OK  ]
+host> service dravikd status
+Checking for dravikd: unused
+[3]
+END
 }
 
-# release_texts: the release files, the kernel release and the service tools of the host.
-release_texts() {
-    local name
-    for name in oracle-release redhat-release SuSE-release os-release; do
-        [[ ! -e $HOST/etc/$name ]] || sed "s/^/$name: /" "$HOST/etc/$name"
+# generation_texts: of every generation that there is, the release files, the kernel release and the service tools.
+generation_texts() {
+    local generation name
+    for generation in $("$SIMHOST" generations); do
+        make_empty_host_at "$generation" --generation "$generation"
+        echo "== $generation"
+        for name in oracle-release redhat-release SuSE-release os-release; do
+            [[ ! -e $HOST/etc/$name ]] || sed "s/^/$name: /" "$HOST/etc/$name"
+        done
+        in_host uname -r
+        for name in systemctl service chkconfig; do
+            ! in_host which $name >/dev/null || echo "$name"
+        done
     done
-    in_host uname -r
-    for name in systemctl service chkconfig; do
-        ! in_host which $name >/dev/null || printf '%s ' "$name"
-    done
-    echo
 }
 
-@test "Red Hat's generations" {
-    make_empty_host_at rhel6 --generation rhel6
-    expect_text release_texts <<'END'
+@test "every generation has its release files, its kernel and its service tools" {
+    expect_text generation_texts <<'END'
+== rhel6
 redhat-release: Red Hat Enterprise Linux Server release 6.10 (Santiago)
 2.6.32-754.el6.x86_64
-service chkconfig 
-END
-    make_empty_host_at rhel7 --generation rhel7
-    expect_text release_texts <<'END'
+service
+chkconfig
+== rhel7
 redhat-release: Red Hat Enterprise Linux Server release 7.9 (Maipo)
 os-release: NAME="Red Hat Enterprise Linux Server"
 os-release: VERSION="7.9 (Maipo)"
 os-release: ID="rhel"
 os-release: PRETTY_NAME="Red Hat Enterprise Linux Server 7.9 (Maipo)"
 3.10.0-1160.el7.x86_64
-systemctl 
-END
-    make_empty_host_at rhel8 --generation rhel8
-    expect_text release_texts <<'END'
-redhat-release: Red Hat Enterprise Linux release 8.6 (Ootpa)
-os-release: NAME="Red Hat Enterprise Linux"
-os-release: VERSION="8.6 (Ootpa)"
-os-release: ID="rhel"
-os-release: PRETTY_NAME="Red Hat Enterprise Linux 8.6 (Ootpa)"
-4.18.0-372.9.1.el8.x86_64
-systemctl 
-END
-    make_empty_host_at rhel9 --generation rhel9
-    expect_text release_texts <<'END'
-redhat-release: Red Hat Enterprise Linux release 9.2 (Plow)
-os-release: NAME="Red Hat Enterprise Linux"
-os-release: VERSION="9.2 (Plow)"
-os-release: ID="rhel"
-os-release: PRETTY_NAME="Red Hat Enterprise Linux 9.2 (Plow)"
-5.14.0-284.11.1.el9_2.x86_64
-systemctl 
-END
-    make_empty_host_at centos7 --generation centos7
-    expect_text release_texts <<'END'
+systemctl
+== centos7
 redhat-release: CentOS Linux release 7.9.2009 (Core)
 os-release: NAME="CentOS Linux"
 os-release: VERSION="7 (Core)"
 os-release: ID="centos"
 os-release: PRETTY_NAME="CentOS Linux 7 (Core)"
 3.10.0-1160.el7.x86_64
-systemctl 
-END
-}
-
-@test "Oracle's generations" {
-    make_empty_host_at oracle7 --generation oracle7
-    expect_text release_texts <<'END'
+systemctl
+== rhel8
+redhat-release: Red Hat Enterprise Linux release 8.6 (Ootpa)
+os-release: NAME="Red Hat Enterprise Linux"
+os-release: VERSION="8.6 (Ootpa)"
+os-release: ID="rhel"
+os-release: PRETTY_NAME="Red Hat Enterprise Linux 8.6 (Ootpa)"
+4.18.0-372.9.1.el8.x86_64
+systemctl
+== rhel9
+redhat-release: Red Hat Enterprise Linux release 9.2 (Plow)
+os-release: NAME="Red Hat Enterprise Linux"
+os-release: VERSION="9.2 (Plow)"
+os-release: ID="rhel"
+os-release: PRETTY_NAME="Red Hat Enterprise Linux 9.2 (Plow)"
+5.14.0-284.11.1.el9_2.x86_64
+systemctl
+== oracle7
 oracle-release: Oracle Linux Server release 7.9
 redhat-release: Red Hat Enterprise Linux Server release 7.9 (Maipo)
 os-release: NAME="Oracle Linux Server"
@@ -544,10 +730,8 @@ os-release: VERSION="7.9"
 os-release: ID="ol"
 os-release: PRETTY_NAME="Oracle Linux Server 7.9"
 5.4.17-2011.6.2.el7uek.x86_64
-systemctl 
-END
-    make_empty_host_at oracle8 --generation oracle8
-    expect_text release_texts <<'END'
+systemctl
+== oracle8
 oracle-release: Oracle Linux Server release 8.6
 redhat-release: Red Hat Enterprise Linux release 8.6 (Ootpa)
 os-release: NAME="Oracle Linux Server"
@@ -555,13 +739,8 @@ os-release: VERSION="8.6"
 os-release: ID="ol"
 os-release: PRETTY_NAME="Oracle Linux Server 8.6"
 5.4.17-2136.307.3.1.el8uek.x86_64
-systemctl 
-END
-}
-
-@test "SUSE's generations" {
-    make_empty_host_at sles11sp4 --generation sles11sp4
-    expect_text release_texts <<'END'
+systemctl
+== sles11sp4
 SuSE-release: SUSE Linux Enterprise Server 11 (x86_64)
 SuSE-release: VERSION = 11
 SuSE-release: PATCHLEVEL = 4
@@ -570,34 +749,29 @@ os-release: VERSION="11.4"
 os-release: ID="sles"
 os-release: PRETTY_NAME="SUSE Linux Enterprise Server 11 SP4"
 3.0.101-63-default
-service chkconfig 
-END
-    make_empty_host_at sles12sp5 --generation sles12sp5
-    expect_text release_texts <<'END'
+service
+chkconfig
+== sles12sp5
 os-release: NAME="SLES"
 os-release: VERSION="12-SP5"
 os-release: ID="sles"
 os-release: PRETTY_NAME="SUSE Linux Enterprise Server 12 SP5"
 4.12.14-120-default
-systemctl 
-END
-    make_empty_host_at sles12sp6 --generation sles12sp6
-    expect_text release_texts <<'END'
+systemctl
+== sles12sp6
 os-release: NAME="SLES"
 os-release: VERSION="12-SP6"
 os-release: ID="sles"
 os-release: PRETTY_NAME="SUSE Linux Enterprise Server 12 SP6"
 4.12.14-150-default
-systemctl 
-END
-    make_empty_host_at sles15 --generation sles15
-    expect_text release_texts <<'END'
+systemctl
+== sles15
 os-release: NAME="SLES"
 os-release: VERSION="15-SP4"
 os-release: ID="sles"
 os-release: PRETTY_NAME="SUSE Linux Enterprise Server 15 SP4"
 5.14.21-150400.22-default
-systemctl 
+systemctl
 END
 }
 
@@ -626,19 +800,22 @@ size=10G features='0' hwhandler='0' wp=rw
 END
 }
 
+# refused TEXT ARGUMENTS: "simhost" with these arguments says TEXT and nothing else, and fails.
+refused() {
+    run "$SIMHOST" "${@:2}"
+    same "1simhost: $1" "$status$output"
+}
+
 @test "a wrong scenario, generation or folder ends the build with a word about it" {
-    run "$SIMHOST" build "$HOST"
-    same "1simhost: $HOST is not empty" "$status$output"
-    run "$SIMHOST" build "$BATS_TEST_TMPDIR/x" --generation beos
-    same 1 "$status"
-    same "simhost: no generation \"beos\"" "${output%% (*}"
-    run "$SIMHOST" build "$BATS_TEST_TMPDIR/y" --scenario 'volume a transport=telepathy'
-    same 'simhost: line 1: unknown transport "telepathy"
-simhost: the scenario is not understood' "$output"
-    run "$SIMHOST" build "$BATS_TEST_TMPDIR/z" --scenario nobody
-    same "simhost: no scenario \"nobody\"" "${output%% (*}"
-    run "$SIMHOST" "$BATS_TEST_TMPDIR/nowhere" listing
-    same "simhost: $BATS_TEST_TMPDIR/nowhere is not a simulated host" "${output%% (*}"
+    local away=$BATS_TEST_TMPDIR
+    refused "$HOST is not empty" build "$HOST"
+    refused "no generation \"beos\" (there are: $("$SIMHOST" generations | paste -sd ' '))" \
+        build "$away/x" --generation beos
+    refused 'line 1: unknown transport "telepathy"
+simhost: the scenario is not understood' build "$away/y" --scenario 'volume a transport=telepathy'
+    refused "no scenario \"nobody\" (there are: $(cd "$REPO/simhost/scenarios" && echo *.scn))" \
+        build "$away/z" --scenario nobody
+    refused "$away/nowhere is not a simulated host (\"simhost build $away/nowhere\" makes one)" "$away/nowhere" listing
 }
 
 @test "run passes input, output, errors, exit status and signals through, and a clean environment in" {

@@ -1,10 +1,21 @@
 # The array behind the simulated host: what its volumes answer, and how they show in the host's counters.
 
 load ../support/simulated_host
+load ../support/session
 
 setup() {
     make_empty_host
     add_program ask_array
+}
+
+# The counters of every device, "NAME COUNTER ...": as diskstats has them, and as the devices' own files do.
+stat_of_diskstats() { sed '/ sda /d' "$HOST/proc/diskstats" | tr -s ' ' | cut -d ' ' -f 4- | sort; }
+stat_of_sysfs() {
+    local folder counters
+    for folder in "$HOST"/sys/block/*; do
+        read -ra counters <"$folder/stat"
+        echo "${folder##*/} ${counters[*]}"
+    done | sort
 }
 
 # hex TEXT: its bytes as ask_array prints them.
@@ -13,192 +24,163 @@ hex() { printf %s "$1" | od -An -v -tx1 | tr -d ' \n'; }
 # repeated BYTE COUNT
 repeated() { printf "%${2}s" '' | sed "s/ /$1/g"; }
 
-@test "a SCSI volume lists its vendor page and gives its name there" {
-    run in_host ask_array /dev/dm-0 vpd 00
-    expect_output <<END
+@test "a SCSI volume lists its vendor page, and gives its name there behind the length" {
+    expect_session <<END
+host> ask_array /dev/dm-0 vpd 00
 result 0 errno 0 status 0
 00000004008083d0
-END
-}
-
-@test "the nodes of a map and of its paths pass for block devices" {
-    run in_host ask_array /dev/dm-0 kind
-    same block "$output"
-    run in_host ask_array /dev/sdb kind
-    same block "$output"
-    run in_host ask_array /sim/state kind
-    same other "$output"
-    run in_host sh -c '[ -b /dev/sdb ] && [ -b /dev/mapper/mpatha ] && [ ! -b /sim/state ] && stat -c %F /dev/dm-0'
-    same "block special file" "$output"
-}
-
-@test "the name stands behind its length on page 0xd0, and follows a renaming on the array" {
-    run in_host ask_array /dev/dm-0 vpd d0
-    expect_output <<END
+host> ask_array /dev/dm-0 vpd d0
 result 0 errno 0 status 0
 00d00c$(hex vol_database)
-END
-    sim vdisk-name mpatha "my other vol"
-    run in_host ask_array /dev/sdc vpd d0
-    expect_output <<END
+sim> vdisk-name mpatha "my other vol"
+host> ask_array /dev/sdc vpd d0
 result 0 errno 0 status 0
 00d00c$(hex "my other vol")
 END
 }
 
+@test "the nodes of a map and of its paths pass for block devices" {
+    expect_session <<'END'
+host> ask_array /dev/dm-0 kind
+block
+host> ask_array /dev/sdb kind
+block
+host> ask_array /sim/state kind
+other
+host> [ -b /dev/sdb ] && [ -b /dev/mapper/mpatha ] && [ ! -b /sim/state ] && stat -c %F /dev/dm-0
+block special file
+END
+}
+
 @test "another page, and NVMe requests, are refused by a SCSI volume" {
-    run in_host ask_array /dev/dm-0 vpd 83
-    expect_output <<'END'
+    expect_session <<'END'
+host> ask_array /dev/dm-0 vpd 83
 result 0 errno 0 status 2
 
-END
-    run in_host ask_array /dev/dm-0 id
-    same -1 "$output"
-    run in_host ask_array /dev/dm-0 log 1
-    expect_output <<'END'
+host> ask_array /dev/dm-0 id
+-1
+host> ask_array /dev/dm-0 log 1
 result -1 errno 25
 
 END
 }
 
-@test "an NVMe volume gives its namespace and its name in log page 0xc0" {
-    run in_host ask_array /dev/dm-7 id
-    same 1 "$output"
-    run in_host ask_array /dev/dm-7 log 1
-    expect_output <<END
+@test "an NVMe volume gives its namespace, and its name in log page 0xc0, and refuses other requests" {
+    expect_session <<END
+host> ask_array /dev/dm-7 id
+1
+host> ask_array /dev/dm-7 log 1
 result 0 errno 0
 $(hex vol_nvme_fc)
-END
-    run in_host ask_array /dev/dm-7 log -15
-    expect_output <<'END'
+host> ask_array /dev/dm-7 log -15
 result 16395 errno 0
 
-END
-    run in_host ask_array /dev/dm-7 vpd 00
-    expect_output <<'END'
+host> ask_array /dev/dm-7 vpd 00
 result -1 errno 25 status 0
 
 END
 }
 
 @test "every hostile page of a SCSI volume is as its name says" {
-    local page
-    sim page mpatha zero-count
-    run in_host ask_array /dev/dm-0 vpd 00
-    expect_output <<'END'
+    expect_session <<END
+sim> page mpatha zero-count
+host> ask_array /dev/dm-0 vpd 00
 result 0 errno 0 status 0
 
-END
-    sim page mpatha no-d0
-    run in_host ask_array /dev/dm-0 vpd 00
-    expect_output <<'END'
+sim> page mpatha no-d0
+host> ask_array /dev/dm-0 vpd 00
 result 0 errno 0 status 0
 00000003008083
-END
-    sim page mpatha many-pages
-    run in_host ask_array /dev/dm-0 vpd 00
-    expect_output <<END
+sim> page mpatha many-pages
+host> ask_array /dev/dm-0 vpd 00
 result 0 errno 0 status 0
 000000fa000102030405060708090a0b0c0d0e0f$(repeated 80 184)d0$(repeated 80 49)
-END
-    sim page mpatha long
-    run in_host ask_array /dev/dm-0 vpd d0
-    expect_output <<END
+sim> page mpatha long
+host> ask_array /dev/dm-0 vpd d0
 result 0 errno 0 status 0
 00d0ff$(repeated 4c 252)
-END
-    sim page mpatha empty
-    run in_host ask_array /dev/dm-0 vpd d0
-    expect_output <<END
+sim> page mpatha empty
+host> ask_array /dev/dm-0 vpd d0
 result 0 errno 0 status 0
 00d000$(hex vol_database)
-END
-    sim page mpatha no-nul
-    run in_host ask_array /dev/dm-0 vpd d0
-    expect_output <<END
+sim> page mpatha no-nul
+host> ask_array /dev/dm-0 vpd d0
 result 0 errno 0 status 0
 00d00c$(hex vol_database)$(repeated 78 240)
-END
-    sim page mpatha nul-inside
-    run in_host ask_array /dev/dm-0 vpd d0
-    expect_output <<END
+sim> page mpatha nul-inside
+host> ask_array /dev/dm-0 vpd d0
 result 0 errno 0 status 0
 00d009$(hex vol)00$(hex trashase)
-END
-    for page in 00 d0; do
-        sim page mpatha check-condition
-        run in_host ask_array /dev/dm-0 vpd $page
-        expect_output <<'END'
+sim> page mpatha check-condition
+host> ask_array /dev/dm-0 vpd 00
 result 0 errno 0 status 2
 
-END
-        sim page mpatha errno
-        run in_host ask_array /dev/dm-0 vpd $page
-        expect_output <<'END'
+host> ask_array /dev/dm-0 vpd d0
+result 0 errno 0 status 2
+
+sim> page mpatha errno
+host> ask_array /dev/dm-0 vpd 00
 result -1 errno 5 status 0
 
-END
-    done
-    sim page mpatha not-block
-    run in_host ask_array /dev/dm-0 kind
-    same other "$output"
-    sim page mpatha normal
-    run in_host ask_array /dev/dm-0 vpd d0
-    expect_output <<END
+host> ask_array /dev/dm-0 vpd d0
+result -1 errno 5 status 0
+
+sim> page mpatha not-block
+host> ask_array /dev/dm-0 kind
+other
+sim> page mpatha normal
+host> ask_array /dev/dm-0 vpd d0
 result 0 errno 0 status 0
 00d00c$(hex vol_database)
 END
 }
 
 @test "every hostile log of an NVMe volume is as its name says" {
-    sim page nvmea empty
-    run in_host ask_array /dev/dm-7 log 1
-    expect_output <<'END'
+    expect_session <<END
+sim> page nvmea empty
+host> ask_array /dev/dm-7 log 1
 result 0 errno 0
 
-END
-    sim page nvmea no-nul
-    run in_host ask_array /dev/dm-7 log 1
-    expect_output <<END
+sim> page nvmea no-nul
+host> ask_array /dev/dm-7 log 1
 result 0 errno 0
 $(repeated 4e 64)
-END
-    sim page nvmea nul-inside
-    run in_host ask_array /dev/dm-7 log 1
-    expect_output <<END
+sim> page nvmea nul-inside
+host> ask_array /dev/dm-7 log 1
 result 0 errno 0
 $(hex vol)00$(hex trash)
-END
-    sim page nvmea check-condition
-    run in_host ask_array /dev/dm-7 log 1
-    expect_output <<'END'
+sim> page nvmea check-condition
+host> ask_array /dev/dm-7 log 1
 result 16386 errno 0
 
-END
-    sim page nvmea errno
-    run in_host ask_array /dev/dm-7 log 1
-    expect_output <<'END'
+sim> page nvmea errno
+host> ask_array /dev/dm-7 log 1
 result -1 errno 5
 
+sim> page nvmea no-nsid
+host> ask_array /dev/dm-7 id
+0
+sim> page nvmea not-block
+host> ask_array /dev/dm-7 kind
+other
 END
-    sim page nvmea no-nsid
-    run in_host ask_array /dev/dm-7 id
-    same 0 "$output"
-    sim page nvmea not-block
-    run in_host ask_array /dev/dm-7 kind
-    same other "$output"
 }
 
 @test "a volume without a working path does not answer" {
-    sim fail-path sdf
-    run in_host ask_array /dev/dm-1 vpd 00
-    same "result 0 errno 0 status 0" "${lines[0]}"
-    sim fail-path sdg
-    run in_host ask_array /dev/dm-1 vpd 00
-    same "result -1 errno 5 status 0" "${lines[0]}"
-    sim restore-path sdg
-    run in_host ask_array /dev/dm-1 vpd 00
-    same "result 0 errno 0 status 0" "${lines[0]}"
+    expect_session <<'END'
+sim> fail-path sdf
+host> ask_array /dev/dm-1 vpd 00
+result 0 errno 0 status 0
+00000004008083d0
+sim> fail-path sdg
+host> ask_array /dev/dm-1 vpd 00
+result -1 errno 5 status 0
+
+sim> restore-path sdg
+host> ask_array /dev/dm-1 vpd 00
+result 0 errno 0 status 0
+00000004008083d0
+END
 }
 
 @test "every request block is recorded" {
@@ -247,6 +229,44 @@ END
     sim counters advance 100
     run grep -E ' sdb ' "$HOST/proc/diskstats"
     same "   8      16 sdb 25 0 400 50 0 0 0 0 0 50 50" "$output"
+}
+
+@test "a load is meant by every name of its volume, and ended by the name that it was set by" {
+    local name
+    sim vdisk-name mpathd 'my web'
+    for name in mpathd 3600b5d60001a2b3c0000000000000005 'my web' dm-4 /dev/dm-4 /dev/mapper/mpathd; do
+        sim load "$name" reading 10
+        sim counters advance 1
+        sim load "$name" idle
+        sim counters advance 1
+        grep ' dm-4 ' "$HOST/proc/diskstats"
+    done >"$BATS_TEST_TMPDIR/rows"
+    expect_text cat "$BATS_TEST_TMPDIR/rows" <<'END'
+ 253       4 dm-4 10 0 160 20 0 0 0 0 0 20 20
+ 253       4 dm-4 20 0 320 40 0 0 0 0 0 40 40
+ 253       4 dm-4 30 0 480 60 0 0 0 0 0 60 60
+ 253       4 dm-4 40 0 640 80 0 0 0 0 0 80 80
+ 253       4 dm-4 50 0 800 100 0 0 0 0 0 100 100
+ 253       4 dm-4 60 0 960 120 0 0 0 0 0 120 120
+END
+    same "" "$(<"$HOST/sim/loads")"
+    run sim load nobody reading
+    same "1simhost: there is no volume or path nobody" "$status$output"
+}
+
+@test "the stat file of a device says what diskstats says of it, also after its folder was made anew" {
+    sim load mpathb mixed 100
+    sim counters advance 10
+    sim rename mpathb data
+    same "$(stat_of_diskstats)" "$(stat_of_sysfs)"
+    sim counters columns 17
+    same "$(stat_of_diskstats)" "$(stat_of_sysfs)"
+    sim rename data mpathb
+    same "$(stat_of_diskstats)" "$(stat_of_sysfs)"
+    sim map fresh paths=1
+    same "$(stat_of_diskstats)" "$(stat_of_sysfs)"
+    sim counters advance 10
+    same "$(stat_of_diskstats)" "$(stat_of_sysfs)"
 }
 
 @test "the counters of a removed path vanish, those of a new one appear" {

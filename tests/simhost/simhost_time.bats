@@ -1,6 +1,7 @@
 # Time on the simulated host: the monitor's cycles one by one, its clock, and a disk that fills up under it.
 
 load ../support/simulated_host
+load ../support/session
 
 setup() {
     make_empty_host
@@ -182,29 +183,25 @@ END
 @test "a full disk takes what fits and refuses the rest" {
     add_program spill
     mkdir "$HOST/dumps"
-    sim fill-disk --after 1000
-    run in_host spill /dumps/a.log 600 write
-    expect_output <<'END'
+    expect_session <<'END'
+sim> fill-disk --after 1000
+host> spill /dumps/a.log 600 write
 wrote 600
-END
-    run in_host spill /dumps/a.log 600 write
-    expect_output <<'END'
+host> spill /dumps/a.log 600 write
 wrote 400
 write: No space left on device
-END
-    same 1000 "$(stat -c %s "$HOST/dumps/a.log")"
-    run in_host spill /dumps/new.log 1 write
-    expect_output <<'END'
+[1]
+host> wc -c </dumps/a.log
+1000
+host> spill /dumps/new.log 1 write
 open: No space left on device
-END
-    [ ! -e "$HOST/dumps/new.log" ]
-    run in_host spill /tmp/elsewhere 600 write
-    expect_output <<'END'
+[1]
+host> [ -e /dumps/new.log ]
+[1]
+host> spill /tmp/elsewhere 600 write
 wrote 600
-END
-    sim free-disk
-    run in_host spill /dumps/new.log 600 write
-    expect_output <<'END'
+sim> free-disk
+host> spill /dumps/new.log 600 write
 wrote 600
 END
 }
@@ -212,45 +209,53 @@ END
 @test "a stream on a full disk fails when it is closed" {
     add_program spill
     mkdir "$HOST/dumps"
-    sim fill-disk --after 1000
-    run in_host spill /dumps/a.json 3000 stream
-    expect_output <<'END'
+    expect_session <<'END'
+sim> fill-disk --after 1000
+host> spill /dumps/a.json 3000 stream
 fwrite 3000
 fclose: No space left on device
-END
-    same 1000 "$(stat -c %s "$HOST/dumps/a.json")"
-    sim fill-disk --after 4000
-    run in_host spill /dumps/a.json 3000 stream
-    expect_output <<'END'
+host> wc -c </dumps/a.json
+1000
+sim> fill-disk --after 4000
+host> spill /dumps/a.json 3000 stream
 fwrite 3000
 fclose: ok
+host> wc -c </dumps/a.json
+3000
 END
-    same 3000 "$(stat -c %s "$HOST/dumps/a.json")"
 }
 
 @test "a child that inherits a file under /dumps meets the full disk, too" {
     mkdir "$HOST/dumps"
-    sim fill-disk --after 4
-    run in_host sh -c 'echo 123456789 | cat >/dumps/x'
-    same 1 "$status"
-    same "cat: write error: No space left on device" "$output"
-    same 1234 "$(<"$HOST/dumps/x")"
+    expect_session <<'END'
+sim> fill-disk --after 4
+host> echo 123456789 | cat >/dumps/x
+cat: write error: No space left on device
+[1]
+host> cat /dumps/x; echo
+1234
+END
 }
 
 @test "read-only dumps can be read, not changed" {
     add_program spill
     mkdir "$HOST/dumps"
     echo old >"$HOST/dumps/a.log"
-    sim read-only-dumps
-    run in_host cat /dumps/a.log
-    same old "$output"
-    run in_host spill /dumps/a.log 1 write
-    same "open: Read-only file system" "$output"
-    run in_host spill /dumps/a.log 1 stream
-    same "fopen: Read-only file system" "$output"
-    run in_host mv /dumps/a.log /dumps/b.log
-    same 1 "$status"
-    sim writable-dumps
-    run in_host spill /dumps/a.log 1 write
-    same "wrote 1" "$output"
+    expect_session <<'END'
+sim> read-only-dumps
+host> cat /dumps/a.log
+old
+host> spill /dumps/a.log 1 write
+open: Read-only file system
+[1]
+host> spill /dumps/a.log 1 stream
+fopen: Read-only file system
+[1]
+host> mv /dumps/a.log /dumps/b.log
+mv: cannot move '/dumps/a.log' to '/dumps/b.log': Read-only file system
+[1]
+sim> writable-dumps
+host> spill /dumps/a.log 1 write
+wrote 1
+END
 }

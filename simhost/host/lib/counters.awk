@@ -1,17 +1,10 @@
-# Moves the kernel's counters by SECONDS under the loads: awk -v seconds=N ... -f counters.awk COUNTERS LOADS STATE
-#   COUNTERS  "uptime S", then a line a device: its name and the eleven counters of the kernel's diskstats
+# Moves the kernel's counters by SECONDS under the loads: counters.awk -v seconds=N ... COUNTERS LOADS STATE
+#   COUNTERS  "uptime S", then a line a device that ever had I/O: its name and the eleven counters of the kernel's
+#             diskstats
 #   LOADS     a line a load: a volume or path, what it does (kinds below), its rate
-# Written: -v counters= (the new COUNTERS), diskstats= stat= uptime= (the files of /proc), and below -v block= each
-# device's own stat file where its folder exists (sysfs=1).
-
-function value(name,    at, rest) {
-    at = index($0, " " name "=")
-    if (at == 0)
-        return ""
-    rest = substr($0, at + length(name) + 2)
-    at = index(rest, " ")
-    return at > 0 ? substr(rest, 1, at - 1) : rest
-}
+# Written: -v counters= (the new COUNTERS), diskstats= stat= uptime= (the files of /proc), and below -v block= the
+# stat files of the devices that ever had I/O (sysfs=1) or of all (sysfs=all); the others stand as they were made, at
+# zero.
 
 # So many requests a second, each of so many sectors and milliseconds.
 function kindOf(kind) {
@@ -26,6 +19,7 @@ function kindOf(kind) {
 }
 
 function add(name, column, amount) {
+    used[name] = 1
     count[name, column] += amount
 }
 
@@ -66,35 +60,45 @@ function spreadLoad(    i, n) {
     volume = ""
 }
 
-function fields(name, separator,    i, text) {
+# The counters as diskstats shows them, each behind a blank.
+function fields(name,    i, text) {
     text = ""
     for (i = 1; i <= 11; i++)
-        text = text separator sprintf("%.0f", int(count[name, i] + 0.000001))
+        text = text sprintf(" %.0f", int(count[name, i] + 0.000001))
     for (; i <= columns; i++)
-        text = text separator "0"
+        text = text " 0"
     return text
 }
 
-function show(name, major, minor,    i, line) {
-    printf "%4d %7d %s%s\n", major, minor, name, fields(name, " ") > diskstats
+function keep(name,    i, line) {
     line = name
     for (i = 1; i <= 11; i++)
         line = line " " sprintf("%.6f", count[name, i])
     print line > counters
-    if (sysfs && !(name in hidden)) {
-        printf "%s\n", fields(name, " ") > (block "/" name "/stat")
+}
+
+function show(name, major, minor,    shown) {
+    shown = name in used ? fields(name) : zeros
+    printf "%4d %7d %s%s\n", major, minor, name, shown > diskstats
+    if (name in used)
+        keep(name)
+    if (!(name in hidden) && (sysfs == "all" || (sysfs && name in used))) {
+        print shown > (block "/" name "/stat")
         close(block "/" name "/stat")
     }
 }
 
-BEGIN { up = 100000 }
+BEGIN {
+    up = 100000
+    zeros = fields("")
+}
 
 FILENAME == ARGV[1] {
     if ($1 == "uptime")
         up = $2
     else
         for (i = 1; i <= 11; i++)
-            count[$1, i] = $(i + 1)
+            add($1, i, $(i + 1))
     next
 }
 
@@ -104,7 +108,7 @@ FILENAME == ARGV[2] {
     next
 }
 
-$1 == "volume" || $1 == "flushed" || $1 == "unmapped" {
+isVolume() {
     spreadLoad()
     here = $1 != "unmapped"
     if (!here)
@@ -118,7 +122,7 @@ $1 == "volume" || $1 == "flushed" || $1 == "unmapped" {
     if ($1 == "volume")
         maps[++mapCount] = value("dm")
     for (name in kind)
-        if (name == $2 || name == volume || name == value("wwid")) {
+        if (isMeant(name)) {
             volumeKind = kind[name]
             volumeRate = rate[name]
         }

@@ -1,39 +1,23 @@
-# Makes one change in the state: -v op=OPERATION -v who=NAME -v what=... -v to=...; prints the changed state.
+# Makes one change in the state: -v op=OPERATION -v who=NAME -v what=... -v to=...; prints the changed state, and to
+# -v touched=FILE the numbers of the volumes that are no longer what they were, one a line.
 # Exit status 3: nothing in the state bears that name.
 #   path-state   path WHO gets the three states TO ("failed faulty running")
 #   port-state   so do all paths through the array's port WHO
 #   volume-state all paths of volume WHO
-#   remove       path WHO leaves the host
+#   remove       the paths WHO (names with blanks between) leave the host
 #   rescan       the removed paths of volumes that the array still exports come back, and volumes that wait for it
 #   word         volume WHO becomes "volume", "flushed" or "unmapped" (TO)
 #   map          volume WHO is there with all its paths, whatever became of it
 #   volume-key   the key WHAT of volume WHO gets the value TO
 #   rename       volume WHO gets the alias TO
 #   group-key    the key WHAT of group number GROUP (0: all) of volume WHO gets the value TO
-#   remap        flushed volumes that still have a path are mapped again
-#   aliases      the aliases of the multipath configuration file CONF are taken up
-
-function value(name,    at, rest) {
-    at = index($0, " " name "=")
-    if (at == 0)
-        return ""
-    rest = substr($0, at + length(name) + 2)
-    at = index(rest, " ")
-    return at > 0 ? substr(rest, 1, at - 1) : rest
-}
+#   reload       flushed volumes that still have a path are mapped again, and the aliases of the multipath
+#                configuration file CONF are taken up; reads the state twice (edit.awk STATE STATE)
 
 function setValue(name, text,    i) {
     for (i = 2; i <= NF; i++)
         if (index($i, name "=") == 1)
             $i = name "=" text
-}
-
-function isMeant(    dm) {
-    if (who == $2 && $2 != "-")
-        return 1
-    dm = value("dm")
-    return who == value("wwid") || who == "dm-" dm || who == "/dev/dm-" dm || who == "/dev/mapper/" $2 ||
-        who == value("vdisk")
 }
 
 function setStates() {
@@ -68,28 +52,33 @@ function readConf(    line, n, part, i, wwid, alias) {
 }
 
 BEGIN {
-    if (op == "aliases")
+    if (op == "reload")
         readConf()
-    if (op == "remap" || op == "aliases" || op == "rescan")
+    if (op == "reload" || op == "rescan")
         found = 1
+    for (i = split(who, names, " "); i > 0; i--)
+        named[names[i]] = 1
 }
 
 # Which volumes still have a path is only known after their lines: the state is read twice for that.
-op == "remap" && NR == FNR {
-    if ($1 == "volume" || $1 == "flushed" || $1 == "unmapped")
+op == "reload" && NR == FNR {
+    if (isVolume())
         current = FNR
     else if ($1 == "path")
         hasPath[current] = 1
     next
 }
 
-$1 == "volume" || $1 == "flushed" || $1 == "unmapped" {
-    inside = isMeant()
+{ before = $0 }
+isVolume() {
+    inside = isMeant(who)
+    dm = value("dm")
     groupNumber = 0
-    if (op == "aliases")
+    if (op == "reload") {
         $2 = value("wwid") in aliasOf ? aliasOf[value("wwid")] : value("alias0")
-    if (op == "remap" && $1 == "flushed" && hasPath[FNR])
-        $1 = "volume"
+        if ($1 == "flushed" && hasPath[FNR])
+            $1 = "volume"
+    }
     if (op == "rescan" && value("export") == "at-scan") {
         $1 = "volume"
         setValue("export", "on")
@@ -121,7 +110,7 @@ $1 == "path" {
     if ((op == "path-state" && $2 == who) || (op == "port-state" && value("port") == who) ||
         (op == "volume-state" && inside))
         setStates()
-    if (op == "remove" && $2 == who) {
+    if (op == "remove" && $2 in named) {
         $1 = "removed"
         found = 1
     }
@@ -131,5 +120,6 @@ $1 == "path" && op == "map" && inside {
     to = "active ready running"
     setStates()
 }
+touched != "" && $0 != before && !noted[dm]++ { print dm > touched }
 { print }
 END { exit found ? 0 : 3 }

@@ -1,5 +1,5 @@
 # Turns a scenario into the full state of the host: every default filled in, one line per volume, group and path.
-# Reads its input twice (awk -f expand.awk FILE FILE): names that the scenario gives must not be given away before.
+# Reads its input twice (expand.awk FILE FILE): names that the scenario gives must not be given away before.
 # The full state is itself a scenario, so expanding it again changes nothing.
 
 function fail(text) {
@@ -75,7 +75,7 @@ function portOf(p,    list, n, transport) {
         return list[p % n + 1]
     }
     if (transport == "fc")
-        return sprintf("0x20d0000b5d6a10%02x", 16 * (int(p / 2) % 2) + 16 + p % 2)
+        return sprintf("0x20d0000b5d6a1%03x", 16 * int(p / 2) + 16 + p % 2)
     if (transport == "iscsi")
         return "192.168." p % 2 + 1 "." 10 + int(p / 2) ":3260"
     if (transport == "nvme-fc")
@@ -219,7 +219,7 @@ NF == 0 || $1 ~ /^#/ { next }
 
 # First reading: what is taken.
 NR == FNR {
-    if ($1 == "volume" || $1 == "flushed" || $1 == "unmapped") {
+    if (isVolume()) {
         taken[$2] = 1
         if (match($0, / dm=[0-9]+/))
             maps[substr($0, RSTART + 4, RLENGTH - 4) + 0] = 1
@@ -234,7 +234,7 @@ NR == FNR {
 }
 
 $1 == "message" { closeVolume(); print; next }
-$1 == "volume" || $1 == "flushed" || $1 == "unmapped" {
+isVolume() {
     if (NF < 2)
         fail("a volume needs a name, or - for none")
     closeVolume()

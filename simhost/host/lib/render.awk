@@ -1,29 +1,9 @@
-# Prints the listing of the multipath tool from the state: -v want= all mapped volumes, or the one that is meant.
+# Prints the listing of the multipath tool from the state: all mapped volumes, or with -v want=NAME the one that NAME
+# means, be it by one of its paths (sdb, /dev/sdb, 8:16).
 # With -v dead=FILE it also writes there the maps none of whose paths works, one "dm-N" a line.
 
-function value(name,    at, rest) {
-    at = index($0, " " name "=")
-    if (at == 0)
-        return ""
-    rest = substr($0, at + length(name) + 2)
-    at = index(rest, " ")
-    return at > 0 ? substr(rest, 1, at - 1) : rest
-}
-
-# A blank inside a value is written as "~" in the state.
-function plain(text) {
-    gsub(/~/, " ", text)
-    return text
-}
-
-function isWanted(    i) {
-    if (want == "" || want == name || want == wwid || want == "dm-" dm || want == "/dev/dm-" dm ||
-        want == "/dev/mapper/" name || (name == "-" && want == "/dev/mapper/" wwid))
-        return 1
-    for (i = 1; i <= paths; i++)
-        if (pathName[i] == want || "/dev/" pathName[i] == want || pathNumber[i] == want)
-            return 1
-    return 0
+function isPathMeant(who) {
+    return who == $2 "" || who == "/dev/" $2 || who == $4 ""
 }
 
 # The group whose paths carry the I/O: the one with the highest priority among those with a working path.
@@ -55,7 +35,7 @@ function printVolume(    g, i, active, alive, last, w1, w2, w3) {
         alive += working[g]
     if (dead != "" && paths > 0 && alive == 0)
         print "dm-" dm > dead
-    if (!isWanted())
+    if (!wanted)
         return
     if (name == "-")
         print wwid " dm-" dm " " header
@@ -90,6 +70,8 @@ function printVolume(    g, i, active, alive, last, w1, w2, w3) {
 $1 == "path" {
     if (!held)
         next
+    if (isPathMeant(want))
+        wanted = 1
     pathName[++paths] = $2
     address[paths] = $3
     pathNumber[paths] = $4
@@ -118,11 +100,12 @@ $1 == "group" {
     next
 }
 
-$1 == "volume" || $1 == "flushed" || $1 == "unmapped" {
+isVolume() {
     printVolume()
     if ($1 != "volume")
         next
     held = 1
+    wanted = want == "" || isMeant(want)
     groups = paths = 0
     name = $2
     wwid = value("wwid")

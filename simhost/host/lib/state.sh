@@ -14,78 +14,72 @@
 lockState() { exec 9>"$SIM/lock" && flock 9; }
 unlockState() { exec 9>&-; }
 
-# editState OP [AWK-VARIABLE=VALUE ...]: one change of edit.awk; 3 when nothing bears the name.
+# stateAwk PROGRAM [OPTIONS] FILES: one of the programs beside this file, with state.awk before it.
+stateAwk() { awk -f "$SIM/lib/state.awk" -f "$SIM/lib/$1.awk" "${@:2}"; }
+
+# editState OP [AWK-VARIABLE=VALUE ...]: one change of edit.awk; 3 when nothing bears the name. Which volumes it
+# changed stands in $SIM/touched then.
 editState() {
     local op=$1 input=("$SIM/state") assignment
-    local -a variables=()
+    local -a variables=(-v "op=$1" -v "touched=$SIM/touched")
     shift
     for assignment in "$@"; do variables+=(-v "$assignment"); done
-    [[ $op == remap ]] && input+=("$SIM/state")
-    awk -v "op=$op" ${variables[@]+"${variables[@]}"} -f "$SIM/lib/edit.awk" "${input[@]}" >"$SIM/state.new" || return
+    [[ $op == reload ]] && input+=("$SIM/state")
+    : >"$SIM/touched"
+    stateAwk edit "${variables[@]}" "${input[@]}" >"$SIM/state.new" || return
     mv "$SIM/state.new" "$SIM/state"
 }
 
 renderListing() {
     : >"$SIM/unreachable.new"
-    awk -v "dead=$SIM/unreachable.new" -f "$SIM/lib/render.awk" "$SIM/state" >"$SIM/listing.new"
+    stateAwk render -v "dead=$SIM/unreachable.new" "$SIM/state" >"$SIM/listing.new"
     mv "$SIM/unreachable.new" "$SIM/unreachable"
     mv "$SIM/listing.new" "$SIM/listing"
     moveCounters 0
 }
 
-# moveCounters SECONDS: the counters of the devices that there are now, that much later under their loads. Each file is
-# replaced whole, so that a reader never meets half of one.
+# moveCounters SECONDS [all]: the counters of the devices that there are now, that much later under their loads; "all":
+# the stat files of the idle ones are written, too. Each file of /proc is replaced whole, so that a reader never meets
+# half of one.
 moveCounters() {
-    local proc=$HOST/proc sysfs=1 name
+    local proc=$HOST/proc sysfs=${2:-1} columns name
     # Inside, with the real /proc in its place, the simulated files lie elsewhere.
     if [[ ! $HOST && ${SIMHOST_REAL_PROC-} ]]; then proc=/sim/proc; fi
-    # New device folders came with counters at zero.
-    [[ $1 != 0 || ${treeMade-} ]] || sysfs=0
+    columns=$(<"$SIM/diskstats_columns")
+    # New device folders came with counters at zero, in eleven columns.
+    if [[ ${treeMade-} ]]; then
+        ((columns == 11)) || sysfs=all
+    elif [[ "$*" == 0 ]]; then
+        sysfs=0
+    fi
     treeMade=''
-    awk -v "seconds=$1" -v "sysfs=$sysfs" -v "cpus=$(<"$SIM/cpus")" -v "columns=$(<"$SIM/diskstats_columns")" \
+    stateAwk counters -v "seconds=$1" -v "sysfs=$sysfs" -v "cpus=$(<"$SIM/cpus")" -v "columns=$columns" \
         -v "counters=$SIM/counters.new" -v "diskstats=$SIM/diskstats.new" -v "stat=$SIM/stat.new" \
-        -v "uptime=$SIM/uptime.new" -v "block=$HOST/sys/block" -f "$SIM/lib/counters.awk" \
-        "$SIM/counters" "$SIM/loads" "$SIM/state"
+        -v "uptime=$SIM/uptime.new" -v "block=$HOST/sys/block" "$SIM/counters" "$SIM/loads" "$SIM/state"
     mv "$SIM/counters.new" "$SIM/counters"
     for name in uptime stat diskstats; do mv "$SIM/$name.new" "$proc/$name"; done
     if [[ -e $SIM/no_diskstats ]]; then rm "$proc/diskstats"; fi
 }
 
-# makeTree [DM]: makes the block devices, nodes and links of every volume, or of volume dm-DM, as the state wants
-# them. What exists already is left as it is.
+# makeTree [DMS]: makes the block devices, nodes and links of every volume, or of those numbers, as the state wants
+# them. What exists already is left as it is. -P makes each link at once instead of a file that it takes the place of
+# later; the names in the archive are all plain.
 makeTree() {
-    awk -v make=1 -v "only=${1-}" -f "$SIM/lib/tree.awk" "$SIM/state" |
-        tar -x -p --no-same-owner --skip-old-files -C "$HOST/" -f -
+    stateAwk tree -v make=1 -v "only=${1-}" "$SIM/state" |
+        tar -x -p -P --no-same-owner --skip-old-files -C "$HOST/" -f -
     treeMade=yes
 }
 
 # dropTree DM: removes what volume dm-DM has in the file tree.
-dropTree() {
-    local name listed
-    local -a names=()
-    # No process substitution in here: it needs /proc, which the host does not have.
-    listed=$(awk -v "only=$1" -f "$SIM/lib/tree.awk" "$SIM/state")
-    while IFS='' read -r name; do names+=("$HOST/$name"); done <<<"$listed"
-    rm -rf "${names[@]}"
-}
+dropTree() { stateAwk tree -v "only=$1" "$SIM/state" | dropFiles; }
+
+# dropFiles < NAMES: removes them, below the host's root.
+dropFiles() { (cd "$HOST/" && tr '\n' '\0' | xargs -0 -r rm -rf --); }
 
 # findVolume NAME: its number is then in volumeDm, its first word in volumeWord. False when there is none.
 findVolume() {
     local found
-    found=$(awk -v "who=$1" '
-        $1 == "volume" || $1 == "flushed" || $1 == "unmapped" {
-            dm = wwid = vdisk = ""
-            for (i = 3; i <= NF; i++) {
-                if (index($i, "dm=") == 1) dm = substr($i, 4)
-                if (index($i, "wwid=") == 1) wwid = substr($i, 6)
-                if (index($i, "vdisk=") == 1) vdisk = substr($i, 7)
-            }
-            if ((who == $2 && who != "-") || who == wwid || who == vdisk || who == "dm-" dm ||
-                who == "/dev/dm-" dm || who == "/dev/mapper/" $2 || who == "/dev/mapper/" wwid) {
-                print dm, $1
-                exit
-            }
-        }' "$SIM/state")
+    found=$(stateAwk find -v "who=$1" "$SIM/state")
     [[ $found ]] || return 1
     # shellcheck disable=SC2034 # the result
     read -r volumeDm volumeWord <<<"$found"
@@ -98,23 +92,24 @@ rebuildVolume() {
     makeTree "$volumeDm"
 }
 
-# A path that was deleted through sysfs leaves the state and takes its files along.
-removePath() {
-    local name=$1 links
-    editState remove "who=$name" || return 0
-    [[ $name ]] || return 0
-    rm -rf "$HOST/sys/block/$name" "$HOST/dev/${name:?}"
-    # The links of one path among thousands: found by where they point.
-    # shellcheck disable=SC2012 # the target is what is wanted, and the names are our own
-    links=$(ls -l "$HOST/dev/disk/by-path" | awk -v "to=../../$name" '$NF == to { print $(NF - 2) }')
-    while IFS='' read -r name; do
-        [[ $name ]] && rm -f "$HOST/dev/disk/by-path/$name"
-    done <<<"$links"
+# Paths that were deleted through sysfs leave the state and take their files along.
+removePaths() {
+    (($# > 0)) || return 0
+    editState remove "who=$*" || return 0
+    {
+        printf 'sys/block/%s\n' "$@"
+        printf 'dev/%s\n' "$@"
+        # The links of few paths among thousands: found by where they point.
+        # shellcheck disable=SC2012 # the target is what is wanted, and the names are our own
+        ls -l "$HOST/dev/disk/by-path" | awk -v "who= $* " 'index(who, " " substr($NF, 7) " ") { print $(NF - 2) }' |
+            sed 's|^|dev/disk/by-path/|'
+    } | dropFiles
 }
 
 # takeSysfsWrites: acts on what was written into /sys since the last time, as the kernel would have done at once.
 takeSysfsWrites() {
     local path name content
+    local -a deleted=()
     [[ -s $SIM/sysfs_writes ]] || return 0
     mv "$SIM/sysfs_writes" "$SIM/sysfs_writes.taken"
     while IFS='' read -r path; do
@@ -125,11 +120,16 @@ takeSysfsWrites() {
         case $path in
         # Opened, but nothing written yet: looked at again the next time.
         /sys/block/*/device/*) [[ $content || ! -e $HOST$path ]] || echo "$path" >>"$SIM/sysfs_writes" ;;&
-        /sys/block/*/device/delete) [[ $content != 1 ]] || removePath "$name" ;;
+        /sys/block/[a-z]*/device/delete) [[ $content != 1 ]] || deleted+=("$name") ;;
         /sys/block/*/device/state) [[ ! $content ]] || takeOnlineState "$name" "$content" ;;
-        /sys/class/*/scan) rescan ;;
+        /sys/class/*/scan)
+            removePaths ${deleted[@]+"${deleted[@]}"}
+            deleted=()
+            rescan
+            ;;
         esac
     done <"$SIM/sysfs_writes.taken"
+    removePaths ${deleted[@]+"${deleted[@]}"}
     renderListing
 }
 
@@ -145,14 +145,19 @@ takeOnlineState() {
 # mapped to appear at the next scan.
 rescan() {
     editState rescan
-    makeTree
+    [[ ! -s $SIM/touched ]] || makeTree "$(touchedVolumes)"
 }
 
 # reloadMaps: takes up the aliases of the configuration and maps what has paths but no map.
 reloadMaps() {
-    editState remap
-    editState aliases "conf=$HOST/etc/velomux.conf"
-    rm -rf "$HOST/dev/mapper" "$HOST"/sys/block/dm-*/dm
-    makeTree
+    ln -f "$SIM/state" "$SIM/state.before"
+    editState reload "conf=$HOST/etc/velomux.conf"
+    if [[ -s $SIM/touched ]]; then
+        stateAwk tree -v part=map-name -v "only=$(touchedVolumes)" "$SIM/state.before" | dropFiles
+        makeTree "$(touchedVolumes)"
+    fi
     renderListing
 }
+
+# touchedVolumes: the numbers of the volumes that the last change of the state touched, in one line.
+touchedVolumes() { tr '\n' ' ' <"$SIM/touched"; }

@@ -1,21 +1,8 @@
 # Writes what the state puts into the host's file tree: block-device folders under /sys/block, device nodes, by-path
 # links, and the array's answer sheets. -v make=1: as a tar archive, to be unpacked in the host's folder (no tool
-# makes 30,000 files and links faster); otherwise the names alone, one a line, to be removed.
-# -v only=N: only volume dm-N.
-
-function value(name,    at, rest) {
-    at = index($0, " " name "=")
-    if (at == 0)
-        return ""
-    rest = substr($0, at + length(name) + 2)
-    at = index(rest, " ")
-    return at > 0 ? substr(rest, 1, at - 1) : rest
-}
-
-function plain(text) {
-    gsub(/~/, " ", text)
-    return text
-}
+# makes 30,000 files and links faster); otherwise the names alone, one a line, to be removed, with -v part=map-name
+# only of what bears or holds a map's name. -v only="N N": only the volumes of these numbers.
+# Names of the state that would lead out of their folder have no files.
 
 function pad(text, width) {
     return text substr(NUL, 1, width - length(text))
@@ -30,12 +17,11 @@ function sumOf(text,    i, n) {
 
 # One entry of a POSIX ustar archive: a 512-byte header (name, mode, owner, size, time, checksum, type, link), then
 # the content in blocks of 512.
-function entry(name, mode, type, link, content,    size, numbers, sum) {
+function entry(name, mode, type, to, content,    size, sum) {
     size = sprintf("%011o", length(content))
-    numbers = mode FIXED_OWNER size FIXED_TIME
-    sum = sumOf(name) + sumOf(link) + sumOf(type) + sumOf(mode) + sumOf(size) + FIXED_SUM
+    sum = sumOf(name) + sumOf(to) + sumOf(type) + sumOf(mode) + sumOf(size) + FIXED_SUM
     printf "%s%s%06o%s%s%s%s", pad(name, 100), mode NUL1 FIXED_OWNER size NUL1 FIXED_TIME, sum,
-        NUL1 " " type, pad(link, 100), FIXED_TAIL, content
+        NUL1 " " type, pad(to, 100), FIXED_TAIL, content
     if (length(content) % 512 > 0)
         printf "%s", substr(NUL, 1, 512 - length(content) % 512)
 }
@@ -46,17 +32,26 @@ function file(name, content) { entry(name, "0000644", "0", "", content) }
 function node(name, content) { entry(name, "0001660", "0", "", content "\n") }
 function symlink(name, to) { entry(name, "0000777", "2", to, "") }
 
+# A name for one folder, not for another place.
+function isPlainName(name) { return index(name, "/") == 0 && name != "." && name != ".." }
+
+function volumeNames(shown) {
+    if (isPlainName(shown))
+        print "dev/mapper/" shown
+    if (part == "map-name")
+        print "sys/block/dm-" dm "/dm"
+    else
+        print "sys/block/dm-" dm "\ndev/dm-" dm "\nsim/array/dm-" dm
+}
+
 function volumeEntries(shown) {
-    if (!make) {
-        print "sys/block/dm-" dm "\ndev/dm-" dm "\ndev/mapper/" shown "\nsim/array/dm-" dm
-        return
-    }
     file("sim/array/dm-" dm, "vdisk " plain(value("vdisk")) "\npage " value("page") "\ntransport " transport \
         "\nnsid " lun "\n")
     if ($1 != "volume")
         return
     node("dev/dm-" dm, "dm-" dm)
-    symlink("dev/mapper/" shown, "../dm-" dm)
+    if (isPlainName(shown))
+        symlink("dev/mapper/" shown, "../dm-" dm)
     if (tree == "no")
         return
     folder("sys/block/dm-" dm)
@@ -86,10 +81,15 @@ function links(name,    list, n, number) {
     } else
         n = 0
     for (; n > 0; n--)
-        if (make)
-            symlink("dev/disk/by-path/" list[n], "../../" name)
-        else
-            print "dev/disk/by-path/" list[n]
+        if (isPlainName(list[n]))
+            link(list[n], name)
+}
+
+function link(shown, name) {
+    if (make)
+        symlink("dev/disk/by-path/" shown, "../../" name)
+    else
+        print "dev/disk/by-path/" shown
 }
 
 function nvmeAddress(port) {
@@ -98,13 +98,13 @@ function nvmeAddress(port) {
     return "traddr=" port ",trsvcid=4420,src_addr=192.168.1.2"
 }
 
+function pathNames(name) {
+    print "sys/block/" name "\ndev/" name
+    links(name)
+}
+
 function pathEntries(name,    device) {
     device = "sys/block/" name "/device"
-    if (!make) {
-        print "sys/block/" name "\ndev/" name
-        links(name)
-        return
-    }
     node("dev/" name, "dm-" dm " " name)
     folder("sys/block/" name)
     file("sys/block/" name "/stat", NO_IO)
@@ -124,6 +124,8 @@ function pathEntries(name,    device) {
 }
 
 BEGIN {
+    for (i = split(only, numbers, " "); i > 0; i--)
+        chosen[numbers[i]] = 1
     NUL1 = sprintf("%c", 0)
     for (NUL = NUL1; length(NUL) < 512;)
         NUL = NUL NUL
@@ -137,17 +139,24 @@ BEGIN {
     FIXED_SUM = sumOf(FIXED_OWNER) + sumOf(FIXED_TIME) + sumOf("ustar00") + 8 * 32
 }
 
-$1 == "volume" || $1 == "flushed" || $1 == "unmapped" {
+isVolume() {
     dm = value("dm")
     transport = value("transport")
     tree = value("tree")
     wwid = value("wwid")
     lun = value("lun")
-    skipped = (only != "" && only != dm) || ($1 == "unmapped" && make)
-    if (!skipped)
-        volumeEntries($2 == "-" ? wwid : $2)
+    skipped = (only != "" && !(dm in chosen)) || ($1 == "unmapped" && make)
+    if (skipped)
+        next
+    shown = $2 == "-" ? wwid : $2
+    if (make)
+        volumeEntries(shown)
+    else
+        volumeNames(shown)
 }
-($1 == "path" || ($1 == "removed" && !make)) && !skipped && tree != "no" { pathEntries($2) }
+skipped || tree == "no" || !isPlainName($2) { next }
+make && $1 == "path" { pathEntries($2) }
+!make && part == "" && ($1 == "path" || $1 == "removed") { pathNames($2) }
 
 END {
     if (make)

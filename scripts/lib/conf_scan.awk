@@ -1,5 +1,4 @@
-# shellcheck shell=bash
-# The reader of the stack's configuration language, as awk text that the editors of this folder build on.
+# The reader of the stack's configuration language, on which the other conf_*.awk programs build.
 #
 # A sample of the input:
 #
@@ -14,7 +13,7 @@
 # line where it began. The word before an opening brace names the section, be it on the brace's line or above.
 # Every other word is a keyword, and the word or string after it in the same line is its value.
 #
-# Use: printf '%s\n' "$text" | awk "$CONF_SCAN_AWK$PROGRAM". The added line feed makes the input's lines
+# Use: printf '%s\n' "$text" | awk -f conf_scan.awk -f PROGRAM. The added line feed makes the input's lines
 # exactly the pieces between the text's line feeds, so the last one is empty when the text ends in a line
 # feed. PROGRAM has an END rule; when it calls walk_all() it defines the hooks
 #     on_open(nr, i)         section[depth] was just opened, its name stands at name_line, name_at
@@ -26,8 +25,6 @@
 # Only what every awk has is used: no gawk extensions, no interval expressions, no printf of long texts; and
 # all is printed after the whole input was read, so that the writer never meets a closed pipe.
 
-# shellcheck disable=SC2016  # the dollar is awk's
-readonly CONF_SCAN_AWK='
 { L[NR] = $0 }
 
 function broken(nr, what) {
@@ -127,13 +124,3 @@ function replace(nr, col, n, text) {
 function print_all(    nr) {
     for (nr = 1; nr <= NR; nr++) if (!(nr in gone)) print L[nr]
 }
-'
-
-# The program that only looks whether the text can be understood: status 0, or 3 with a message.
-readonly CONF_CHECK_AWK='
-function on_open(nr, i) { }
-function on_close(nr, i) { }
-function on_setting(nr, k, v) { }
-function on_line(nr, stray) { }
-END { walk_all() }
-'

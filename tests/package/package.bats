@@ -70,6 +70,14 @@ odd_folders() {
         awk '$1 !~ /^d/ {sub(/^\./, "", $6); print $1, $6}' | LC_ALL=C sort -k 2)"
 }
 
+@test "the scripts of the .deb can be run by all and changed by root alone" {
+    same "-rw-r--r-- root/root ./control
+-rw-r--r-- root/root ./md5sums
+-rwxr-xr-x root/root ./postinst
+-rwxr-xr-x root/root ./postrm
+-rwxr-xr-x root/root ./prerm" "$(dpkg-deb --ctrl-tarfile "$DEB" | tar -tv | awk '$6 != "./" {print $1, $2, $6}' | LC_ALL=C sort -k 3)"
+}
+
 @test "the programs in both packages are hardened" {
     local package program
     mkdir "$BATS_TEST_TMPDIR"/{deb,rpm}

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -37,16 +38,40 @@ struct FakeHostState {
         }
         std::vector<FakeHost::Answer> &queue = host->answers[command];
         if (queue.empty()) {
+            copy(command, {"", 0, nullptr});
             return {"", 0, nullptr};
         }
         FakeHost::Answer answer = queue.front();
         if (queue.size() > 1) {
             queue.erase(queue.begin());
         }
+        copy(command, answer);
         if (answer.effect) {
             answer.effect();
         }
         return answer;
+    }
+
+    // Does what a successful `\cp -fp A B` does.
+    static void copy(const std::string &command, const FakeHost::Answer &answer) {
+        const std::string tool = "\\cp -fp ";
+        const size_t blank = command.find(' ', tool.size());
+        if (command.compare(0, tool.size(), tool) != 0 || blank == std::string::npos || answer.outcome != 0) {
+            return;
+        }
+        const auto from = host->etc.find(command.substr(tool.size(), blank - tool.size()));
+        if (from != host->etc.end()) {
+            host->etc[command.substr(blank + 1)] = from->second;
+        }
+    }
+
+    // Whether this call of file_state.h does not fail.
+    static bool may(const std::string &call) {
+        errno = EIO;
+        return host != nullptr && host->etc_failures.count(call) == 0;
+    }
+    static std::map<std::string, dravik::FileState> &etc() {
+        return host->etc;
     }
 
     // Answers one run the way the capture layer does: the outcome.
@@ -152,6 +177,57 @@ s_ecItems *getTargetPort(const char * /*device_name*/, char * /*host_interface*/
     return nullptr;
 }
 
+namespace dravik {
+
+const ChildEnd &lastChildEnd() {
+    static const ChildEnd none = {};
+    return none;
+}
+
+void setChildDeadline(unsigned int /*seconds*/, void (* /*each_second*/)()) {}
+
+// ---- in the place of the library's look at files
+
+bool readFileState(const char *path, FileState *out) {
+    if (!FakeHostState::may(std::string("read ") + path)) {
+        return false;
+    }
+    const auto found = FakeHostState::etc().find(path);
+    *out = found == FakeHostState::etc().end() ? FileState{} : found->second;
+    return true;
+}
+
+bool syncFile(const char *path) {
+    return FakeHostState::may(std::string("sync ") + path);
+}
+
+bool setFileAttributes(const char *path, const FileState &state) {
+    if (!FakeHostState::may(std::string("set ") + path)) {
+        return false;
+    }
+    FileState &file = FakeHostState::etc()[path];
+    file.mode = state.mode;
+    file.owner = state.owner;
+    file.group = state.group;
+    return true;
+}
+
+bool moveFile(const char *from, const char *to) {
+    std::map<std::string, FileState> &etc = FakeHostState::etc();
+    if (!FakeHostState::may(std::string("move ") + from) || etc.count(from) == 0) {
+        return false;
+    }
+    etc[to] = etc[from];
+    etc.erase(from);
+    return true;
+}
+
+bool removeFile(const char *path) {
+    return FakeHostState::may(std::string("remove ") + path) && FakeHostState::etc().erase(path) <= 1;
+}
+
+} // namespace dravik
+
 // ---- before the C library's calls
 
 // The names that the linker gives to these functions and to those of the C library.
@@ -225,6 +301,7 @@ FakeHost::FakeHost() {
         ADD_FAILURE() << "two hosts at a time";
     }
     host = this;
+    etc["/etc/velomux.conf"] = {true, CONF_TEXT, 0644, 0, 0};
     give(gParamMpathxVal, "");
     give(gParamPathVal, "");
     give(gParamStateVal, "");

@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "array/vdisk_cache.h"
+#include "common/replace_file.h"
 #include "tests/support/allocation_count.h"
 #include "tests/support/dumps_redirect.h"
 #include "tests/support/write_faults.h"
@@ -35,13 +36,19 @@ class VdiskFile : public testing::Test {
     TreeState load() {
         tree = nullptr;
         error = "as it was";
-        return loadVdiskTree(FILE_PATH, &tree, &error);
+        return loadVdiskTree(FILE_PATH, false, &tree, &error);
     }
     // Loads a file with this content, which must be readable.
     void loadText(const std::string &text) {
         dumps.write(FILE_NAME, text);
         ASSERT_EQ(load(), TreeState::READY);
         ASSERT_NE(tree, nullptr);
+    }
+    // Writes the tree within a turn of its own.
+    int write() {
+        dravik::WritingTurn turn;
+        EXPECT_EQ(turn.take(FILE_PATH), 0);
+        return writeVdiskTree(tree);
     }
     static std::string nameOf(const cJSON *entry) {
         return entry == nullptr ? "(none)" : cJSON_GetObjectItem(entry, "vdisk_name")->valuestring;
@@ -80,7 +87,6 @@ TEST_F(VdiskFile, AFileIsReadAndItsEntriesAreIndexed) {
     EXPECT_EQ(tree->count, 2);
     EXPECT_EQ(tree->first_bad, INT_MAX);
     EXPECT_EQ(tree->first_bad_item, nullptr);
-    EXPECT_FALSE(tree->unwritten);
     EXPECT_EQ(tree->entries.size(), 2U);
     EXPECT_EQ(tree->entries.at("3600b").index, 1);
     EXPECT_EQ(lookedUp("3600a"), "vol1");
@@ -165,31 +171,37 @@ TEST_F(VdiskFile, AFileThatWasChangedReplacedOrRemovedIsReadAnew) {
 TEST_F(VdiskFile, AnotherFileIsReadInsteadOfTheOneInMemory) {
     loadText(TWO_ENTRIES);
     dumps.write("other.json", R"({"disk":[{"wwid":"3600c","vdisk_name":"vol3"}]})");
-    ASSERT_EQ(loadVdiskTree("/dumps/other.json", &tree, &error), TreeState::READY);
+    ASSERT_EQ(loadVdiskTree("/dumps/other.json", false, &tree, &error), TreeState::READY);
     EXPECT_EQ(lookedUp("3600c"), "vol3");
     EXPECT_EQ(lookedUp("3600a"), "(none)");
 }
 
-TEST_F(VdiskFile, ATreeThatHoldsSomethingUnwrittenIsKeptWhateverBecomesOfTheFile) {
+TEST_F(VdiskFile, ATreeThatIsHeldStaysWhateverBecomesOfItsFile) {
     loadText(TWO_ENTRIES);
-    EXPECT_EQ(unwrittenVdiskTree(), nullptr);
-    VdiskTree *kept = tree;
     ASSERT_TRUE(appendEntry(tree, "3600c", "vol3"));
-    tree->unwritten = true;
-    EXPECT_EQ(unwrittenVdiskTree(), kept);
     dumps.write(FILE_NAME, "{}");
-    ASSERT_EQ(load(), TreeState::READY);
+    ASSERT_EQ(loadVdiskTree(FILE_PATH, true, &tree, &error), TreeState::READY);
     EXPECT_EQ(lookedUp("3600c"), "vol3");
+    EXPECT_EQ(lookedUp("3600a"), "vol1");
+    ASSERT_EQ(load(), TreeState::READY); // it is not held any more
+    EXPECT_EQ(lookedUp("3600a"), "(none)");
+}
+
+TEST_F(VdiskFile, OnlyATreeOfTheSameFileIsHeld) {
+    loadText(TWO_ENTRIES);
+    dumps.write("other.json", R"({"disk":[{"wwid":"3600c","vdisk_name":"vol3"}]})");
+    ASSERT_EQ(loadVdiskTree("/dumps/other.json", true, &tree, &error), TreeState::READY);
+    EXPECT_EQ(lookedUp("3600c"), "vol3");
+    forgetVdiskTree();
+    ASSERT_EQ(loadVdiskTree(FILE_PATH, true, &tree, &error), TreeState::READY);
     EXPECT_EQ(lookedUp("3600a"), "vol1");
 }
 
 TEST_F(VdiskFile, AForgottenTreeIsGoneWithItsUnwrittenChanges) {
     loadText(TWO_ENTRIES);
     ASSERT_TRUE(appendEntry(tree, "3600c", "vol3"));
-    tree->unwritten = true;
     forgetVdiskTree();
-    EXPECT_EQ(unwrittenVdiskTree(), nullptr);
-    ASSERT_EQ(load(), TreeState::READY);
+    ASSERT_EQ(loadVdiskTree(FILE_PATH, true, &tree, &error), TreeState::READY);
     EXPECT_EQ(lookedUp("3600c"), "(none)");
     forgetVdiskTree();
     forgetVdiskTree(); // nothing to forget
@@ -251,12 +263,10 @@ TEST_F(VdiskFile, AnAppendedEntryStandsAtTheEndAndIsFound) {
 TEST_F(VdiskFile, AWrittenTreeIsWhatTheFileHoldsAndIsNotReadAgain) {
     loadText(R"({"disk":[]})");
     ASSERT_TRUE(appendEntry(tree, "3600a", "vol1"));
-    tree->unwritten = true;
     const cJSON *root = tree->root;
-    EXPECT_EQ(writeVdiskTree(tree), 0);
+    EXPECT_EQ(write(), 0);
     EXPECT_EQ(dumps.read(FILE_NAME),
               "{\n\t\"disk\":\t[{\n\t\t\t\"wwid\":\t\"3600a\",\n\t\t\t\"vdisk_name\":\t\"vol1\"\n\t\t}]\n}");
-    EXPECT_EQ(unwrittenVdiskTree(), nullptr);
     ASSERT_EQ(load(), TreeState::READY);
     EXPECT_EQ(tree->root, root);
 }
@@ -264,18 +274,18 @@ TEST_F(VdiskFile, AWrittenTreeIsWhatTheFileHoldsAndIsNotReadAgain) {
 TEST_F(VdiskFile, ATreeThatCannotBeWrittenIsForgottenAndTheFileStays) {
     loadText(TWO_ENTRIES);
     ASSERT_TRUE(appendEntry(tree, "3600c", "vol3"));
-    tree->unwritten = true;
     failWriteCall(1, EIO);
-    EXPECT_EQ(writeVdiskTree(tree), EIO);
+    EXPECT_EQ(write(), EIO);
     endWriteFaults();
     EXPECT_EQ(dumps.read(FILE_NAME), TWO_ENTRIES);
-    EXPECT_EQ(unwrittenVdiskTree(), nullptr);
-    ASSERT_EQ(load(), TreeState::READY);
+    ASSERT_EQ(loadVdiskTree(FILE_PATH, true, &tree, &error), TreeState::READY);
     EXPECT_EQ(lookedUp("3600c"), "(none)");
 }
 
 TEST_F(VdiskFile, AnyTreeIsWrittenFormattedIntoAnyFile) {
     cJSON *root = cJSON_Parse(R"({"a":[1,"b"]})");
+    dravik::WritingTurn turn;
+    ASSERT_EQ(turn.take(FILE_PATH), 0);
     EXPECT_EQ(writeJsonFile("/dumps/any", root), 0);
     EXPECT_EQ(dumps.read("any"), "{\n\t\"a\":\t[1, \"b\"]\n}");
     EXPECT_EQ(writeJsonFile("/dumps/none/any", root), ENOENT);

@@ -12,7 +12,7 @@
 #include "topology/port_sources.h"
 
 using dravik::ShellCommand;
-using dravik::operator""_sh;
+using namespace dravik::literals;
 
 namespace {
 

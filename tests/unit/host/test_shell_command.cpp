@@ -12,7 +12,7 @@ using dravik::own;
 using dravik::PolicyText;
 using dravik::SHELL_COMMAND_SIZE;
 using dravik::ShellCommand;
-using dravik::operator""_sh;
+using namespace dravik::literals;
 
 namespace {
 

@@ -17,7 +17,7 @@ using dravik::runForOutput;
 using dravik::runScript;
 using dravik::runTask;
 using dravik::ShellCommand;
-using dravik::operator""_sh;
+using namespace dravik::literals;
 
 namespace {
 

@@ -21,7 +21,7 @@
 
 using dravik::runTimed;
 using dravik::ShellCommand;
-using dravik::operator""_sh;
+using namespace dravik::literals;
 
 namespace {
 

@@ -191,6 +191,7 @@ void getStoredVdiskname(const char *path, const char *wwid, char *name, unsigned
 }
 
 void holdVdiskWrites() {
+    forgetVdiskTree(); // from here on it is believed without another look at the file
     writes_held = true;
 }
 

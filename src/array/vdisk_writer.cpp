@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <initializer_list>
 #include <poll.h>
+#include <string>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
@@ -31,6 +32,7 @@ struct Message {
 static_assert(sizeof(Message) <= 512, "a pipe takes 512 bytes in one piece on every system");
 
 pid_t writer = -1;
+std::string writers_path;
 Descriptor to_writer;
 
 // ---- in the writing process
@@ -93,8 +95,9 @@ void serve(int fd, const char *path) {
 
 bool startVdiskWriter(const char *path) {
     if (writer > 0) {
-        return true;
+        return writers_path == path;
     }
+    writers_path = path;
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0) {
         return false;

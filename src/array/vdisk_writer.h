@@ -7,7 +7,8 @@
 
 namespace dravik {
 
-// Starts the writer for the file `path`, unless one is running. False when it could not be had.
+// Starts the writer for the file `path`, unless one is running. False when it could not be had, or when one is running for
+// another file.
 bool startVdiskWriter(const char *path);
 
 // Hands it a name. False when no writer is running or it has gone away.

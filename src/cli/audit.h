@@ -15,6 +15,7 @@
 // "ended by signal N"; a SIGKILL or a power cut leaves none.
 void beginAudit(int argc, const char *const *argv);
 
-// Write the line, "interrupted by signal N, " before the result when a signal is pending, with the text of the record (a success as "Command executed successfully."), or with `text`.
+// Write the line, with the text of the record (a success as "Command executed successfully.") or with `text`; before it
+// stands "interrupted by signal N, " when a signal is pending.
 void auditResult(const s_ecItems *result);
 void auditText(const char *text);

@@ -89,16 +89,16 @@ void rollBackConfFile() {
     const bool copied = holdsWhatWasFound(CONF_FILE);
     const bool restored = copied || (putBackupInPlace() && holdsWhatWasFound(CONF_FILE));
     if (!restored || !dravik::setFileAttributes(CONF_FILE, found)) {
-        DRAVIK_LOG(LOG_ERROR, "Not rolled back: %s could not be restored (%s); what it held is in %s.",
+        DRAVIK_LOG(LOG_ERROR, "Not rolled back: %s could not be restored (%s), what it held is in %s.",
                    CONF_FILE, strerror(errno), BACKUP_FILE);
     } else if (copied) {
         DRAVIK_LOG(LOG_INFO, "Rolled back: %s is as it was before this command.", CONF_FILE);
     } else {
-        DRAVIK_LOG(
-            LOG_ERROR,
-            "Rolled back: %s is as it was before this command; it is the backup itself, which a copy had no "
-            "space for.",
-            CONF_FILE);
+        DRAVIK_LOG(LOG_ERROR,
+                   "Rolled back: %s is as it was before this command, and it is the backup itself, which a "
+                   "copy had no "
+                   "space for.",
+                   CONF_FILE);
     }
 }
 

@@ -19,9 +19,9 @@ s_ecItems *backupConfFile();
 // Copies the backup over the file, if this process has made it with `backupConfFile`; otherwise the file stays as it is.
 // Where the copy comes up short, the backup itself takes the file's place. The file's mode and owner become what they
 // were. Logged in any case: at level 2 "Rolled back: %s is as it was before this command."; at level 0
-//   "Rolled back: %s is as it was before this command; it is the backup itself, which a copy had no space for."
+//   "Rolled back: %s is as it was before this command, and it is the backup itself, which a copy had no space for."
 //   "Not rolled back: this command has made no backup of %s, which stays as it is."
-//   "Not rolled back: %s could not be restored (%s); what it held is in %s."
+//   "Not rolled back: %s could not be restored (%s), what it held is in %s."
 void rollBackConfFile();
 
 namespace dravik {

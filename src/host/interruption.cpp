@@ -11,10 +11,10 @@ namespace dravik {
 namespace {
 
 constexpr int DEFERRED_SIGNALS[] = {SIGINT, SIGTERM, SIGHUP, SIGPIPE};
-constexpr time_t TWICE_WITHIN_SECONDS = 1;
+constexpr long TWICE_WITHIN_MS = 1000;
 
 volatile sig_atomic_t pending = 0;
-volatile sig_atomic_t last_interrupt = 0; // when the last SIGINT came, in seconds of the monotonic clock
+long last_interrupt = -1; // when the last SIGINT came, in ms of the monotonic clock; only the handler knows it
 const char *volatile unfinished = nullptr;
 void (*volatile sudden_end)(int) = nullptr;
 
@@ -51,10 +51,11 @@ void note(int signal_number) {
     if (signal_number == SIGINT) {
         timespec now = {};
         clock_gettime(CLOCK_MONOTONIC, &now);
-        if (last_interrupt != 0 && now.tv_sec - last_interrupt <= TWICE_WITHIN_SECONDS) {
+        const long now_ms = now.tv_sec * 1000 + now.tv_nsec / 1000000;
+        if (last_interrupt >= 0 && now_ms - last_interrupt <= TWICE_WITHIN_MS) {
             endAtOnce(signal_number);
         }
-        last_interrupt = static_cast<sig_atomic_t>(now.tv_sec);
+        last_interrupt = now_ms;
     }
     if (pending == 0) {
         pending = signal_number;

@@ -151,9 +151,10 @@ ssize_t __wrap_write(int fd, const void *bytes, size_t size) {
 }
 
 int __wrap_flock(int fd, int operation) {
-    watch(fd, operation == LOCK_EX   ? "flock exclusive"
-              : operation == LOCK_UN ? "flock unlock"
-                                     : "flock " + std::to_string(operation));
+    const int lock = operation & ~LOCK_NB;
+    watch(fd, lock == LOCK_EX   ? "flock exclusive"
+              : lock == LOCK_UN ? "flock unlock"
+                                : "flock " + std::to_string(operation));
     return __real_flock(fd, operation);
 }
 

@@ -6,9 +6,11 @@
 #include "tests/support/write_faults.h"
 
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -19,6 +21,9 @@ namespace {
 int fault_at = 0; // 0: none
 int fault_error = 0;
 int calls = 0;
+
+const char *limited_path = nullptr;
+size_t limit = 0;
 
 template <typename Function> Function nextOwner(const char *name) {
     void *found = dlsym(RTLD_NEXT, name);
@@ -46,11 +51,30 @@ ssize_t realWrite(int fd, const void *bytes, size_t count) {
     return next(fd, bytes, count);
 }
 
+// How many of `count` bytes the limited file takes; all of them any other file.
+size_t roomFor(int fd, size_t count) {
+    struct stat file = {};
+    struct stat limited = {};
+    if (limited_path == nullptr || stat(limited_path, &limited) != 0 || fstat(fd, &file) != 0 ||
+        file.st_ino != limited.st_ino || file.st_dev != limited.st_dev) {
+        return count;
+    }
+    const bool appends = (fcntl(fd, F_GETFL) & O_APPEND) != 0;
+    const auto offset = static_cast<size_t>(appends ? file.st_size : lseek(fd, 0, SEEK_CUR));
+    return std::min(count, limit - std::min(limit, offset));
+}
+
 } // namespace
 
 extern "C" {
 
 ssize_t write(int fd, const void *bytes, size_t count) {
+    const size_t room = roomFor(fd, count);
+    if (room < count && room == 0) {
+        errno = ENOSPC;
+        return -1;
+    }
+    count = room;
     if (fault_at != 0 && calls + 1 == fault_at && count >= 2) {
         const ssize_t half = realWrite(fd, bytes, count / 2);
         if (fault_error != 0) {
@@ -92,4 +116,17 @@ void killAtWriteCall(int at) {
 int endWriteFaults() {
     fault_at = 0;
     return calls;
+}
+
+FileLimit::FileLimit(const char *path, size_t bytes) {
+    if (limited_path != nullptr) {
+        fprintf(stderr, "write_faults: a file is limited already\n");
+        abort();
+    }
+    limited_path = path;
+    limit = bytes;
+}
+
+FileLimit::~FileLimit() {
+    limited_path = nullptr;
 }

@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include "cli/caller.h"
+#include "host/interruption.h"
 #include "tests/support/dumps_redirect.h"
 
 namespace {
@@ -31,6 +32,22 @@ class Audit : public testing::Test {
         runningUser(user, sizeof(user));
         name = user;
     }
+    void TearDown() override {
+        dravik::restoreEndingSignals();
+    }
+
+    // How a child that does this ends.
+    template <typename Body> static int inChild(const Body &body) {
+        const pid_t child = fork();
+        if (child == 0) {
+            body();
+            _exit(0);
+        }
+        int status = 0;
+        EXPECT_EQ(waitpid(child, &status, 0), child);
+        return status;
+    }
+
     DumpsFolder dumps;
     std::string name;
 };
@@ -84,42 +101,49 @@ TEST_F(Audit, NoArgumentCanForgeALineOrCutTheNewlineOff) {
               "INFO  audit # user " + name + " ran [dravik delete]: the next");
 }
 
-TEST_F(Audit, ASignalThatEndsTheProcessLeavesTheLineToo) {
-    for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
+TEST_F(Audit, ASignalThatWaitedStandsBeforeTheResultAndEndsTheProcess) {
+    for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) {
         dumps.forgetLogs();
-        const pid_t child = fork();
-        ASSERT_GE(child, 0);
-        if (child == 0) {
+        const int status = inChild([number] {
             signal(number, SIG_DFL);
             const char *argv[] = {"dravik", "scan"};
             beginAudit(2, argv);
             raise(number);
-            _exit(0);
-        }
-        int status = 0;
-        ASSERT_EQ(waitpid(child, &status, 0), child);
+            auditResult(&EC_ok);
+            dravik::endByPendingSignal();
+        });
         EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == number) << status;
-        EXPECT_EQ(dumps.commandLogLines(), (std::vector<std::string>{"INFO  audit # user " + name +
-                                                                     " ran [dravik scan]: ended by signal " +
-                                                                     std::to_string(number)}));
+        EXPECT_EQ(dumps.commandLogLines(),
+                  (std::vector<std::string>{"INFO  audit # user " + name +
+                                            " ran [dravik scan]: interrupted by signal " +
+                                            std::to_string(number) + ", Command executed successfully."}));
     }
 }
 
+TEST_F(Audit, ASignalThatEndsTheProcessAtOnceLeavesTheLineToo) {
+    const int status = inChild([] {
+        signal(SIGQUIT, SIG_DFL);
+        const char *argv[] = {"dravik", "scan"};
+        beginAudit(2, argv);
+        raise(SIGQUIT);
+    });
+    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGQUIT) << status;
+    EXPECT_EQ(dumps.commandLogLines(), (std::vector<std::string>{"INFO  audit # user " + name +
+                                                                 " ran [dravik scan]: ended by signal 3"}));
+}
+
 TEST_F(Audit, AfterTheResultASignalLeavesNoSecondLine) {
-    const pid_t child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-        signal(SIGTERM, SIG_DFL);
+    const int status = inChild([] {
+        signal(SIGQUIT, SIG_DFL);
         const char *argv[] = {"dravik", "scan"};
         beginAudit(2, argv);
         auditResult(&EC_ok);
-        raise(SIGTERM);
-        _exit(0);
-    }
-    int status = 0;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM);
-    EXPECT_EQ(dumps.commandLogLines().size(), 1U);
+        raise(SIGQUIT);
+    });
+    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGQUIT) << status;
+    EXPECT_EQ(dumps.commandLogLines(), (std::vector<std::string>{"INFO  audit # user " + name +
+                                                                 " ran [dravik scan]: Command executed "
+                                                                 "successfully."}));
 }
 
 TEST_F(Audit, ASignalThatIsIgnoredStaysIgnored) {

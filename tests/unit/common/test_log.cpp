@@ -4,6 +4,7 @@
 #include "tests/support/console.h"
 #include "tests/support/dumps_redirect.h"
 #include "tests/support/system_calls.h"
+#include "tests/support/write_faults.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -347,7 +348,8 @@ TEST_F(Log, EachLineIsOneWriteUnderTheExclusiveLock) {
         error("message\nof two lines");
         calls = watched.calls;
     }
-    EXPECT_EQ(calls, (Texts{"flock exclusive", "write " + dumps.read(COMMAND_LOG), "flock unlock"}));
+    // The lock goes with the descriptor.
+    EXPECT_EQ(calls, (Texts{"flock exclusive", "write " + dumps.read(COMMAND_LOG)}));
 }
 
 TEST_F(Log, LineWaitsWhileAnotherHoldsTheLock) {
@@ -571,15 +573,41 @@ TEST_F(Log, UnopenableFileDropsTheLine) {
     error("message");
     dumps.refuseChanges(0);
     EXPECT_EQ(dumps.names(), Texts());
-    ASSERT_EQ(mkdir("/dumps/dravik_cli.log", 0700), 0);
-    error("message");
-    EXPECT_EQ(dumps.names(), Texts{COMMAND_LOG});
 }
 
-TEST_F(Log, FullDiskDropsTheLineSilently) {
-    ASSERT_EQ(symlink("/dev/full", "/dumps/dravik_cli.log"), 0);
-    EXPECT_EQ(complainedBy([] { error("message"); }), "");
-    EXPECT_EQ(dumps.names(), Texts{COMMAND_LOG});
+TEST_F(Log, WhatIsNoFileOfOursIsPutAsideAndALogBegun) {
+    dumps.write("elsewhere", "precious");
+    const auto expectPutAside = [&] {
+        error("message");
+        EXPECT_EQ(dumps.commandLogLines(),
+                  (Texts{"ERROR putAside # /dumps/dravik_cli.log was no plain file of ours: put aside as "
+                         "/dumps/dravik_cli.log.foreign.",
+                         "ERROR getLunPath # message"}));
+        EXPECT_EQ(dumps.names(), (Texts{COMMAND_LOG, "dravik_cli.log.foreign", "elsewhere"}));
+        EXPECT_EQ(dumps.read("elsewhere"), "precious");
+        std::filesystem::remove_all(dumps.path("dravik_cli.log.foreign"));
+        std::filesystem::remove(dumps.path(COMMAND_LOG));
+    };
+    ASSERT_EQ(mkdir("/dumps/dravik_cli.log", 0700), 0);
+    expectPutAside();
+    ASSERT_EQ(symlink(dumps.path("elsewhere").c_str(), "/dumps/dravik_cli.log"), 0);
+    expectPutAside();
+    ASSERT_EQ(mkfifo(dumps.path(COMMAND_LOG).c_str(), 0600), 0);
+    expectPutAside();
+    ASSERT_EQ(link("/dumps/elsewhere", "/dumps/dravik_cli.log"), 0);
+    expectPutAside();
+}
+
+TEST_F(Log, AShortWriteTakesItsHalfLineBack) {
+    error("before");
+    const std::string before = dumps.read(COMMAND_LOG);
+    for (size_t room = 1; room < before.size(); ++room) {
+        const FileLimit disk("/dumps/dravik_cli.log", before.size() + room);
+        EXPECT_EQ(complainedBy([] { error("beyond"); }), "");
+    }
+    EXPECT_EQ(dumps.read(COMMAND_LOG), before);
+    error("after");
+    EXPECT_EQ(dumps.commandLogMessages(), (Texts{"ERROR before", "ERROR after"}));
 }
 
 TEST_F(Log, NothingIsPrinted) {

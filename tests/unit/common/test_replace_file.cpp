@@ -143,18 +143,17 @@ TEST_F(ReplaceFile, AFolderThatRefusesChangesIsReportedWithItsReason) {
 
 TEST_F(ReplaceFile, AFailureAtAnyStepLeavesTheOldFileAlone) {
     dumps.write("file", "old");
-    // ftruncate, half of the write, its rest, fchmod, fsync; the folder's fsync is the last and no failure.
-    for (int step = 1; step <= 5; step++) {
-        failWriteCall(step, step == 2 ? EDQUOT : EIO);
+    // The write, of which half is done first, fchmod, fsync; the folder's fsync is the last and no failure.
+    for (int step = 1; step <= 4; step++) {
+        failWriteCall(step, step == 1 ? EDQUOT : EIO);
         const int result = replace("new text");
         const int calls = endWriteFaults();
-        if (step == 5) {
-            // Without a split write the fifth call is the folder's.
+        if (step == 4) {
             EXPECT_EQ(result, 0);
-            EXPECT_EQ(calls, 5);
+            EXPECT_EQ(calls, 4);
             EXPECT_EQ(dumps.read("file"), "new text");
         } else {
-            EXPECT_EQ(result, step == 2 ? EDQUOT : EIO) << step;
+            EXPECT_EQ(result, step == 1 ? EDQUOT : EIO) << step;
             EXPECT_EQ(dumps.read("file"), "old") << step;
         }
         EXPECT_EQ(dumps.names(), (Names{"file"})) << step;
@@ -162,7 +161,7 @@ TEST_F(ReplaceFile, AFailureAtAnyStepLeavesTheOldFileAlone) {
 }
 
 TEST_F(ReplaceFile, AnInterruptedWriteGoesOn) {
-    failWriteCall(2, EINTR); // half is written, the next write is interrupted
+    failWriteCall(1, EINTR); // half is written, the next write is interrupted
     EXPECT_EQ(replace("the whole text"), 0);
     endWriteFaults();
     EXPECT_EQ(dumps.read("file"), "the whole text");
@@ -171,7 +170,7 @@ TEST_F(ReplaceFile, AnInterruptedWriteGoesOn) {
 TEST_F(ReplaceFile, AKillAtAnyStepLeavesTheOldOrTheNewTextAndNoPile) {
     bool seen_old = false;
     bool seen_new = false;
-    for (int step = 1; step <= 5; step++) {
+    for (int step = 1; step <= 4; step++) {
         dumps.write("file", "old");
         const pid_t child = fork();
         if (child == 0) {
@@ -197,36 +196,42 @@ TEST_F(ReplaceFile, AKillAtAnyStepLeavesTheOldOrTheNewTextAndNoPile) {
     EXPECT_EQ(dumps.read("file"), "after all");
 }
 
-TEST_F(ReplaceFile, WritersAtTheSameTimeLeaveOneWholeText) {
+TEST_F(ReplaceFile, AReaderBesideManyWritersAlwaysFindsOneWholeText) {
+    ASSERT_EQ(replace(std::string(20000, 'a')), 0);
     std::vector<pid_t> children;
-    for (char letter = 'a'; letter < 'e'; letter++) {
+    for (char letter = 'a'; letter < 'i'; letter++) {
         const pid_t child = fork();
         if (child == 0) {
-            const std::string text(200000, letter);
+            const std::string text(20000, letter);
             int failures = 0;
-            for (int i = 0; i < 20; i++) {
+            for (int i = 0; i < 30; i++) {
                 failures += replace(text) == 0 ? 0 : 1;
             }
             _exit(failures);
         }
         children.push_back(child);
     }
-    for (const pid_t child : children) {
+    int looks = 0;
+    int torn = 0;
+    while (!children.empty()) {
+        const std::string text = dumps.read("file");
+        looks++;
+        torn += !text.empty() && text == std::string(20000, text[0]) ? 0 : 1;
         int status = 0;
-        waitpid(child, &status, 0);
-        EXPECT_TRUE(WIFEXITED(status));
-        EXPECT_EQ(WEXITSTATUS(status), 0);
+        if (waitpid(children.back(), &status, WNOHANG) != 0) {
+            EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+            children.pop_back();
+        }
     }
-    const std::string text = dumps.read("file");
-    ASSERT_EQ(text.size(), 200000U);
-    EXPECT_EQ(text, std::string(200000, text[0]));
+    EXPECT_GT(looks, 100);
+    EXPECT_EQ(torn, 0);
     EXPECT_EQ(dumps.names(), (Names{"file"}));
 }
 
 TEST_F(ReplaceFile, AWriterThatHangsIsWaitedForOneSecond) {
     dumps.write("file", "old");
     dumps.write("file.new", "half of ");
-    const int hanging = open("/dumps/file.new", O_RDWR);
+    const int hanging = open("/dumps", O_RDONLY | O_DIRECTORY);
     ASSERT_EQ(flock(hanging, LOCK_EX), 0);
     EXPECT_EQ(replace("new"), EBUSY);
     EXPECT_EQ(dumps.read("file"), "old");

@@ -143,9 +143,17 @@ TEST_F(TargetPort, ANameThatIsNoPlainWordIsNeverHandedToAShell) {
 
 TEST_F(TargetPort, AllCharactersOfAPlainWordReachTheCommand) {
     tools.prints("ls", "");
-    resolve("xAz09sd._:!,/-");
+    resolve("xAz09sd._:!,-");
     // The command runner's own filter has no "!"; the log shows the text before it.
-    expect("", "", {"0: ls -l /dev/disk/by-path/ | grep 'xAz09sd._:!,/-$' | awk -F\" \" '{print $9}' 2>&1"});
+    expect("", "", {"0: ls -l /dev/disk/by-path/ | grep 'xAz09sd._:!,-$' | awk -F\" \" '{print $9}' 2>&1"});
+}
+
+TEST_F(TargetPort, ANameWithASlashIsAskedOfNothing) {
+    tools.prints("ls", "");
+    for (const char *name : {"../../tmp/sd", "sd/a", "nvme/../sda", "/sda"}) {
+        resolve(name);
+        expect("", "", {});
+    }
 }
 
 TEST_F(TargetPort, ANameThatHoldsBothWordsIsAnNvmePath) {

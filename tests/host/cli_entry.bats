@@ -55,6 +55,18 @@ answers() {
     same "$status_wanted" "$status"
 }
 
+# is_unknown NAME NEAREST -- ARGUMENTS...: the answer to a command that is not there; NEAREST, where it is not empty, is
+# offered on standard error.
+is_unknown() {
+    local name=$1 nearest=$2 hint=
+    shift 3
+    run --separate-stderr in_host dravik "$@"
+    same "$(result "Error(0102): Invalid command name [$name].")" "$output"
+    [[ -z $nearest ]] || hint="dravik: there is no command \"$name\"; did you mean \"$nearest\"?"
+    same "$hint" "$stderr"
+    same 1 "$status"
+}
+
 @test "without a command, or asked for help, it prints its usage line and the command list" {
     make_host
     answers 0 "$(usage_and_list)" --
@@ -86,10 +98,12 @@ answers() {
     write_help nosuch
     write_help mkconfig
     local name
-    for name in nosuch mkconfig ../../../etc/passwd '$(id)' ''; do
-        answers 1 "$(result "Error(0102): Invalid command name [$name].")" -- help "$name"
-        answers 1 "$(result "Error(0102): Invalid command name [$name].")" -- "$name" -h
+    for name in nosuch ../../../etc/passwd '$(id)' ''; do
+        is_unknown "$name" '' -- help "$name"
+        is_unknown "$name" '' -- "$name" -h
     done
+    is_unknown mkconfig config -- help mkconfig
+    is_unknown mkconfig config -- mkconfig -h
     expect_text shells </dev/null
 }
 
@@ -115,20 +129,26 @@ answers() {
 @test "an unknown command is named, and so is a listed one with anything before or behind" {
     make_host
     local name
-    for name in nosuch quer queryx ' query' Query '-x' '' $'a\tb'; do
-        answers 1 "$(result "Error(0102): Invalid command name [$name].")" -- "$name"
+    for name in nosuch '-x' ''; do
+        is_unknown "$name" '' -- "$name"
     done
+    for name in quer queryx ' query' Query; do
+        is_unknown "$name" query -- "$name"
+    done
+    is_unknown setailas setalias -- setailas
+    is_unknown 'a\x09b' '' -- $'a\tb' # control bytes are made visible
     expect_text shells </dev/null
 }
 
 @test "service commands run only through --service" {
     make_host
     local name
-    for name in mkconfig lsselfstart setselfstart; do
-        answers 1 "$(result "Error(0102): Invalid command name [$name].")" -- "$name"
+    is_unknown mkconfig config -- mkconfig
+    for name in lsselfstart setselfstart; do
+        is_unknown "$name" '' -- "$name"
     done
     for name in query nosuch ''; do
-        answers 1 "$(result "Error(0102): Invalid command name [$name].")" -- --service "$name"
+        is_unknown "$name" '' -- --service "$name"
     done
     answers 1 "$(result 'Error(0108): Missing value for the parameter [--service].')" -- --service
     answers 1 "$(result 'Error(0105): Invalid command parameter [x].')" -- --service lsselfstart x

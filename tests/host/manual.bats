@@ -208,7 +208,7 @@ END
         grep -qx "$name" <<<"$files" || same "$name" ""
     done
     for name in $files; do
-        grep -qE "^\.(SS|I|IR) (.*/)?${name//./\\.}( |\$)" "$REPO/man/dravik-files.5" || same "$name" ""
+        grep -qE "^\.(SS|I|IR) (.*/)?${name//./\\.}( |\\\\-|\$)" "$REPO/man/dravik-files.5" || same "$name" ""
     done
 }
 

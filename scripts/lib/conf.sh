@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# The face of the configuration rooms: where the file is, and everything that reads or changes it.
+# The list of the modules of the configuration file: where the file is, and everything that reads or changes it.
 
 readonly CONF_PATH=/etc/velomux.conf
 

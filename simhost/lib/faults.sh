@@ -37,7 +37,7 @@ breakTool() {
     if [[ ! -e $keptAt ]]; then
         mkdir -p "${keptAt%/*}"
         mv "$HOST$toolAt" "$keptAt"
-        # A script that still runs behind the fault finds its rooms beside itself.
+        # A script that still runs behind the fault finds its modules beside itself.
         [[ ! -d $HOST${toolAt%/*}/lib || -L ${keptAt%/*}/lib ]] || ln -s "${toolAt%/*}/lib" "${keptAt%/*}/lib"
     fi
     rm -f "$HOST$toolAt"

@@ -1,5 +1,5 @@
 /* Opening files: the null device without a device node, the counters beside a real /proc, the notes of what
-   was written into the simulated sysfs, and the doors of a full or read-only /dumps. */
+   was written into the simulated sysfs, and the failures of a full or read-only /dumps. */
 #include "preload.h"
 
 #include <errno.h>

@@ -1,4 +1,4 @@
-/* What the rooms of the preload library share: the dials file, the next function in line, small file helpers.
+/* What the modules of the preload library share: the dials file, the next function in line, small file helpers.
  */
 #ifndef SIMHOST_PRELOAD_H
 #define SIMHOST_PRELOAD_H

@@ -21,7 +21,8 @@ plays() {
                 # shellcheck disable=SC2086 # the words of a command line
                 in_host ${line#\# } >>"$BATS_TEST_TMPDIR/printed" 2>&1 </dev/null || status=$?
                 ;;
-            '# '*) ;; # not ours
+            '# umount /srv/mail') ;; # no file system is mounted here
+            '# '*) same "a command that can be played" "$line" ;;
             *) printf '%s\n' "$line" >>"$BATS_TEST_TMPDIR/shown" ;;
         esac
     done < <(example "$1")
@@ -30,14 +31,11 @@ plays() {
     compare
 }
 
-# The vendor of a device is printed in capitals, see the help text of query.
 compare() {
     awk -v printed="$BATS_TEST_TMPDIR/printed" '
         {
             line = ""
             if ((getline line < printed) <= 0) { print "not printed: " $0; exit 1 }
-            if ($1 == "vendor:") $0 = toupper($0)
-            if ($1 == "VENDOR:") line = toupper(line)
             if (index(line, $0) != 1 || ($0 == "") != (line == "")) { print "shown: " $0 "\nprinted: " line; bad = 1 }
         }
         END {
@@ -107,8 +105,9 @@ quietly() { in_host dravik "$@" >/dev/null; }
     compare
 }
 
-@test "every example is played" {
+@test "every example is played, and what cannot be is still shown" {
     local name
+    grep -qx '    # umount /srv/mail' "$REPO/help/delete.help"
     for name in "$REPO"/help/*.help; do
         name=${name##*/}
         grep -qE "plays ${name%.help}\$|for name in .*\\b${name%.help}\\b.*; do plays|example ${name%.help} " \

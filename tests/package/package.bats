@@ -170,7 +170,8 @@ END
     stop_monitor
     in_host dravik query >/dev/null
     in_host bash /usr/bin/dravik-script/path_state_record.sh add sdb
-    [[ -s $HOST/dumps/dravik_offline_paths ]]
+    [[ -s $HOST/dumps/dravik_offline_paths && -s $HOST/dumps/dravik.db ]]
+    echo damaged >"$HOST/dumps/dravik.db.damaged-20261121T031241Z"
     echo kept >"$HOST/dumps/of-somebody-else"
     dpkg --root="$HOST" --purge dravik
     same of-somebody-else "$(ls "$HOST/dumps")"

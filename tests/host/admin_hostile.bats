@@ -166,10 +166,10 @@ list_path() {
         same 1 "$(grep -c 'path_grouping_policy    failover%        path_selector          "rount-robin 0"%' \
             "$HOST/etc/velomux.conf")"
         [[ ! -e $HOST/canary ]]
-        # Shown it is, as it stands.
+        # Shown it is, as it stands but for its control bytes.
         dravik 0 lspathpolicy <<<"$LINE
 SCSI DISK: 
-chooser_type: $word
+chooser_type: ${word/$'\x01'/\\x01}
 
 NVMe DISK: 
 group_policy: 

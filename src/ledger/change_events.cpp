@@ -1,0 +1,52 @@
+// Telling changes.
+#include "ledger/change_events.h"
+
+#include <utility>
+
+namespace dravik {
+
+Event &ChangeEvents::append(const char *kind, const KnownVolume &volume, const std::string &from,
+                            const std::string &to) {
+    Event event;
+    event.time = at.time;
+    event.boot_id = at.boot_id;
+    event.kind = kind;
+    event.wwid = volume.wwid;
+    event.alias = volume.attributes.alias;
+    event.from = from;
+    event.to = to;
+    events.push_back(event);
+    return events.back();
+}
+
+void ChangeEvents::tell(const char *kind, const KnownVolume &volume, const std::string &from,
+                        const std::string &to) {
+    setCause(at, &append(kind, volume, from, to));
+}
+
+void ChangeEvents::tellPath(const char *kind, const KnownVolume &volume, const KnownPath &path,
+                            const std::string &from, const std::string &to) {
+    Event &event = append(kind, volume, from, to);
+    event.has_path = true;
+    event.path_name = path.attributes.name;
+    event.path_address = path.attributes.address;
+    event.initiator = path.key.initiator;
+    event.target_port = path.key.target_port;
+    setCause(at, &event);
+}
+
+void ChangeEvents::setPaths(size_t first, int64_t working, int64_t known) {
+    for (size_t i = first; i < events.size(); ++i) {
+        events[i].paths_working = working;
+        events[i].paths_known = known;
+    }
+}
+
+std::vector<Event> ChangeEvents::take(Quality quality) {
+    for (Event &event : events) {
+        event.quality = quality;
+    }
+    return std::move(events);
+}
+
+} // namespace dravik

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <new>
+#include <string>
 #include <string_view>
 #include <unistd.h>
 
@@ -11,6 +12,8 @@
 #include "cli/caller.h"
 #include "cli/command_lock.h"
 #include "commands/devstats.h"
+#include "commands/devstats_json.h"
+#include "commands/result_json.h"
 #include "common/exit_status.h"
 #include "common/owned.h"
 #include "host/interruption.h"
@@ -43,26 +46,26 @@ class OutputHeld {
     Descriptor kept;
 };
 
-Json describeRecord(const s_ecItems *result) {
-    char text[256] = "";
-    getErrorMsg(result, text, sizeof(text));
-    // The message without its head, "Error(0133): ".
-    const std::string_view message = text;
-    const size_t colon = message.find(": ");
-    Json record = Json::object();
-    record.set("code", result->code)
-        .set("message", isFailure(result) ? message.substr(colon == std::string_view::npos ? 0 : colon + 2)
-                                          : std::string_view("Command executed successfully."));
-    return record;
-}
-
 int statusOf(const s_ecItems *result) {
     return isFailure(result) ? EXIT_FAILED : EXIT_DONE;
 }
 
-int answerIn(Json *document, const s_ecItems *result) {
-    document->set("result", describeRecord(result));
-    puts(document->line().c_str());
+// What the command does not know, because it failed, is null.
+void addUnknown(const Command &command, Json *document) {
+    for (const char *const *member = command.answer; *member != nullptr; ++member) {
+        if (!document->has(*member)) {
+            document->set(*member, Json::null());
+        }
+    }
+}
+
+int answer(const s_ecItems *result, Json *document) {
+    if (document == nullptr) {
+        print_ec(result);
+    } else {
+        document->set("result", recordJson(result));
+        puts(document->line().c_str());
+    }
     return statusOf(result);
 }
 
@@ -83,14 +86,6 @@ s_ecItems *run(const Command &command, const CommandLine &line, Json *document) 
     } catch (const std::bad_alloc &) {
         return &EC_molloc_failed;
     }
-}
-
-int answer(const s_ecItems *result, Json *document) {
-    if (document != nullptr) {
-        return answerIn(document, result);
-    }
-    print_ec(result);
-    return statusOf(result);
 }
 
 // The line of who ran it is written before the result is printed: a reader that has gone away ends this process
@@ -116,13 +111,24 @@ int runChanging(const Command &command, const CommandLine &line, const CommandLi
     return status;
 }
 
+[[noreturn]] void sampleUntilTheEnd(bool json) {
+    const auto seconds = static_cast<unsigned int>(intervalSeconds());
+    if (json) {
+        streamDevStats(seconds);
+    }
+    sampleDevStats(seconds);
+}
+
 int runReading(const Command &command, const CommandLine &line, Json *document) {
     s_ecItems *result = checkAll(command, line);
     if (!isFailure(result)) {
         result = run(command, line, document);
         if (!isFailure(result) && std::string_view(command.name) == "devstats") {
-            sampleDevStats(static_cast<unsigned int>(intervalSeconds())); // ends with the process
+            sampleUntilTheEnd(document != nullptr);
         }
+    }
+    if (document != nullptr) {
+        addUnknown(command, document);
     }
     return answer(result, document);
 }

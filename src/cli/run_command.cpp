@@ -11,12 +11,14 @@
 #include "cli/audit.h"
 #include "cli/caller.h"
 #include "cli/command_lock.h"
+#include "cli/operation.h"
 #include "commands/devstats.h"
 #include "commands/devstats_json.h"
 #include "commands/result_json.h"
 #include "common/exit_status.h"
 #include "common/owned.h"
 #include "host/interruption.h"
+#include "ledger/operation_record.h"
 
 namespace dravik {
 
@@ -88,23 +90,43 @@ s_ecItems *run(const Command &command, const CommandLine &line, Json *document) 
     }
 }
 
+// The command line as the audit line shows it.
+std::string shownLine(const CommandLine &typed) {
+    char shown[480] = "";
+    shownCommandLine(typed.argc, typed.argv, shown, sizeof(shown));
+    return shown;
+}
+
+// The ledger learns what is about to be done, or has been refused. Lack of memory is no reason not to do it.
+void beginRecord(OperationRecord *record, const Command &command, const CommandLine &typed, bool accepted) {
+    try {
+        const std::string shown = shownLine(typed);
+        record->begin(accepted ? operationOf(command, shown) : refusedOperationOf(command, shown));
+    } catch (const std::bad_alloc &) {
+        // The audit line tells.
+    }
+}
+
 // The line of who ran it is written before the result is printed: a reader that has gone away ends this process
 // with a signal.
 int runChanging(const Command &command, const CommandLine &line, const CommandLine &typed, Json *document) {
     beginAudit(typed.argc, typed.argv);
+    OperationRecord record;
     s_ecItems *result = checkAll(command, line);
-    if (!isFailure(result)) {
-        char shown[480] = "";
-        shownCommandLine(typed.argc, typed.argv, shown, sizeof(shown));
-        const int turn = takeCommandLock(shown, COMMAND_LOCK_FILES, COMMAND_LOCK_SECONDS);
+    if (isFailure(result)) {
+        beginRecord(&record, command, typed, false);
+    } else {
+        const int turn = takeCommandLock(shownLine(typed).c_str(), COMMAND_LOCK_FILES, COMMAND_LOCK_SECONDS);
         if (turn == COMMAND_LOCK_BUSY || turn == COMMAND_LOCK_INTERRUPTED) {
             auditText("not run, another command was still running.");
             endByPendingSignal();
             return EXIT_FAILED;
         }
+        beginRecord(&record, command, typed, true);
         result = run(command, line, document);
     }
     auditResult(result);
+    record.end(result->code);
     const int status = answer(result, document);
     fflush(stdout);
     endByPendingSignal();

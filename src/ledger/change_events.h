@@ -19,6 +19,10 @@ class ChangeEvents {
     void tellPath(const char *kind, const KnownVolume &volume, const KnownPath &path, const std::string &from,
                   const std::string &to);
 
+    // Tells what follows for the volume from the events from the place `first` on, whose cause it has.
+    void tellOutcome(size_t first, const char *kind, const KnownVolume &volume, const std::string &from,
+                     const std::string &to);
+
     size_t count() const {
         return events.size();
     }
@@ -29,8 +33,8 @@ class ChangeEvents {
     std::vector<Event> take(Quality quality);
 
   private:
-    Event &append(const char *kind, const KnownVolume &volume, const std::string &from,
-                  const std::string &to);
+    Event make(const char *kind, const KnownVolume &volume, const std::string &from,
+               const std::string &to) const;
 
     const Circumstances &at;
     std::vector<Event> events;

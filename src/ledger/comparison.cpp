@@ -144,10 +144,9 @@ void Comparer::meetPath(const SeenPath &now, KnownVolume *volume, KnownPath *pat
         }
         tellChanges(before, *volume, *path, quiet);
     }
-    const bool worked = path->working;
     noteWorking(path, now.working, at.time);
-    if (worked && !now.working) {
-        path->offline_by = takenOfflineBy(at, *volume, *path);
+    if (!now.working) {
+        noteOfflineBy(at, *volume, path);
     }
     watchFlapping(volume, path, quiet);
 }
@@ -250,7 +249,8 @@ void Comparer::finishVolume(KnownVolume *volume, size_t first_event, bool judge)
     const VolumeState state = verdictOf(health, baselineSurvival(*volume));
     if (state != volume->state) {
         if (judge) {
-            events.tell(VOLUME_STATE, *volume, stateWord(volume->state), stateWord(state));
+            events.tellOutcome(first_event, VOLUME_STATE, *volume, stateWord(volume->state),
+                               stateWord(state));
         }
         volume->state = state;
         volume->changed = true;

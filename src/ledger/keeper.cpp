@@ -179,7 +179,8 @@ void LedgerKeeper::writeComparison(const ToolOutcome &outcome, const s_dravik *t
     circumstances.is_first = last.quality == Quality::NEVER;
     circumstances.same_boot = last.boot_id.empty() || last.boot_id == observation.boot_id;
     circumstances.tool_was_ended = outcome.exit_status != 0 || outcome.signal_number != 0;
-    circumstances.operations = loadOperations(database.get(), last.time, observation.time);
+    // One that ended while the last topology was being listed may show only now.
+    circumstances.operations = loadOperations(database.get(), last.seen - last.duration_ms, observation.time);
     Comparison comparison = compareTopologies(seen, circumstances, realKernel(), &known);
 
     countSeen(seen, &observation);

@@ -24,6 +24,7 @@ struct AliasRow {
 
 std::vector<AliasRow> shownRows(const std::vector<dravik::AliasEntry> &entries) {
     std::vector<AliasRow> rows;
+    rows.reserve(entries.size());
     for (const dravik::AliasEntry &entry : entries) {
         rows.push_back({VisibleText(entry.wwid.c_str()).text(), VisibleText(entry.alias.c_str()).text()});
     }

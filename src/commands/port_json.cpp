@@ -53,6 +53,9 @@ Json describePorts(std::string_view output) {
 s_ecItems *describePort(int /*argc*/, Json *document) {
     const ShellCommand command(CMD_sh, " "_sh, SH_fcport, " fields"_sh);
     const CommandOutput output;
+    if (output.pages == nullptr) {
+        return &EC_molloc_failed;
+    }
     s_ecItems *result = runForOutput("lsport", command, output.pages, TASK_OUTPUT_SIZE);
     if (!isFailure(result)) {
         document->set("ports", describePorts(output.pages));

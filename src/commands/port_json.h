@@ -7,7 +7,8 @@
 namespace dravik {
 
 // Sets "ports": [{"host", "wwpn", "wwnn", "state", "speed", "topology", "driver"}], in the order of the hosts' numbers,
-// null for what the kernel does not tell. Results as `lsport`; nothing is set unless the code is 0.
+// null for what the kernel does not tell. Results as `lsport`, and EC_molloc_failed; nothing is set
+// unless the code is 0.
 s_ecItems *describePort(int argc, Json *document);
 
 } // namespace dravik

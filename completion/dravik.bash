@@ -192,10 +192,17 @@ _dravik_is_command() {
 _dravik() {
     # The word up to the cursor; a caller other than bash may leave it out.
     local cur=${2-${COMP_WORDS[COMP_CWORD]-}}
+    local -a options=(-h --help --version --service --json)
     COMPREPLY=()
+    # What follows is the same behind "--json".
+    if ((COMP_CWORD > 1)) && [[ ${COMP_WORDS[1]} == --json ]]; then
+        COMP_WORDS=("${COMP_WORDS[0]}" "${COMP_WORDS[@]:2}")
+        COMP_CWORD=$((COMP_CWORD - 1))
+        options=(--service)
+    fi
     if ((COMP_CWORD == 1)); then
         case $cur in
-            -*) _dravik_words "$cur" -h --help --version --service ;;
+            -*) _dravik_words "$cur" "${options[@]}" ;;
             *) _dravik_words "$cur" "${_dravik_commands[@]}" help ;;
         esac
         return

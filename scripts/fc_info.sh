@@ -1,15 +1,19 @@
 #!/bin/bash
-# Shows the host's Fibre Channel ports as one table.
-# usage: fc_info.sh
+# Shows the host's Fibre Channel ports, as one table or for programs.
+# usage: fc_info.sh [fields]
 # Promises:
 # - One line of headings, then one line per port in the order of the hosts' numbers: host, WWPN, WWNN, state,
 #   speed, topology, driver; "-" for what the kernel does not tell. Columns are as wide as their longest text.
 # - A host without such ports is told so in one line, and is a success.
+# - With "fields" a line per port alone: the seven values with a tab between two, empty where the kernel does not
+#   tell; nothing for a host without such ports.
 # Exit status: 0, 2 wrong arguments.
 set -euo pipefail
 LIB=$(dirname -- "${BASH_SOURCE[0]}")/lib
 source "$LIB/base.sh"
 source "$LIB/sysfs.sh"
+# shellcheck disable=SC2034 # the usage line of base.sh
+USAGE="$SCRIPT_NAME [fields]"
 
 readonly COLUMN_COUNT=7
 # The cells of all rows, COLUMN_COUNT of them a row, the headings first.
@@ -48,23 +52,42 @@ print_table() {
     done
 }
 
+print_fields() {
+    local i line='' value
+    for ((i = COLUMN_COUNT; i < ${#CELLS[@]}; i++)); do
+        value=${CELLS[i]}
+        [[ $value != - ]] || value=''
+        if ((i % COLUMN_COUNT == COLUMN_COUNT - 1)); then
+            say "$line$value"
+            line=''
+        else
+            line+=$value$'\t'
+        fi
+    done
+}
+
 main() {
-    local host
+    local host show=print_table
     local -a numbers=()
-    take_no_arguments "$@"
+    if (($# == 1)) && [[ $1 == fields ]]; then
+        show=print_fields
+        shift
+    fi
+    answer_help "$@"
+    (($# == 0)) || bad_argument "takes no arguments but \"fields\""
     for host in /sys/class/fc_host/host*; do
         host=${host##*/host}
         # The array's order is that of its indexes: host2 comes before host10.
         [[ ! $host =~ ^[0-9]{1,9}$ ]] || numbers[10#$host]=$host
     done
-    if ((${#numbers[@]} == 0)); then
+    if ((${#numbers[@]} == 0)) && [[ $show == print_table ]]; then
         say "No Fibre Channel port was found on this host."
         exit 0
     fi
-    for host in "${numbers[@]}"; do
+    for host in ${numbers[@]+"${numbers[@]}"}; do
         add_port "$host"
     done
-    print_table
+    "$show"
 }
 
 main "$@"

@@ -13,12 +13,16 @@
 #include "commands/delete.h"
 #include "commands/devstats.h"
 #include "commands/lsalias.h"
+#include "commands/lsalias_json.h"
 #include "commands/lspathpolicy.h"
+#include "commands/lspathpolicy_json.h"
 #include "commands/lsselfstart.h"
 #include "commands/mkconfig.h"
 #include "commands/parameter_buffers.h"
 #include "commands/port.h"
+#include "commands/port_json.h"
 #include "commands/query.h"
+#include "commands/query_json.h"
 #include "commands/refresh.h"
 #include "commands/restart.h"
 #include "commands/scan.h"
@@ -28,8 +32,10 @@
 #include "commands/setstate.h"
 #include "commands/start.h"
 #include "commands/status.h"
+#include "commands/status_json.h"
 #include "commands/stop.h"
 #include "commands/version.h"
+#include "commands/version_json.h"
 #include "common/text.h"
 
 namespace dravik {
@@ -62,6 +68,15 @@ constexpr CommandKind UNLISTED = CommandKind::UNLISTED;
 constexpr CommandKind SERVICE = CommandKind::SERVICE;
 constexpr CommandKind OWN = CommandKind::OWN;
 
+// What each reading command answers as structured data.
+constexpr const char *DEVSTATS_ANSWER[] = {"interval_s", "devices", nullptr};
+constexpr const char *LSALIAS_ANSWER[] = {"aliases", nullptr};
+constexpr const char *LSPATHPOLICY_ANSWER[] = {"scsi", "nvme", nullptr};
+constexpr const char *PORT_ANSWER[] = {"ports", nullptr};
+constexpr const char *QUERY_ANSWER[] = {"volumes", nullptr};
+constexpr const char *STATUS_ANSWER[] = {"service", nullptr};
+constexpr const char *VERSION_ANSWER[] = {"version", nullptr};
+
 // In the order of the printed list.
 constexpr Command COMMANDS[] = {
     {"aggregation", LISTED, CHANGES, NO_PARAMETERS, checkNoParams, nullptr, run<aggregation>},
@@ -69,9 +84,12 @@ constexpr Command COMMANDS[] = {
     {"delalias", LISTED, CHANGES, DELALIAS_PARAMETERS, checkDelAliasParams, checkWwidForShell, run<delalias>},
     {"delete", LISTED, CHANGES, DEVICE_PARAMETER, checkDeleteParams, nullptr,
      [](int) { return delete_(gParamMpathxVal); }},
-    {"lsalias", LISTED, READS, NO_PARAMETERS, checkNoParams, nullptr, run<lsalias>},
-    {"lspathpolicy", LISTED, READS, NO_PARAMETERS, checkNoParams, nullptr, run<lspathpolicy>},
-    {"query", LISTED, READS, DEVICE_PARAMETER, checkQueryParams, nullptr, queryOneOrAll},
+    {"lsalias", LISTED, READS, NO_PARAMETERS, checkNoParams, nullptr, run<lsalias>, describeLsalias, nullptr,
+     LSALIAS_ANSWER},
+    {"lspathpolicy", LISTED, READS, NO_PARAMETERS, checkNoParams, nullptr, run<lspathpolicy>,
+     describeLspathpolicy, nullptr, LSPATHPOLICY_ANSWER},
+    {"query", LISTED, READS, DEVICE_PARAMETER, checkQueryParams, nullptr, queryOneOrAll, describeQuery,
+     nullptr, QUERY_ANSWER},
     {"restart", LISTED, CHANGES, NO_PARAMETERS, checkNoParams, nullptr, run<restart>},
     {"scan", LISTED, CHANGES, NO_PARAMETERS, checkNoParams, nullptr, scanWithNotice},
     {"setalias", LISTED, CHANGES, SETALIAS_PARAMETERS, checkSetAliasParams, nullptr, run<setalias>},
@@ -79,11 +97,15 @@ constexpr Command COMMANDS[] = {
     {"setpathpolicy", LISTED, CHANGES, SETPATHPOLICY_PARAMETERS, checkSetPathPolicyParams, nullptr,
      run<setpathpolicy>},
     {"start", LISTED, CHANGES, NO_PARAMETERS, checkNoParams, nullptr, run<startDaemon>},
-    {"status", LISTED, READS, NO_PARAMETERS, checkNoParams, nullptr, run<status>},
+    {"status", LISTED, READS, NO_PARAMETERS, checkNoParams, nullptr, run<status>, describeStatus, nullptr,
+     STATUS_ANSWER},
     {"stop", LISTED, CHANGES, NO_PARAMETERS, checkNoParams, nullptr, run<stopDaemon>},
-    {"version", LISTED, READS, NO_PARAMETERS, checkNoParams, nullptr, run<version>},
-    {"port", LISTED, READS, NO_PARAMETERS, checkNoParams, nullptr, run<lsport>},
-    {"devstats", LISTED, READS, DEVSTATS_PARAMETERS, checkDevStatsParams, checkInterval, registerOneOrAll},
+    {"version", LISTED, READS, NO_PARAMETERS, checkNoParams, nullptr, run<version>, describeVersion, nullptr,
+     VERSION_ANSWER},
+    {"port", LISTED, READS, NO_PARAMETERS, checkNoParams, nullptr, run<lsport>, describePort, nullptr,
+     PORT_ANSWER},
+    {"devstats", LISTED, READS, DEVSTATS_PARAMETERS, checkDevStatsParams, checkInterval, registerOneOrAll,
+     nullptr, nullptr, DEVSTATS_ANSWER},
     {"refresh", UNLISTED, CHANGES, NO_PARAMETERS, checkNoParams, nullptr, run<refresh>},
     {"mkconfig", SERVICE, CHANGES, NO_PARAMETERS, checkNoParams, nullptr, run<mkconfig>},
     {"lsselfstart", SERVICE, READS, NO_PARAMETERS, checkNoParams, nullptr, run<lsselfstart>},

@@ -16,6 +16,9 @@ enum class CommandKind {
     OWN,      // one of our own, which the contract's names know nothing of
 };
 
+// The members of a document that holds the result alone.
+constexpr const char *NO_ANSWER[] = {nullptr};
+
 struct Command {
     const char *name;
     CommandKind kind;
@@ -30,10 +33,13 @@ struct Command {
     // Runs it on those values; null for a command of our own.
     s_ecItems *(*run)(int argc);
     // The same as structured data: fills the document, of which the common head and the result are the caller's. Null where
-    // the result is all that there is.
+    // the result is all that there is, and for `devstats`, whose documents are written while it samples.
     s_ecItems *(*describe)(int argc, Json *document) = nullptr;
     // A command of our own: reads its words itself, prints, and answers the exit status.
     int (*run_own)(const OwnCall &call) = nullptr;
+    // The members that are the answer of a contract's command: null in the document where they are not known, because the
+    // command failed. Ends with a null pointer.
+    const char *const *answer = NO_ANSWER;
 };
 
 // The row of the contract's command `name`, service commands included, compared over 64 characters; null when there is

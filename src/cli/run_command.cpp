@@ -4,16 +4,21 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <new>
+#include <string>
 #include <string_view>
 #include <unistd.h>
 
 #include "cli/audit.h"
 #include "cli/caller.h"
 #include "cli/command_lock.h"
+#include "cli/operation.h"
 #include "commands/devstats.h"
+#include "commands/devstats_json.h"
+#include "commands/result_json.h"
 #include "common/exit_status.h"
 #include "common/owned.h"
 #include "host/interruption.h"
+#include "ledger/operation_record.h"
 
 namespace dravik {
 
@@ -43,26 +48,26 @@ class OutputHeld {
     Descriptor kept;
 };
 
-Json describeRecord(const s_ecItems *result) {
-    char text[256] = "";
-    getErrorMsg(result, text, sizeof(text));
-    // The message without its head, "Error(0133): ".
-    const std::string_view message = text;
-    const size_t colon = message.find(": ");
-    Json record = Json::object();
-    record.set("code", result->code)
-        .set("message", isFailure(result) ? message.substr(colon == std::string_view::npos ? 0 : colon + 2)
-                                          : std::string_view("Command executed successfully."));
-    return record;
-}
-
 int statusOf(const s_ecItems *result) {
     return isFailure(result) ? EXIT_FAILED : EXIT_DONE;
 }
 
-int answerIn(Json *document, const s_ecItems *result) {
-    document->set("result", describeRecord(result));
-    puts(document->line().c_str());
+// What the command does not know, because it failed, is null.
+void addUnknown(const Command &command, Json *document) {
+    for (const char *const *member = command.answer; *member != nullptr; ++member) {
+        if (!document->has(*member)) {
+            document->set(*member, Json::null());
+        }
+    }
+}
+
+int answer(const s_ecItems *result, Json *document) {
+    if (document == nullptr) {
+        print_ec(result);
+    } else {
+        document->set("result", recordJson(result));
+        puts(document->line().c_str());
+    }
     return statusOf(result);
 }
 
@@ -85,35 +90,55 @@ s_ecItems *run(const Command &command, const CommandLine &line, Json *document) 
     }
 }
 
-int answer(const s_ecItems *result, Json *document) {
-    if (document != nullptr) {
-        return answerIn(document, result);
+// The command line as the audit line shows it.
+std::string shownLine(const CommandLine &typed) {
+    char shown[480] = "";
+    shownCommandLine(typed.argc, typed.argv, shown, sizeof(shown));
+    return shown;
+}
+
+// The ledger learns what is about to be done, or has been refused. Lack of memory is no reason not to do it.
+void beginRecord(OperationRecord *record, const Command &command, const CommandLine &typed, bool accepted) {
+    try {
+        const std::string shown = shownLine(typed);
+        record->begin(accepted ? operationOf(command, shown) : refusedOperationOf(command, shown));
+    } catch (const std::bad_alloc &) {
+        // The audit line tells.
     }
-    print_ec(result);
-    return statusOf(result);
 }
 
 // The line of who ran it is written before the result is printed: a reader that has gone away ends this process
 // with a signal.
 int runChanging(const Command &command, const CommandLine &line, const CommandLine &typed, Json *document) {
     beginAudit(typed.argc, typed.argv);
+    OperationRecord record;
     s_ecItems *result = checkAll(command, line);
-    if (!isFailure(result)) {
-        char shown[480] = "";
-        shownCommandLine(typed.argc, typed.argv, shown, sizeof(shown));
-        const int turn = takeCommandLock(shown, COMMAND_LOCK_FILES, COMMAND_LOCK_SECONDS);
+    if (isFailure(result)) {
+        beginRecord(&record, command, typed, false);
+    } else {
+        const int turn = takeCommandLock(shownLine(typed).c_str(), COMMAND_LOCK_FILES, COMMAND_LOCK_SECONDS);
         if (turn == COMMAND_LOCK_BUSY || turn == COMMAND_LOCK_INTERRUPTED) {
             auditText("not run, another command was still running.");
             endByPendingSignal();
             return EXIT_FAILED;
         }
+        beginRecord(&record, command, typed, true);
         result = run(command, line, document);
     }
     auditResult(result);
+    record.end(result->code);
     const int status = answer(result, document);
     fflush(stdout);
     endByPendingSignal();
     return status;
+}
+
+[[noreturn]] void sampleUntilTheEnd(bool json) {
+    const auto seconds = static_cast<unsigned int>(intervalSeconds());
+    if (json) {
+        streamDevStats(seconds);
+    }
+    sampleDevStats(seconds);
 }
 
 int runReading(const Command &command, const CommandLine &line, Json *document) {
@@ -121,8 +146,11 @@ int runReading(const Command &command, const CommandLine &line, Json *document) 
     if (!isFailure(result)) {
         result = run(command, line, document);
         if (!isFailure(result) && std::string_view(command.name) == "devstats") {
-            sampleDevStats(static_cast<unsigned int>(intervalSeconds())); // ends with the process
+            sampleUntilTheEnd(document != nullptr);
         }
+    }
+    if (document != nullptr) {
+        addUnknown(command, document);
     }
     return answer(result, document);
 }

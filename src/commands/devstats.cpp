@@ -15,7 +15,6 @@
 #include "stats/device_list.h"
 #include "stats/device_names.h"
 #include "stats/sample_tables.h"
-#include "stats/sampling.h"
 #include "stats/stat_settings.h"
 #include "topology/topology_query.h"
 
@@ -54,6 +53,35 @@ const char *shownName(const char *name) {
     return persistent != nullptr ? persistent : shown;
 }
 
+// Gets the engine ready for what has been registered, and the alarm that paces it, and has `take` take the samples.
+template <typename Take> [[noreturn]] void sampleRegistered(unsigned int seconds, const Take &take) {
+    get_HZ();
+    set_disk_output_unit();
+    st_settings.disk_report = true;
+    st_settings.extended_layout = true;
+    int state = 0;
+    long count = 0;
+    set_stat_interval(&state, &count, &st_interval, static_cast<long>(seconds));
+    io_sys_init();
+    presave_device_list();
+    initSignal();
+
+    struct sigaction action = {};
+    action.sa_handler = alarm_handler;
+    sigemptyset(&action.sa_mask);
+    action.sa_flags = SA_RESTART; // the wait ends all the same
+    sigaction(SIGALRM, &action, nullptr);
+    alarm(seconds);
+
+    struct tm now = {};
+    try {
+        take(count, &now);
+    } catch (const std::bad_alloc &) {
+        endWithoutMemory();
+    }
+    exit(0);
+}
+
 } // namespace
 
 s_ecItems *queryDevStats() {
@@ -82,29 +110,9 @@ void _printOneDravikStats(const s_dravik *device) {
 }
 
 void sampleDevStats(unsigned int seconds) {
-    get_HZ();
-    set_disk_output_unit();
-    st_settings.disk_report = true;
-    st_settings.extended_layout = true;
-    int state = 0;
-    long count = 0;
-    set_stat_interval(&state, &count, &st_interval, static_cast<long>(seconds));
-    io_sys_init();
-    presave_device_list();
-    initSignal();
+    sampleRegistered(seconds, [](long count, struct tm *now) { rw_io_stat_loop(count, now); });
+}
 
-    struct sigaction action = {};
-    action.sa_handler = alarm_handler;
-    sigemptyset(&action.sa_mask);
-    action.sa_flags = SA_RESTART; // the wait ends all the same
-    sigaction(SIGALRM, &action, nullptr);
-    alarm(seconds);
-
-    struct tm now = {};
-    try {
-        rw_io_stat_loop(count, &now);
-    } catch (const std::bad_alloc &) {
-        endWithoutMemory();
-    }
-    exit(0);
+void dravik::sampleDevStatsInto(unsigned int seconds, const SampleUse &use) {
+    sampleRegistered(seconds, [&use](long count, struct tm *now) { sampleOverAndOver(count, now, use); });
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "common/result.h"
+#include "stats/sampling.h"
 #include "struct/s_dravik.h"
 
 // Takes the topology, or the one device named by alias or WWID, and registers every device and path with the
@@ -19,3 +20,10 @@ void _printOneDravikStats(const s_dravik *device);
 // Starts the sampling of what has been registered: a report every `seconds` (1 to MAX_STAT_INTERVAL) until
 // Ctrl+C ends the process with exit status 0.
 [[noreturn]] void sampleDevStats(unsigned int seconds);
+
+namespace dravik {
+
+// The same, with `use` in the place of the report (stats/sampling.h).
+[[noreturn]] void sampleDevStatsInto(unsigned int seconds, const SampleUse &use);
+
+} // namespace dravik

@@ -9,7 +9,7 @@
 #include "array/vdisk_cache.h"
 #include "array/vdisk_entry.h"
 #include "array/vdisk_file.h"
-#include "ledger/comparison.h"
+#include "ledger/known_health.h"
 #include "ledger/known_store.h"
 
 namespace dravik {

@@ -1,4 +1,4 @@
-// Listing the aliases that alias.sh prints.
+// Listing the aliases.
 #include "commands/lsalias.h"
 
 #include <algorithm>
@@ -7,17 +7,12 @@
 #include <string>
 #include <vector>
 
+#include "commands/alias_list.h"
 #include "common/log.h"
 #include "common/text.h"
-#include "common/text_split.h"
 #include "common/visible_text.h"
-#include "host/command_output.h"
-#include "host/task.h"
-#include "host/tool_names.h"
 
-using dravik::ShellCommand;
 using dravik::VisibleText;
-using namespace dravik::literals;
 
 namespace {
 
@@ -27,25 +22,11 @@ struct AliasRow {
     std::string alias;
 };
 
-// Cuts the script's output into rows, up to a line without a blank; an empty one is such a line.
-//
-//   360000000000000000000000000000001 mpatha
-//   360000000000000000000000000000002 backup
-std::vector<AliasRow> readRows(char *text) {
+std::vector<AliasRow> shownRows(const std::vector<dravik::AliasEntry> &entries) {
     std::vector<AliasRow> rows;
-    char *next = text;
-    while (next != nullptr) {
-        char *line = next;
-        next = get_next_line(line);
-        if (next != nullptr) {
-            next[-1] = '\0';
-        }
-        char *blank = find_char(line, ' ');
-        if (blank == nullptr) {
-            break;
-        }
-        *blank = '\0';
-        rows.push_back({VisibleText(line).text(), VisibleText(blank + 1).text()});
+    rows.reserve(entries.size());
+    for (const dravik::AliasEntry &entry : entries) {
+        rows.push_back({VisibleText(entry.wwid.c_str()).text(), VisibleText(entry.alias.c_str()).text()});
     }
     return rows;
 }
@@ -75,15 +56,14 @@ void printTable(std::vector<AliasRow> rows) {
 } // namespace
 
 s_ecItems *lsalias() {
-    const ShellCommand command(CMD_sh, " "_sh, SH_alias, " query"_sh);
-    const CommandOutput output;
-    s_ecItems *result = runForOutput(__func__, command, output.pages, TASK_OUTPUT_SIZE);
+    dravik::AliasList list;
+    s_ecItems *result = dravik::queryAliases(&list);
     if (isFailure(result)) {
         return result;
     }
     print__();
-    if (safe_strlen(output.pages) > 2) {
-        printTable(readRows(output.pages));
+    if (list.has_table) {
+        printTable(shownRows(list.entries));
     }
     print__();
     return result;

@@ -12,16 +12,6 @@
 
 using dravik::VisibleText;
 
-namespace {
-
-// The name under which the product shows the selector `chooser`, or the selector itself.
-const char *displayedChooser(const char *chooser) {
-    const char *shown = dravik::findPathSelector(dravik::SelectorName::STORED, chooser).shown;
-    return shown[0] != '\0' ? shown : chooser;
-}
-
-} // namespace
-
 s_ecItems *lspathpolicy() {
     char group[POLICY_SIZE] = "";
     char chooser[POLICY_SIZE] = "";
@@ -31,7 +21,7 @@ s_ecItems *lspathpolicy() {
     }
     print__();
     puts("SCSI DISK: ");
-    printf("chooser_type: %s\n", VisibleText(displayedChooser(chooser)).text());
+    printf("chooser_type: %s\n", VisibleText(dravik::shownSelector(chooser)).text());
     if (isNvmeCapableOs(get_os_name())) {
         group[0] = '\0';
         chooser[0] = '\0';

@@ -45,4 +45,9 @@ PathSelector findPathSelector(SelectorName kind, const char *text) {
     return {"", "", ""};
 }
 
+const char *shownSelector(const char *stored) {
+    const char *shown = findPathSelector(SelectorName::STORED, stored).shown;
+    return shown[0] != '\0' ? shown : stored;
+}
+
 } // namespace dravik

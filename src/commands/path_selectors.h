@@ -29,4 +29,7 @@ enum class SelectorName {
 // when there is none.
 PathSelector findPathSelector(SelectorName kind, const char *text);
 
+// The name under which the product shows the selector that is stored as `stored`, or `stored` itself where it has none.
+const char *shownSelector(const char *stored);
+
 } // namespace dravik

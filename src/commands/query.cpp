@@ -6,12 +6,10 @@
 #include <cstdio>
 #include <cstring>
 #include <iterator>
-#include <unistd.h>
 
 #include "array/vdisk_cache.h"
-#include "array/vdisk_name.h"
 #include "commands/path_selectors.h"
-#include "common/character_tests.h"
+#include "commands/vdisk_question.h"
 #include "common/log.h"
 #include "common/text.h"
 #include "common/visible_text.h"
@@ -27,49 +25,6 @@ namespace {
 // What a field holds comes from the listing or the array; it must neither forge another nor reach the terminal.
 void printField(const char *name, const char *value) {
     printf("%s: %s\n", name, VisibleText(value).text());
-}
-
-// ---- virtual-disk name
-
-// Asks the array. A device number that is no number names no node to open: as if the array did not answer.
-void askArray(s_dravik *device, bool nvme) {
-    unsigned int found = 0;
-    if (!isDigit(device->device_number)) {
-        getStoredVdiskname(VDISK_CACHE_FILE, device->wwid, device->vdisk_name, &found);
-        return;
-    }
-    char node[128] = "";
-    snprintf(node, sizeof(node), "/dev/dm-%s", device->device_number);
-    if (nvme) {
-        displayNvmeVdiskname(node, device->wwid, device->vdisk_name, &found);
-    } else {
-        displayVdiskname(node, device->wwid, device->vdisk_name, &found);
-    }
-}
-
-void printVdiskName(s_dravik *device, bool nvme) {
-    askArray(device, nvme);
-    if (device->vdisk_name[0] != '\0') {
-        printField("vdisk_name", device->vdisk_name);
-    } else {
-        QUERY_LOG("This device (%s), the vdisk name we obtained is NULL.\n", device->wwid);
-    }
-}
-
-// No path leads to the array: only what it once said can be shown.
-void printStoredVdiskName(s_dravik *device) {
-    unsigned int found = 0;
-    if (access(VDISK_CACHE_FILE, F_OK) == 0) {
-        getStoredVdiskname(VDISK_CACHE_FILE, device->wwid, device->vdisk_name, &found);
-    }
-    if (found == 0) {
-        QUERY_LOG("This device (%s) is a failed device, we can not get the vdisk name.\n", device->wwid);
-    } else if (device->vdisk_name[0] == '\0') {
-        QUERY_LOG("This device (%s) is a failed device, we get the vdisk name from file is NULL.\n",
-                  device->wwid);
-    } else {
-        printField("vdisk_name", device->vdisk_name);
-    }
 }
 
 // ---- host interface
@@ -179,14 +134,8 @@ void _printOneDravik(s_dravik *device) {
     printField("vendor", device->vendor);
     printField("product_type", device->product_type);
     printField("lun_size", device->lun_size);
-    unsigned int nvme = 0;
-    isNVMeDevice(device, &nvme);
-    unsigned int failed = 0;
-    isFailedDevice(device, &failed);
-    if (failed != 0) {
-        printStoredVdiskName(device);
-    } else {
-        printVdiskName(device, nvme != 0);
+    if (dravik::findVdiskNameOf(device)) {
+        printField("vdisk_name", device->vdisk_name);
     }
     const s_path_dev *first = firstPathDev(device->pdev);
     if (first == nullptr) {

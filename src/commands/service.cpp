@@ -8,6 +8,7 @@
 #include "host/task.h"
 #include "host/tool_names.h"
 
+using dravik::ServiceState;
 using dravik::ShellCommand;
 using namespace dravik::literals;
 
@@ -24,16 +25,24 @@ const char *nonEmptyLine(char *text, int number) {
 
 // dravikd (pid  1234) is running...
 // dravikd (pid  1234) 正在运行...
-bool sysvSaysRunning(char *text) {
+ServiceState sysvState(char *text) {
     const char *line = nonEmptyLine(text, 1);
-    return find_str(line, "running") != nullptr || find_str(line, "正在运行") != nullptr;
+    if (line == nullptr) {
+        return ServiceState::UNKNOWN;
+    }
+    const bool running = find_str(line, "running") != nullptr || find_str(line, "正在运行") != nullptr;
+    return running ? ServiceState::RUNNING : ServiceState::STOPPED;
 }
 
 // ● dravikd.service - Device-Mapper Multipath Device Controller
 //    Loaded: loaded (/usr/lib/systemd/system/dravikd.service; enabled; vendor preset: enabled)
 //    Active: active (running) since Mon 2021-12-06 10:15:02 CST; 1h 3min ago
-bool systemdSaysRunning(char *text) {
-    return find_str(nonEmptyLine(text, 3), " active (running) ") != nullptr;
+ServiceState systemdState(char *text) {
+    const char *line = nonEmptyLine(text, 3);
+    if (find_str(line, " active (running) ") != nullptr) {
+        return ServiceState::RUNNING;
+    }
+    return find_str(line, " Active: ") != nullptr ? ServiceState::STOPPED : ServiceState::UNKNOWN;
 }
 
 } // namespace
@@ -58,17 +67,21 @@ bool dravik::prepareServiceTool() {
     return false;
 }
 
-s_ecItems *getStatus(bool *running) {
-    const bool sysv = dravik::prepareServiceTool();
+ServiceState dravik::serviceState() {
+    const bool sysv = prepareServiceTool();
     const ShellCommand command = sysv ? ShellCommand(CMD_service, " dravikd status"_sh)
                                       : ShellCommand(CMD_systemctl, " status dravikd.service"_sh);
-    *running = false;
     const CommandOutput output;
     // Both tools answer for a stopped daemon with an exit status of its own: the text alone decides.
-    runForOutput(__func__, command, output.pages, TASK_OUTPUT_SIZE);
-    if (output.pages != nullptr) {
-        *running = sysv ? sysvSaysRunning(output.pages) : systemdSaysRunning(output.pages);
+    runForOutput("getStatus", command, output.pages, TASK_OUTPUT_SIZE);
+    if (output.pages == nullptr) {
+        return ServiceState::UNKNOWN;
     }
+    return sysv ? sysvState(output.pages) : systemdState(output.pages);
+}
+
+s_ecItems *getStatus(bool *running) {
+    *running = dravik::serviceState() == ServiceState::RUNNING;
     return &EC_info_ok;
 }
 

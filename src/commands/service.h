@@ -19,6 +19,11 @@ namespace dravik {
 // True on a SysV host; on any other, systemctl is about to be used and the unit link is seen to first.
 bool prepareServiceTool();
 
+// Whether the daemon runs, by what the service tool prints. UNKNOWN where that says nothing of it: a tool that cannot be
+// reached, a daemon that is not installed.
+enum class ServiceState { RUNNING, STOPPED, UNKNOWN };
+ServiceState serviceState();
+
 } // namespace dravik
 
 // `*running`: whether the daemon runs. Never fails: EC_info_ok, also where the service tool cannot be reached,

@@ -3,7 +3,7 @@
 
 #include <cstdlib>
 
-#include "ledger/comparison.h"
+#include "ledger/known_health.h"
 
 namespace dravik {
 

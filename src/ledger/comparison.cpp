@@ -6,6 +6,8 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "ledger/baseline_learning.h"
+#include "ledger/change_events.h"
 #include "ledger/event_kinds.h"
 #include "ledger/path_history.h"
 #include "ledger/path_matching.h"
@@ -19,7 +21,7 @@ class Comparer {
   public:
     Comparer(const SeenTopology &seen_topology, const Circumstances &observed, const Kernel &asked,
              KnownTopology *known_topology)
-        : seen(seen_topology), at(observed), kernel(asked), known(*known_topology) {}
+        : seen(seen_topology), at(observed), kernel(asked), known(*known_topology), events(observed) {}
 
     Comparison run();
 
@@ -31,21 +33,14 @@ class Comparer {
     void takeAttributes(const SeenVolume &now, KnownVolume *volume, bool quiet);
     void meetPaths(const SeenVolume &now, KnownVolume *volume, bool quiet);
     void meetPath(const SeenPath &now, KnownVolume *volume, KnownPath *path, bool quiet);
+    void tellChanges(const PathAttributes &before, const KnownVolume &volume, const KnownPath &path,
+                     bool quiet);
     void addPath(const SeenPath &now, KnownVolume *volume, PathKeySet *keys, bool quiet);
     void missPath(KnownVolume *volume, KnownPath *path, bool quiet);
     void finishVolume(KnownVolume *volume, size_t first_event, bool judge);
     void watchFlapping(KnownVolume *volume, KnownPath *path, bool quiet);
 
-    void learnBaseline(KnownVolume *volume);
     void changeKey(const PathKey &key, KnownVolume *volume, KnownPath *path);
-    Event &tell(const char *kind, const KnownVolume &volume, const std::string &from, const std::string &to);
-    Event &tellPath(const char *kind, const KnownVolume &volume, const KnownPath &path,
-                    const std::string &from, const std::string &to);
-    void tellChange(const char *kind, const KnownVolume &volume, const KnownPath &path,
-                    const std::string &from, const std::string &to, bool quiet);
-    void setCause(Event *event) const;
-    const Operation *operationOn(const Event &event) const;
-    std::string offlineBy(const KnownVolume &volume, const KnownPath &path) const;
     bool isStillThere(KernelAnswer answer, bool given_away) const;
     void doubt(const std::string &what);
 
@@ -54,17 +49,10 @@ class Comparer {
     const Kernel &kernel;
     KnownTopology &known;
     Comparison result;
+    ChangeEvents events;
     std::unordered_set<std::string> seen_maps;
     std::unordered_set<std::string> seen_devices;
 };
-
-PathKeySet keysOf(const KnownVolume &volume) {
-    PathKeySet keys;
-    for (const KnownPath &path : volume.paths) {
-        keys.add(path.key);
-    }
-    return keys;
-}
 
 void Comparer::indexSeen() {
     for (const SeenVolume &volume : seen) {
@@ -75,89 +63,11 @@ void Comparer::indexSeen() {
     }
 }
 
-// ---- telling
-
-// The operation of ours that explains the event, null when there is none.
-const Operation *Comparer::operationOn(const Event &event) const {
-    for (const Operation &operation : at.operations) {
-        const bool on_volume = operation.volume == event.alias || operation.volume == event.wwid;
-        const bool on_path = on_volume && event.has_path && operation.path == event.path_name;
-        const bool on_all = operation.command == "refresh" || operation.command == "stop";
-        if (on_all || (operation.command == "setstate" && on_path) ||
-            (operation.command == "delete" && on_volume && !operation.volume.empty())) {
-            return &operation;
-        }
-    }
-    return nullptr;
-}
-
-void Comparer::setCause(Event *event) const {
-    const Operation *operation = at.same_boot ? operationOn(*event) : nullptr;
-    event->cause = !at.same_boot ? "host_restart" : operation != nullptr ? "operator" : "fault";
-    if (operation != nullptr) {
-        event->user = operation->user;
-        event->command = operation->line;
-    }
-}
-
-Event &Comparer::tell(const char *kind, const KnownVolume &volume, const std::string &from,
-                      const std::string &to) {
-    Event event;
-    event.time = at.time;
-    event.boot_id = at.boot_id;
-    event.kind = kind;
-    event.wwid = volume.wwid;
-    event.alias = volume.attributes.alias;
-    event.from = from;
-    event.to = to;
-    setCause(&event);
-    result.events.push_back(event);
-    return result.events.back();
-}
-
-Event &Comparer::tellPath(const char *kind, const KnownVolume &volume, const KnownPath &path,
-                          const std::string &from, const std::string &to) {
-    Event &event = tell(kind, volume, from, to);
-    event.has_path = true;
-    event.path_name = path.attributes.name;
-    event.path_address = path.attributes.address;
-    event.initiator = path.key.initiator;
-    event.target_port = path.key.target_port;
-    setCause(&event);
-    return event;
-}
-
-void Comparer::tellChange(const char *kind, const KnownVolume &volume, const KnownPath &path,
-                          const std::string &from, const std::string &to, bool quiet) {
-    if (!quiet && from != to) {
-        tellPath(kind, volume, path, from, to);
-    }
-}
-
 // ---- paths
-
-// The baseline is what a volume has had: each path that is there belongs to it.
-void Comparer::learnBaseline(KnownVolume *volume) {
-    PathKeySet baseline;
-    for (const BaselinePath &path : volume->baseline) {
-        baseline.add(path.key);
-    }
-    for (const KnownPath &path : volume->paths) {
-        if (path.presence != Presence::MISSING && baseline.add(path.key)) {
-            volume->baseline.push_back({path.key, path.attributes.name});
-            volume->baseline_changed = true;
-        }
-    }
-}
 
 // A key that has become known later names the same path, in the baseline too.
 void Comparer::changeKey(const PathKey &key, KnownVolume *volume, KnownPath *path) {
-    const auto is_old = [path](const BaselinePath &other) {
-        return sameKey(other.key, path->key) && other.key.twin == path->key.twin;
-    };
-    volume->baseline.erase(std::remove_if(volume->baseline.begin(), volume->baseline.end(), is_old),
-                           volume->baseline.end());
-    volume->baseline_changed = true;
+    forgetBaselinePath(path->key, volume);
     path->key = key;
     path->key.twin = keysOf(*volume).freeTwin(key);
     path->changed = true;
@@ -169,7 +79,7 @@ void Comparer::watchFlapping(KnownVolume *volume, KnownPath *path, bool quiet) {
         path->flapping = flapping;
         path->changed = true;
         if (!quiet) {
-            tellPath(flapping ? PATH_FLAPPING : PATH_STEADY, *volume, *path, "", "");
+            events.tellPath(flapping ? PATH_FLAPPING : PATH_STEADY, *volume, *path, "", "");
         }
     }
     result.needs_time = result.needs_time || flapping;
@@ -185,7 +95,25 @@ void Comparer::addPath(const SeenPath &now, KnownVolume *volume, PathKeySet *key
     path.changed = true;
     volume->paths.push_back(path);
     if (!quiet) {
-        tellPath(PATH_APPEARED, *volume, path, "", now.attributes.checker_state);
+        events.tellPath(PATH_APPEARED, *volume, path, "", now.attributes.checker_state);
+    }
+}
+
+// Tells what has changed in a path that was there before.
+void Comparer::tellChanges(const PathAttributes &before, const KnownVolume &volume, const KnownPath &path,
+                           bool quiet) {
+    const PathAttributes &after = path.attributes;
+    const std::tuple<const char *, const std::string &, const std::string &> changes[] = {
+        {PATH_MOVED, before.name, after.name},
+        {PATH_CHECKER_STATE, before.checker_state, after.checker_state},
+        {PATH_DM_STATE, before.dm_state, after.dm_state},
+        {PATH_ONLINE_STATE, before.online_state, after.online_state},
+        {PATH_GROUP_STATE, before.group_status, after.group_status},
+    };
+    for (const auto &[kind, from, to] : changes) {
+        if (!quiet && from != to) {
+            events.tellPath(kind, volume, path, from, to);
+        }
     }
 }
 
@@ -208,36 +136,19 @@ void Comparer::meetPath(const SeenPath &now, KnownVolume *volume, KnownPath *pat
     path->unseen_since = 0;
     if (presence == Presence::MISSING) {
         if (!quiet) {
-            tellPath(PATH_APPEARED, *volume, *path, "", after.checker_state);
+            events.tellPath(PATH_APPEARED, *volume, *path, "", after.checker_state);
         }
     } else {
         if (presence == Presence::UNSEEN && !quiet) {
-            tellPath(PATH_SEEN_AGAIN, *volume, *path, "", "");
+            events.tellPath(PATH_SEEN_AGAIN, *volume, *path, "", "");
         }
-        tellChange(PATH_MOVED, *volume, *path, before.name, after.name, quiet);
-        tellChange(PATH_CHECKER_STATE, *volume, *path, before.checker_state, after.checker_state, quiet);
-        tellChange(PATH_DM_STATE, *volume, *path, before.dm_state, after.dm_state, quiet);
-        tellChange(PATH_ONLINE_STATE, *volume, *path, before.online_state, after.online_state, quiet);
-        tellChange(PATH_GROUP_STATE, *volume, *path, before.group_status, after.group_status, quiet);
+        tellChanges(before, *volume, *path, quiet);
     }
-    const bool worked = path->working;
     noteWorking(path, now.working, at.time);
-    if (worked && !now.working) {
-        path->offline_by = offlineBy(*volume, *path);
+    if (!now.working) {
+        noteOfflineBy(at, *volume, path);
     }
     watchFlapping(volume, path, quiet);
-}
-
-// Who has just taken the path offline; empty when nobody has.
-std::string Comparer::offlineBy(const KnownVolume &volume, const KnownPath &path) const {
-    for (const Operation &operation : at.operations) {
-        const bool on_volume = operation.volume == volume.attributes.alias || operation.volume == volume.wwid;
-        if (on_volume && operation.command == "setstate" && operation.detail == "offline" &&
-            operation.path == path.attributes.name) {
-            return operation.user;
-        }
-    }
-    return "";
 }
 
 // A map or device that the listing gives to another is no proof that the missing one is still there. Where the kernel
@@ -273,7 +184,7 @@ void Comparer::missPath(KnownVolume *volume, KnownPath *path, bool quiet) {
             path->unseen_since = at.time;
             path->changed = true;
             if (!quiet) {
-                tellPath(PATH_UNSEEN, *volume, *path, "", "");
+                events.tellPath(PATH_UNSEEN, *volume, *path, "", "");
             }
         }
         return;
@@ -284,7 +195,7 @@ void Comparer::missPath(KnownVolume *volume, KnownPath *path, bool quiet) {
     path->changed = true;
     noteWorking(path, false, at.time);
     if (!quiet) {
-        tellPath(PATH_GONE, *volume, *path, before, "");
+        events.tellPath(PATH_GONE, *volume, *path, before, "");
     }
     watchFlapping(volume, path, quiet);
 }
@@ -325,10 +236,10 @@ void Comparer::takeAttributes(const SeenVolume &now, KnownVolume *volume, bool q
                                                       after.size, after.size_bytes, after.transport);
     volume->attributes = after;
     if (!quiet && before.alias != after.alias) {
-        tell(VOLUME_RENAMED, *volume, before.alias, after.alias);
+        events.tell(VOLUME_RENAMED, *volume, before.alias, after.alias);
     }
     if (!quiet && before.size != after.size) {
-        tell(VOLUME_RESIZED, *volume, before.size, after.size);
+        events.tell(VOLUME_RESIZED, *volume, before.size, after.size);
     }
 }
 
@@ -338,19 +249,17 @@ void Comparer::finishVolume(KnownVolume *volume, size_t first_event, bool judge)
     const VolumeState state = verdictOf(health, baselineSurvival(*volume));
     if (state != volume->state) {
         if (judge) {
-            tell(VOLUME_STATE, *volume, stateWord(volume->state), stateWord(state));
+            events.tellOutcome(first_event, VOLUME_STATE, *volume, stateWord(volume->state),
+                               stateWord(state));
         }
         volume->state = state;
         volume->changed = true;
     }
-    for (size_t i = first_event; i < result.events.size(); ++i) {
-        result.events[i].paths_working = countWorking(health);
-        result.events[i].paths_known = static_cast<int64_t>(health.size());
-    }
+    events.setPaths(first_event, countWorking(health), static_cast<int64_t>(health.size()));
 }
 
 void Comparer::missVolume(KnownVolume *volume) {
-    const size_t first_event = result.events.size();
+    const size_t first_event = events.count();
     const VolumeAttributes &attributes = volume->attributes;
     const bool given_away = seen_maps.count(attributes.map) != 0;
     const KernelAnswer answer = given_away
@@ -362,12 +271,12 @@ void Comparer::missVolume(KnownVolume *volume) {
             volume->presence = Presence::UNSEEN;
             volume->unseen_since = at.time;
             volume->changed = true;
-            tell(VOLUME_UNSEEN, *volume, "", "");
+            events.tell(VOLUME_UNSEEN, *volume, "", "");
         }
         finishVolume(volume, first_event, true);
         return;
     }
-    tell(VOLUME_GONE, *volume, stateWord(volume->state), "");
+    events.tell(VOLUME_GONE, *volume, stateWord(volume->state), "");
     volume->gone = true;
     volume->presence = Presence::PRESENT;
     volume->unseen_since = 0;
@@ -380,11 +289,11 @@ void Comparer::missVolume(KnownVolume *volume) {
         path.flapping = false;
     }
     const std::vector<PathHealth> none = healthOf(*volume, at.time);
-    result.events.back().paths_known = static_cast<int64_t>(none.size());
+    events.setPaths(first_event, 0, static_cast<int64_t>(none.size()));
 }
 
 void Comparer::addVolume(const SeenVolume &now) {
-    const size_t first_event = result.events.size();
+    const size_t first_event = events.count();
     KnownVolume volume;
     volume.wwid = now.wwid;
     volume.attributes = now.attributes;
@@ -395,12 +304,12 @@ void Comparer::addVolume(const SeenVolume &now) {
     }
     learnBaseline(&volume);
     known.push_back(volume);
-    tell(VOLUME_APPEARED, known.back(), "", "");
+    events.tell(VOLUME_APPEARED, known.back(), "", "");
     finishVolume(&known.back(), first_event, false);
 }
 
 void Comparer::meetVolume(const SeenVolume &now, KnownVolume *volume, bool returns) {
-    const size_t first_event = result.events.size();
+    const size_t first_event = events.count();
     const bool was_unseen = volume->presence == Presence::UNSEEN;
     const bool had_paths = std::any_of(volume->paths.begin(), volume->paths.end(), [](const KnownPath &path) {
         return path.presence != Presence::MISSING;
@@ -414,10 +323,10 @@ void Comparer::meetVolume(const SeenVolume &now, KnownVolume *volume, bool retur
     }
     takeAttributes(now, volume, quiet);
     if (quiet) {
-        tell(returns ? VOLUME_APPEARED : VOLUME_SEEN_AGAIN, *volume, "", "");
+        events.tell(returns ? VOLUME_APPEARED : VOLUME_SEEN_AGAIN, *volume, "", "");
     }
     if (!quiet && had_paths && now.paths.empty()) {
-        tell(VOLUME_WITHOUT_PATHS, *volume, "", "");
+        events.tell(VOLUME_WITHOUT_PATHS, *volume, "", "");
     }
     meetPaths(now, volume, quiet);
     finishVolume(volume, first_event, !returns);
@@ -449,9 +358,7 @@ Comparison Comparer::run() {
             meetVolume(volume, &known[place->second], known[place->second].gone);
         }
     }
-    for (Event &event : result.events) {
-        event.quality = result.quality;
-    }
+    result.events = events.take(result.quality);
     return result;
 }
 
@@ -460,29 +367,6 @@ Comparison Comparer::run() {
 Comparison compareTopologies(const SeenTopology &seen, const Circumstances &circumstances,
                              const Kernel &kernel, KnownTopology *known) {
     return Comparer(seen, circumstances, kernel, known).run();
-}
-
-std::vector<PathHealth> healthOf(const KnownVolume &volume, Milliseconds time) {
-    std::vector<PathHealth> health;
-    health.reserve(volume.paths.size());
-    const bool volume_unseen_long =
-        volume.presence == Presence::UNSEEN && time - volume.unseen_since > UNKNOWN_AFTER_MS;
-    for (const KnownPath &path : volume.paths) {
-        const bool unseen_long =
-            path.presence == Presence::UNSEEN && time - path.unseen_since > UNKNOWN_AFTER_MS;
-        health.push_back({path.key.initiator, path.key.target_port, path.working, path.presence,
-                          unseen_long || volume_unseen_long});
-    }
-    return health;
-}
-
-Survival baselineSurvival(const KnownVolume &volume) {
-    std::vector<PathHealth> paths;
-    paths.reserve(volume.baseline.size());
-    for (const BaselinePath &path : volume.baseline) {
-        paths.push_back({path.key.initiator, path.key.target_port, true, Presence::PRESENT, false});
-    }
-    return survivalOf(paths);
 }
 
 } // namespace dravik

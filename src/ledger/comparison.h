@@ -9,7 +9,9 @@
 #include <string>
 #include <vector>
 
+#include "ledger/causes.h"
 #include "ledger/kernel_view.h"
+#include "ledger/known_health.h"
 #include "ledger/records.h"
 
 namespace dravik {
@@ -19,16 +21,6 @@ struct Kernel {
     std::function<KernelAnswer(const std::string &map, const std::string &name)> has_path;
     std::function<KernelAnswer(const std::string &map, const std::string &alias, const std::string &wwid)>
         has_volume;
-};
-
-// The circumstances of an observation.
-struct Circumstances {
-    Milliseconds time = 0;
-    std::string boot_id;
-    bool is_first = false;             // nothing has been observed before
-    bool same_boot = true;             // the host has not been restarted since the last observation
-    bool tool_was_ended = false;       // it exited non-zero or by a signal
-    std::vector<Operation> operations; // of ours, that ran since the last observation
 };
 
 struct Comparison {
@@ -42,9 +34,5 @@ struct Comparison {
 // added behind the others.
 Comparison compareTopologies(const SeenTopology &seen, const Circumstances &circumstances,
                              const Kernel &kernel, KnownTopology *known);
-
-// The health of a known volume's paths at `time`, and the survival of its baseline.
-std::vector<PathHealth> healthOf(const KnownVolume &volume, Milliseconds time);
-Survival baselineSurvival(const KnownVolume &volume);
 
 } // namespace dravik

@@ -1,6 +1,7 @@
 // Judging and writing observations.
 #include "ledger/keeper.h"
 
+#include <algorithm>
 #include <ctime>
 #include <new>
 #include <unordered_map>
@@ -179,7 +180,9 @@ void LedgerKeeper::writeComparison(const ToolOutcome &outcome, const s_dravik *t
     circumstances.is_first = last.quality == Quality::NEVER;
     circumstances.same_boot = last.boot_id.empty() || last.boot_id == observation.boot_id;
     circumstances.tool_was_ended = outcome.exit_status != 0 || outcome.signal_number != 0;
-    circumstances.operations = loadOperations(database.get(), last.time, observation.time);
+    // One that ended while the last topology was being listed may show only now.
+    circumstances.operations = loadOperations(
+        database.get(), std::max<Milliseconds>(last.seen - last.duration_ms, 1), observation.time);
     Comparison comparison = compareTopologies(seen, circumstances, realKernel(), &known);
 
     countSeen(seen, &observation);

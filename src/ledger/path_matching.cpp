@@ -128,4 +128,12 @@ int PathKeySet::freeTwin(const PathKey &key) const {
     return next == next_twins.end() ? 0 : next->second;
 }
 
+PathKeySet keysOf(const KnownVolume &volume) {
+    PathKeySet keys;
+    for (const KnownPath &path : volume.paths) {
+        keys.add(path.key);
+    }
+    return keys;
+}
+
 } // namespace dravik

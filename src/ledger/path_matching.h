@@ -36,4 +36,7 @@ class PathKeySet {
     std::unordered_map<std::string, int> next_twins;
 };
 
+// The keys of all the volume's paths.
+PathKeySet keysOf(const KnownVolume &volume);
+
 } // namespace dravik

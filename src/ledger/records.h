@@ -142,6 +142,9 @@ struct Event {
     std::string command;
 };
 
+// The detail of an operation that was refused before it ran: it explains nothing that is seen.
+constexpr char REFUSED[] = "refused";
+
 // A command that changed the host.
 struct Operation {
     int64_t id = 0;
@@ -152,7 +155,7 @@ struct Operation {
     std::string line;    // dravik setstate -path_alias ...
     std::string volume;  // as typed; "" for none
     std::string path;
-    std::string detail; // of setstate: online, offline
+    std::string detail; // of setstate: online, offline; or REFUSED
     int code = 0;
 };
 

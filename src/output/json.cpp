@@ -95,6 +95,10 @@ Json &Json::add(Json value) {
     return *this;
 }
 
+bool Json::has(const char *name) const {
+    return cJSON_GetObjectItemCaseSensitive(item.get(), name) != nullptr;
+}
+
 std::string Json::line() const {
     char *printed = cJSON_PrintUnformatted(item.get());
     if (printed == nullptr) {

@@ -50,6 +50,9 @@ class Json {
         return value.empty() ? set(name, null()) : set(name, text(value));
     }
 
+    // Whether an object has this member.
+    bool has(const char *name) const;
+
     // The document on one line, without a newline.
     std::string line() const;
 

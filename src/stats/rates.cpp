@@ -59,3 +59,22 @@ void compute_ext_disk_stats(const s_iodev *current, const s_iodev *previous,
     out->read_response_time = perRequest(read_ms, reads);
     out->write_response_time = perRequest(write_ms, writes);
 }
+
+dravik::DeviceRates dravik::deviceRates(const s_iodev &current, const s_iodev &previous,
+                                        unsigned long long interval_ticks, int unit_divisor) {
+    const auto requests = [&](unsigned long before, unsigned long now) {
+        return requestRate(before, now, interval_ticks);
+    };
+    const auto throughput = [&](uint64_t before, uint64_t now) {
+        return ll_s_value(before, now, interval_ticks) / unit_divisor;
+    };
+    s_ext_disk_stats stats;
+    compute_ext_disk_stats(&current, &previous, interval_ticks, &stats);
+    return {{requests(previous.read_ios + previous.write_ios, current.read_ios + current.write_ios),
+             requests(previous.read_ios, current.read_ios), requests(previous.write_ios, current.write_ios)},
+            {throughput(previous.read_sectors + previous.write_sectors,
+                        current.read_sectors + current.write_sectors),
+             throughput(previous.read_sectors, current.read_sectors),
+             throughput(previous.write_sectors, current.write_sectors)},
+            {stats.response_time, stats.read_response_time, stats.write_response_time}};
+}

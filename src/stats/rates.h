@@ -32,3 +32,24 @@ void compute_ext_disk_stats(const s_iodev *current, const s_iodev *previous,
 
 // Requests per second out of two counts, as plain 64-bit difference.
 double requestRate(unsigned long previous, unsigned long current, unsigned long long interval_ticks);
+
+namespace dravik {
+
+// One kind of number in total, of reads and of writes.
+struct ReadWriteRates {
+    double total;
+    double read;
+    double write;
+};
+
+// What a report of the extended layout shows of a device.
+struct DeviceRates {
+    ReadWriteRates requests;    // a second
+    ReadWriteRates throughput;  // in units of `unit_divisor` sectors a second
+    ReadWriteRates response_ms; // mean, 0 where no request of the kind completed
+};
+
+DeviceRates deviceRates(const s_iodev &current, const s_iodev &previous, unsigned long long interval_ticks,
+                        int unit_divisor);
+
+} // namespace dravik

@@ -117,22 +117,16 @@ void addExtendedRow(ReportText *text, unsigned long long interval_ticks, int uni
         text->addPadded(find_str(name, "dm-") != nullptr ? alias : name,
                         blanks(std::max(width, NARROW_WIDTH)));
     }
-    s_ext_disk_stats stats;
-    compute_ext_disk_stats(current, previous, interval_ticks, &stats);
-    const auto throughput = [&](uint64_t before, uint64_t now) {
-        return ll_s_value(before, now, interval_ticks) / unit_divisor;
-    };
-    text->addNumber(9, requestRate(previous->read_ios + previous->write_ios,
-                                   current->read_ios + current->write_ios, interval_ticks));
-    text->addNumber(8, requestRate(previous->read_ios, current->read_ios, interval_ticks));
-    text->addNumber(8, requestRate(previous->write_ios, current->write_ios, interval_ticks));
-    text->addNumber(10, throughput(previous->read_sectors + previous->write_sectors,
-                                   current->read_sectors + current->write_sectors));
-    text->addNumber(9, throughput(previous->read_sectors, current->read_sectors));
-    text->addNumber(9, throughput(previous->write_sectors, current->write_sectors));
-    text->addNumber(7, stats.response_time);
-    text->addNumber(7, stats.read_response_time);
-    text->addNumber(7, stats.write_response_time);
+    const dravik::DeviceRates rates = dravik::deviceRates(*current, *previous, interval_ticks, unit_divisor);
+    text->addNumber(9, rates.requests.total);
+    text->addNumber(8, rates.requests.read);
+    text->addNumber(8, rates.requests.write);
+    text->addNumber(10, rates.throughput.total);
+    text->addNumber(9, rates.throughput.read);
+    text->addNumber(9, rates.throughput.write);
+    text->addNumber(7, rates.response_ms.total);
+    text->addNumber(7, rates.response_ms.read);
+    text->addNumber(7, rates.response_ms.write);
     text->add(" \n");
 }
 

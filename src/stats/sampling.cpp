@@ -82,6 +82,13 @@ void alarm_handler(int /*sig*/) {
 }
 
 void rw_io_stat_loop(long count, struct tm *tm) {
+    const int width = get_max_dev_alias_name_len();
+    dravik::sampleOverAndOver(count, tm,
+                              {[width] { write_banner(width); },
+                               [width, tm](int slot_of_sample) { write_stats(slot_of_sample, tm, width); }});
+}
+
+void dravik::sampleOverAndOver(long count, struct tm *tm, const SampleUse &use) {
     const sigset_t signals = loopSignals();
     sigset_t before;
     sigprocmask(SIG_BLOCK, &signals, &before);
@@ -92,16 +99,15 @@ void rw_io_stat_loop(long count, struct tm *tm) {
     cur_slot = 1;
     bool skip = st_settings.omit_first_report && st_interval > 0;
     setvbuf(stdout, nullptr, _IONBF, 0);
-    const int width = get_max_dev_alias_name_len();
     do {
         if (!skip) {
-            write_banner(width);
+            use.before();
         }
         takeSample(tm);
         if (skip) {
             skip = false;
         } else {
-            write_stats(cur_slot, tm, width);
+            use.after(cur_slot);
             count -= count > 0 ? 1 : 0;
         }
         if (count != 0) {

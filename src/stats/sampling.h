@@ -6,6 +6,7 @@
 #pragma once
 
 #include <ctime>
+#include <functional>
 
 // The handler of SIGINT: releases the tables and the device list, prints a newline and exits with status 0.
 // Other signals are ignored by it.
@@ -23,3 +24,17 @@ void alarm_handler(int sig);
 // A report is the banner and what write_stats prints. With omit_first_report and a positive interval the first
 // sample (counts since boot) is taken but not printed and not counted. Standard output becomes unbuffered.
 void rw_io_stat_loop(long count, struct tm *tm);
+
+namespace dravik {
+
+// What becomes of each sample: `before` is called before it is taken, `after` behind it with the sample's slot.
+struct SampleUse {
+    std::function<void()> before;
+    std::function<void(int slot_of_sample)> after;
+};
+
+// The loop alone: takes a sample, hands it to `use`, waits for the next signal, over and over, `count` times; with -1 it
+// never ends. The rest is as in rw_io_stat_loop.
+void sampleOverAndOver(long count, struct tm *tm, const SampleUse &use);
+
+} // namespace dravik

@@ -42,7 +42,7 @@ map() {
 }
 
 @test "options, help and service names" {
-    offers -h --help --version --service -- dravik -
+    offers -h --help --version --service --json -- dravik -
     offers --service -- dravik --s
     offers scan setalias setstate setpathpolicy start status stop -- dravik s
     offers setalias setstate setpathpolicy -- dravik help set
@@ -54,6 +54,20 @@ map() {
     offers --help -- dravik status -
     offers -- dravik status ''
     offers -- dravik status --help -
+}
+
+@test "behind --json the words are offered that would be offered without it" {
+    make_root
+    offers --json -- dravik --j
+    offers --service -- dravik --json -
+    offers start status stop -- dravik --json st
+    offers database mail -- dravik --json query ''
+    offers -path_alias -interval -- dravik --json devstats ''
+    offers sdb sdd -- dravik --json setstate -path_alias database -device_name ''
+    offers mkconfig lsselfstart setselfstart -- dravik --json --service ''
+    offers -- dravik --json --json ''
+    offers -- dravik status --json ''
+    offers -- dravik status --j
 }
 
 @test "parameters are offered once, values where values belong" {

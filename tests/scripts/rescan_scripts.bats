@@ -170,12 +170,40 @@ END
     answers 0 "No Fibre Channel port was found on this host."
 }
 
+@test "with \"fields\" a port is a line of its seven values, and a host without ports has none" {
+    mkdir -p "$FC/host10"
+    echo "0x21000024ff5d6a10" >"$FC/host10/port_name"
+    printf 'un\001kno\twn \n' >"$FC/host10/speed"
+    run script fc_info fields
+    same 0 "$status"
+    expect_output <<END
+$(printf '%s\t%s\t%s\t%s\t%s\t%s\t%s\n' \
+        host1 0x21000024ff5d6a11 0x20000024ff5d6a11 Online "16 Gbit" "NPort (fabric via point-to-point)" simhba \
+        host2 0x21000024ff5d6a12 0x20000024ff5d6a12 Online "16 Gbit" "NPort (fabric via point-to-point)" simhba \
+        host10 0x21000024ff5d6a10 "" "" 'un?kno?wn' "" "")
+END
+    rm -r "$FC"
+    run script fc_info fields
+    answers 0 ""
+}
+
 @test "arguments are answered with the usage line" {
-    for name in g2dravikscan discoverfcnvme fc_info; do
+    for name in g2dravikscan discoverfcnvme; do
         run script "$name" all
         answers 2 "$name.sh: takes no arguments
 usage: $name.sh"
         run script "$name" --help
         answers 0 "usage: $name.sh"
     done
+}
+
+@test "any other argument of fc_info.sh is answered with its usage line" {
+    local usage="fc_info.sh: takes no arguments but \"fields\"
+usage: fc_info.sh [fields]"
+    run script fc_info all
+    answers 2 "$usage"
+    run script fc_info fields all
+    answers 2 "$usage"
+    run script fc_info --help
+    answers 0 "usage: fc_info.sh [fields]"
 }

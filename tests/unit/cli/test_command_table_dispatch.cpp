@@ -10,7 +10,13 @@
 #include <gtest/gtest.h>
 
 #include "cli/cli_exe.h"
+#include "commands/lsalias_json.h"
+#include "commands/lspathpolicy_json.h"
 #include "commands/parameter_buffers.h"
+#include "commands/port_json.h"
+#include "commands/query_json.h"
+#include "commands/status_json.h"
+#include "commands/version_json.h"
 
 namespace {
 
@@ -98,6 +104,29 @@ s_ecItems *lsport() {
 s_ecItems *refresh() {
     return called("refresh");
 }
+
+namespace dravik {
+
+s_ecItems *describeLsalias(int /*argc*/, Json * /*document*/) {
+    return called("describeLsalias");
+}
+s_ecItems *describeLspathpolicy(int /*argc*/, Json * /*document*/) {
+    return called("describeLspathpolicy");
+}
+s_ecItems *describePort(int /*argc*/, Json * /*document*/) {
+    return called("describePort");
+}
+s_ecItems *describeQuery(int argc, Json * /*document*/) {
+    return called("describeQuery", std::to_string(argc));
+}
+s_ecItems *describeStatus(int /*argc*/, Json * /*document*/) {
+    return called("describeStatus");
+}
+s_ecItems *describeVersion(int /*argc*/, Json * /*document*/) {
+    return called("describeVersion");
+}
+
+} // namespace dravik
 
 namespace {
 
@@ -207,4 +236,35 @@ TEST(CommandTableDispatch, AnUnknownNameCallsNothingAndIsNamed) {
     EXPECT_EQ(exeCli(2, argv), &EC_invalid_cli_name);
     EXPECT_EQ(exeCli(1, argv), &EC_invalid_cli_name);
     EXPECT_STREQ(EC_invalid_cli_name.items[0], "");
+}
+
+TEST(CommandTableDispatch, EachReadingCommandHasItsDescriptionAndTheMembersOfItsAnswer) {
+    const std::vector<std::vector<std::string>> rows = {
+        {"lsalias", "describeLsalias", "aliases"}, {"lspathpolicy", "describeLspathpolicy", "scsi", "nvme"},
+        {"query", "describeQuery 3", "volumes"},   {"status", "describeStatus", "service"},
+        {"version", "describeVersion", "version"}, {"port", "describePort", "ports"},
+        {"devstats", "", "interval_s", "devices"},
+    };
+    for (const std::vector<std::string> &row : rows) {
+        const dravik::Command *command = dravik::findCommand(row[0].c_str());
+        calls.clear();
+        if (command->describe != nullptr) {
+            command->describe(3, nullptr);
+        }
+        EXPECT_EQ(calls, row[1].empty() ? std::vector<std::string>{} : std::vector<std::string>{row[1]});
+        std::vector<std::string> members;
+        for (const char *const *member = command->answer; *member != nullptr; ++member) {
+            members.emplace_back(*member);
+        }
+        EXPECT_EQ(members, std::vector<std::string>(row.begin() + 2, row.end())) << row[0];
+    }
+}
+
+TEST(CommandTableDispatch, ACommandThatChangesTheHostAnswersItsResultAlone) {
+    for (const char *name : {"aggregation", "config", "delalias", "delete", "restart", "scan", "setalias",
+                             "setstate", "setpathpolicy", "start", "stop", "refresh"}) {
+        const dravik::Command *command = dravik::findCommand(name);
+        EXPECT_EQ(command->describe, nullptr) << name;
+        EXPECT_EQ(*command->answer, nullptr) << name;
+    }
 }

@@ -63,3 +63,12 @@ TEST(PathSelectors, ASelectorIsFoundByWhatAListingBeginsWith) {
         EXPECT_EQ(found(SelectorName::LISTED, text), NONE) << text;
     }
 }
+
+TEST(PathSelectors, AStoredSelectorIsShownUnderTheProductsNameAnyOtherTextAsItIs) {
+    EXPECT_STREQ(dravik::shownSelector("round-robin"), "smart-distribution-extend");
+    EXPECT_STREQ(dravik::shownSelector("queue-length"), "least-queue-depth-extend");
+    EXPECT_STREQ(dravik::shownSelector("service-time"), "round-robin-extend");
+    for (const char *text : {"historical-service-time", "service-time 0", ""}) {
+        EXPECT_STREQ(dravik::shownSelector(text), text);
+    }
+}

@@ -105,6 +105,44 @@ TEST(Service, TheOutcomeOfTheSoftLinkScriptIsIgnored) {
     EXPECT_TRUE(running);
 }
 
+// ---- serviceState
+
+namespace {
+
+using dravik::ServiceState;
+
+// The state that a systemd host's tool, or a SysV host's, tells with `output`.
+ServiceState stateBySystemd(const std::string &output, int outcome = 0) {
+    FakeHost host;
+    host.answer(SYSTEMD_STATUS, output, outcome);
+    return dravik::serviceState();
+}
+
+ServiceState stateBySysV(const std::string &output, int outcome = 0) {
+    FakeHost host;
+    host.becomeRhel6();
+    host.answer(SYSV_STATUS, output, outcome);
+    return dravik::serviceState();
+}
+
+} // namespace
+
+TEST(Service, TheStateIsWhatTheToolTellsOfTheDaemon) {
+    EXPECT_EQ(stateBySystemd(SYSTEMD_RUNNING), ServiceState::RUNNING);
+    EXPECT_EQ(stateBySystemd(SYSTEMD_STOPPED, 3), ServiceState::STOPPED);
+    EXPECT_EQ(stateBySystemd("a\nb\n   Active: failed (Result: signal)\n", 3), ServiceState::STOPPED);
+    EXPECT_EQ(stateBySysV(SYSV_RUNNING), ServiceState::RUNNING);
+    EXPECT_EQ(stateBySysV("dravikd is stopped\n", 3), ServiceState::STOPPED);
+}
+
+TEST(Service, TheStateIsUnknownWhereTheToolTellsNothingOfTheDaemon) {
+    EXPECT_EQ(stateBySystemd(""), ServiceState::UNKNOWN);
+    EXPECT_EQ(stateBySystemd("Unit dravikd.service could not be found.\n", 4), ServiceState::UNKNOWN);
+    EXPECT_EQ(stateBySystemd("", NOT_STARTED), ServiceState::UNKNOWN);
+    EXPECT_EQ(stateBySysV("", 1), ServiceState::UNKNOWN);
+    EXPECT_EQ(stateBySysV("", NOT_STARTED), ServiceState::UNKNOWN);
+}
+
 // ---- chMultipathdService
 
 TEST(Service, ActionsGoToSystemctlBehindTheSoftLinkScript) {

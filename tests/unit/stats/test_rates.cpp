@@ -79,4 +79,20 @@ TEST_F(Rates, WithoutRequestsTheMeansAreZero) {
     EXPECT_EQ(stats.write_response_time, 0.0);
 }
 
+TEST_F(Rates, ADeviceHasRequestsThroughputAndResponseTimesInTotalOfReadsAndOfWrites) {
+    hz = 100;
+    const s_iodev before = {1000, 2000, 100, 1, 200, 2, 50, 60, 0, 70, 80};
+    const s_iodev now = {1800, 2100, 300, 1, 210, 2, 250, 75, 0, 170, 180};
+    const dravik::DeviceRates rates = dravik::deviceRates(now, before, 200, 2);
+    EXPECT_DOUBLE_EQ(rates.requests.total, 105);
+    EXPECT_DOUBLE_EQ(rates.requests.read, 100);
+    EXPECT_DOUBLE_EQ(rates.requests.write, 5);
+    EXPECT_DOUBLE_EQ(rates.throughput.total, 225);
+    EXPECT_DOUBLE_EQ(rates.throughput.read, 200);
+    EXPECT_DOUBLE_EQ(rates.throughput.write, 25);
+    EXPECT_DOUBLE_EQ(rates.response_ms.total, 215.0 / 210);
+    EXPECT_DOUBLE_EQ(rates.response_ms.read, 1);
+    EXPECT_DOUBLE_EQ(rates.response_ms.write, 1.5);
+}
+
 } // namespace

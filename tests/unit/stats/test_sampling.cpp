@@ -456,3 +456,35 @@ TEST_F(Sampling, TheLoopGivesTheSignalMaskBack) {
 }
 
 } // namespace
+
+TEST(SamplingUse, EachSampleIsHandedOnBehindWhatComesBeforeIt) {
+    const StatsHost host;
+    host.diskstats(diskstatsLine("sdb", {1, 2, 3}) + "\n");
+    io_sys_init();
+    std::string course;
+    tm now = {};
+    dravik::sampleOverAndOver(1, &now,
+                              {[&course] { course += "before "; },
+                               [&course](int slot) { course += "sample " + std::to_string(slot); }});
+    EXPECT_EQ(course, "before sample 1");
+}
+
+TEST(SamplingUse, AFirstSampleThatIsNotToBeReportedIsHandedToNobody) {
+    const StatsHost host;
+    host.diskstats(diskstatsLine("sdb", {1, 2, 3}) + "\n");
+    io_sys_init();
+    st_settings.omit_first_report = true;
+    st_interval = 1;
+    std::string course;
+    tm now = {};
+    struct sigaction ignored = {};
+    ignored.sa_handler = [](int) {};
+    struct sigaction before = {};
+    sigaction(SIGALRM, &ignored, &before);
+    alarm(1);
+    dravik::sampleOverAndOver(1, &now,
+                              {[&course] { course += "before "; },
+                               [&course](int slot) { course += "sample " + std::to_string(slot); }});
+    sigaction(SIGALRM, &before, nullptr);
+    EXPECT_EQ(course, "before sample 0");
+}

@@ -33,8 +33,9 @@ class DumpsFolderTest : public testing::Test {
 
     mode_t mode(const std::string &name = "") const {
         struct stat attributes = {};
-        return lstat((name.empty() ? dumps.path() : dumps.path(name)).c_str(), &attributes) == 0 ? attributes.st_mode
-                                                                                                  : 0;
+        return lstat((name.empty() ? dumps.path() : dumps.path(name)).c_str(), &attributes) == 0
+                   ? attributes.st_mode
+                   : 0;
     }
     // What cannot be used lies at FILE_PATH by now: it is put aside when a file is to be made, and read by nobody.
     void expectForeign(const std::string &kind) {
@@ -151,6 +152,7 @@ TEST_F(DumpsFolderTest, TheLineIsWrittenInTheMiddleOfAnotherAndLeavesThatItsFile
     ASSERT_EQ(symlink(dumps.path("precious").c_str(), "/dumps/dravik_monitor.log"), 0);
     dravik_log(LOG_MONITOR, "", 1, "test", "a change");
     EXPECT_EQ(dumps.changeLogLines(), Lines{"a change"});
-    EXPECT_EQ(dumps.commandLogLines(), Lines{"ERROR putAside # /dumps/dravik_monitor.log was no plain file of ours: put "
-                                             "aside as /dumps/dravik_monitor.log.foreign."});
+    EXPECT_EQ(dumps.commandLogLines(),
+              Lines{"ERROR putAside # /dumps/dravik_monitor.log was no plain file of ours: put "
+                    "aside as /dumps/dravik_monitor.log.foreign."});
 }

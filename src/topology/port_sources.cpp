@@ -28,9 +28,10 @@ PathLinks links;
 constexpr size_t PATH_SIZE = 128;
 constexpr size_t LONGEST_NAME = 64;
 
-// A dot is a pattern to grep, and the character filter of the command lines replaces "!".
+// The kernel's names are letters and digits. Of what else a plain name may hold, a dot is a pattern to grep, the filter
+// of the command lines replaces "!", and cat puts a name with ":" between quotes when it complains.
 bool mayAnswerFor(const char *device) {
-    return !ask_commands_only && !is_debug() && strpbrk(device, ".!") == nullptr &&
+    return !ask_commands_only && !is_debug() && strpbrk(device, ".!:,") == nullptr &&
            strlen(device) <= LONGEST_NAME;
 }
 

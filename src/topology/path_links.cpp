@@ -156,7 +156,7 @@ void PathLinks::list(std::string_view device, char *out, size_t size) {
 void PathLinks::forget() {
     usual_texts = texts.size();
     usual_links = links.size();
-    texts = std::string();
+    std::string().swap(texts); // an assignment would keep the block
     links = std::vector<Link>();
     by_text = std::vector<uint32_t>();
     listed = std::vector<uint32_t>();

@@ -15,19 +15,24 @@ namespace dravik {
 // What the searches answer when no entry has the key.
 constexpr uint32_t NO_PLACE = UINT32_MAX;
 
-// The hash of a text, eight characters at a time. Names differ in their last letters, so those must reach all bits:
-// the multiplication carries them up, the folding brings them down again.
+// One round of mixing: the multiplication carries each bit up, the folding brings it down again.
+inline uint64_t mixHash(uint64_t hash) {
+    hash *= 0x9E3779B97F4A7C15U;
+    return hash ^ (hash >> 32);
+}
+
+// The hash of a text, eight characters at a time. Names are counted up in their last letters, so those must reach all
+// bits: after one round alone the low bits of "dm-0" to "dm-32767" fall into few cells.
 inline uint32_t hashText(std::string_view text) {
     uint64_t hash = text.size();
     while (!text.empty()) {
         const size_t length = std::min(text.size(), sizeof(uint64_t));
         uint64_t piece = 0;
         memcpy(&piece, text.data(), length);
-        hash = (hash ^ piece) * 0x9E3779B97F4A7C15U;
-        hash ^= hash >> 32;
+        hash = mixHash(hash ^ piece);
         text.remove_prefix(length);
     }
-    return static_cast<uint32_t>(hash);
+    return static_cast<uint32_t>(mixHash(hash));
 }
 
 class HashIndex {

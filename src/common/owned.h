@@ -67,7 +67,9 @@ using Stream = std::unique_ptr<FILE, CloseStream>;
 
 struct CloseFolder {
     void operator()(DIR *folder) const {
+        const int error = errno;
         closedir(folder);
+        errno = error;
     }
 };
 using Folder = std::unique_ptr<DIR, CloseFolder>;

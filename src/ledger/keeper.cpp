@@ -197,7 +197,7 @@ void LedgerKeeper::writeComparison(const ToolOutcome &outcome, const s_dravik *t
 }
 
 void LedgerKeeper::write(const ToolOutcome &outcome, const s_dravik *topology) {
-    events.clear();
+    events = {}; // with its memory: a first sight has an event a path
     if (!open()) {
         return;
     }

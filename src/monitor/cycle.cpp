@@ -112,6 +112,8 @@ void initMonitor() {
         const time_t begun = time(nullptr);
         oneMonitor();
         dravik::observeCycle(last_query.record, last_query.duration_ms);
+        // What lived for this cycle alone, the listing and the links and the ledger's comparison, is as large as the lists.
+        malloc_trim(0);
         sleep(pauseAfterCycle(difftime(time(nullptr), begun)));
     }
 }

@@ -24,28 +24,31 @@ auto sameWwid(const LunIndex *index, const LunIndex::Entry &key) {
     };
 }
 
-// Walks the list once and notes of each record what the indexes need.
-void noteRecords(LunIndex *index, const s_lunPath *head) {
+// Walks the list once and notes of each record what the indexes need. The number of runs of one WWID.
+size_t noteRecords(LunIndex *index, const s_lunPath *head) {
     index->entries.clear();
+    size_t runs = 0;
     LunIndex::Entry entry = {};
     for (s_lunPath *p = firstLunpath(head); p != nullptr; p = nextLunpath(p)) {
         entry.begins_run =
             entry.record == nullptr || strncmp(entry.record->lun_wwid, p->lun_wwid, LUN_WWID_LENGTH) != 0;
         if (entry.begins_run) {
+            ++runs;
             entry.wwid_hash = hashOf(p->lun_wwid, LUN_WWID_LENGTH);
         }
         entry.name_hash = hashOf(p->path_dev_name, LUN_TEXT_LENGTH);
         entry.record = p;
         index->entries.push_back(entry);
     }
+    return runs;
 }
 
 } // namespace
 
 void buildLunIndex(LunIndex *index, const s_lunPath *head) {
-    noteRecords(index, head);
+    const size_t runs = noteRecords(index, head);
     index->by_name.reset(index->entries.size());
-    index->by_wwid.reset(index->entries.size());
+    index->by_wwid.reset(runs);
     uint32_t place = 0;
     for (const LunIndex::Entry &entry : index->entries) {
         index->by_name.addFirst(entry.name_hash, place, sameName(index, entry));

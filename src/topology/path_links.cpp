@@ -5,7 +5,6 @@
 #include <cerrno>
 #include <climits>
 #include <cstring>
-#include <dirent.h>
 #include <fcntl.h>
 #include <numeric>
 #include <sys/stat.h>
@@ -104,31 +103,36 @@ void PathLinks::sort() {
     });
 }
 
-bool PathLinks::read(const char *folder) {
-    texts.clear();
-    texts.reserve(usual_texts);
-    links.clear();
-    links.reserve(usual_links);
-    by_text.clear();
-    const Folder opened(opendir(folder));
-    if (opened == nullptr) {
-        return errno == ENOENT;
-    }
+// Adds what the folder holds. False when only the commands can tell.
+bool PathLinks::addAll(DIR *folder) {
     for (;;) {
         errno = 0;
-        const dirent *entry = readdir(opened.get()); // NOLINT(concurrency-mt-unsafe)
+        const dirent *entry = readdir(folder); // NOLINT(concurrency-mt-unsafe)
         if (entry == nullptr) {
-            break;
+            return errno == 0;
         }
-        if (entry->d_name[0] != '.' && !add(dirfd(opened.get()), entry->d_name)) {
+        if (entry->d_name[0] != '.' && !add(dirfd(folder), entry->d_name)) {
             return false;
         }
     }
-    if (errno != 0) {
-        return false;
+}
+
+LinksState PathLinks::read(const char *folder) {
+    texts.clear();
+    links.clear();
+    by_text.clear();
+    const Folder opened(opendir(folder));
+    if (opened == nullptr) {
+        const bool is_none = errno == ENOTDIR || errno == ELOOP;
+        return errno == ENOENT ? LinksState::READ : is_none ? LinksState::NO_FOLDER : LinksState::UNSURE;
+    }
+    texts.reserve(usual_texts);
+    links.reserve(usual_links);
+    if (!addAll(opened.get())) {
+        return LinksState::UNSURE;
     }
     sort();
-    return true;
+    return LinksState::READ;
 }
 
 void PathLinks::list(std::string_view device, char *out, size_t size) {
@@ -152,7 +156,7 @@ void PathLinks::list(std::string_view device, char *out, size_t size) {
 void PathLinks::forget() {
     usual_texts = texts.size();
     usual_links = links.size();
-    texts = std::string();
+    std::string().swap(texts); // an assignment would keep the block
     links = std::vector<Link>();
     by_text = std::vector<uint32_t>();
     listed = std::vector<uint32_t>();

@@ -11,18 +11,24 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <dirent.h>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace dravik {
 
+enum class LinksState {
+    READ,      // a missing folder is an empty one
+    NO_FOLDER, // what is in its place is none: ls complains and lists nothing, whatever it is asked for
+    UNSURE, // the folder cannot be read for another reason, or holds an entry that is no plain link of root's (one with
+    // control bytes, a file, a folder): only the commands can tell
+};
+
 class PathLinks {
   public:
-    // Reads the folder; a missing one is empty. False when the answers cannot be vouched for: the folder cannot be read
-    // for another reason, or holds an entry that is no plain link of root's (one with control bytes, a file, a folder).
-    // Throws std::bad_alloc.
-    bool read(const char *folder);
+    // Reads the folder. Throws std::bad_alloc.
+    LinksState read(const char *folder);
 
     // Writes the listing for `device`, a plain name without a dot, into `out`, cut at `size` - 1 characters.
     void list(std::string_view device, char *out, size_t size);
@@ -38,6 +44,7 @@ class PathLinks {
         uint16_t name_length;
         uint16_t text_length;
     };
+    bool addAll(DIR *folder);
     bool add(int folder_fd, const char *name);
     void sort();
     std::string_view nameOf(const Link &link) const;

@@ -20,41 +20,49 @@ namespace {
 constexpr char LINKS_FOLDER[] = "/dev/disk/by-path/";
 
 // What is known of the folder of links in the query under way.
-enum class Folder { UNREAD, READ, UNSURE };
-Folder folder = Folder::UNREAD;
 bool in_query = false;
+bool is_read = false;
+bool has_complained = false; // ls, about what is in the place of the folder
+LinksState state = LinksState::UNSURE;
 PathLinks links;
 
 constexpr size_t PATH_SIZE = 128;
 constexpr size_t LONGEST_NAME = 64;
 
-// A dot is a pattern to grep, and the character filter of the command lines replaces "!".
+// The kernel's names are letters and digits. Of what else a plain name may hold, a dot is a pattern to grep, the filter
+// of the command lines replaces "!", and cat puts a name with ":" between quotes when it complains.
 bool mayAnswerFor(const char *device) {
-    return !ask_commands_only && !is_debug() && strpbrk(device, ".!") == nullptr &&
+    return !ask_commands_only && !is_debug() && strpbrk(device, ".!:,") == nullptr &&
            strlen(device) <= LONGEST_NAME;
 }
 
-bool haveLinks() {
-    if (folder == Folder::UNREAD || !in_query) {
-        try {
-            folder = links.read(LINKS_FOLDER) ? Folder::READ : Folder::UNSURE;
-        } catch (const std::bad_alloc &) {
-            folder = Folder::UNSURE;
-        }
+// Reads the folder for the query, or for this question where there is no query.
+void readLinks() {
+    if (is_read && in_query) {
+        return;
     }
-    return folder == Folder::READ;
+    is_read = true;
+    has_complained = false;
+    state = LinksState::UNSURE;
+    state = links.read(LINKS_FOLDER);
 }
 
+// False when the commands are to be asked.
 bool listLinks(const char *device, char *out, unsigned int size) {
-    if (!haveLinks()) {
-        return false;
-    }
     try {
-        links.list(device, out, size);
-        return true;
+        readLinks();
+        if (state == LinksState::READ) {
+            links.list(device, out, size);
+            return true;
+        }
     } catch (const std::bad_alloc &) {
         return false;
     }
+    // The first question of the query has brought the complaint; the others would bring the same.
+    const bool is_known = state == LinksState::NO_FOLDER && has_complained;
+    has_complained = true;
+    out[0] = '\0';
+    return is_known;
 }
 
 void attributePath(char (&path)[PATH_SIZE], const char *device, const char *attribute) {
@@ -109,7 +117,7 @@ s_ecItems *askAddress(const char *device, char *out, unsigned int size) {
 
 PortQuery::PortQuery() {
     in_query = true;
-    folder = Folder::UNREAD;
+    is_read = false;
 }
 
 PortQuery::~PortQuery() {

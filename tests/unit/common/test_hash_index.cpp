@@ -1,6 +1,7 @@
 // The hash index: the first entry of a key, whatever the hashes are.
 #include "common/hash_index.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <map>
@@ -205,5 +206,29 @@ TEST(HashIndexText, NamesThatDifferInTheirLastLettersAreSpreadOverTheLowBits) {
         }
         // So many balls at random fill 63 of 100 cells; a hash that the last letters do not reach fills a few.
         EXPECT_GT(cells.size(), CELLS / 4) << prefix;
+    }
+}
+
+TEST(HashIndexText, CountedNamesNeedFewProbesInAHalfFullIndex) {
+    constexpr unsigned int NAMES = 32768;
+    constexpr unsigned int CELLS = 2 * NAMES;
+    for (const std::string prefix :
+         {"dm-", "sd", "nvme", "mpath", "vol", "8:", "3600b5d60001a2b3c00000000000"}) {
+        std::vector<bool> taken(CELLS);
+        unsigned int all = 0;
+        unsigned int most = 0;
+        for (unsigned int i = 0; i < NAMES; ++i) {
+            unsigned int cell = hashText(prefix + std::to_string(i)) % CELLS;
+            unsigned int probes = 1;
+            for (; taken[cell]; cell = (cell + 1) % CELLS) {
+                ++probes;
+            }
+            taken[cell] = true;
+            all += probes;
+            most = std::max(most, probes);
+        }
+        // At random the mean is 1.5, and the longest search some 30.
+        EXPECT_LT(all, NAMES * 2) << prefix;
+        EXPECT_LE(most, 60U) << prefix;
     }
 }

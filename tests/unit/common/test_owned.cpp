@@ -146,6 +146,16 @@ TEST(OwnedFolder, IsClosedWhenItsOwnerGoes) {
     EXPECT_FALSE(isOpen(fd));
 }
 
+TEST(OwnedFolder, ErrnoStaysAlsoWhereClosingFails) {
+    {
+        const Folder folder(opendir("/"));
+        ASSERT_NE(folder, nullptr);
+        close(dirfd(folder.get())); // now closing it fails with EBADF
+        errno = EDOM;
+    }
+    EXPECT_EQ(errno, EDOM);
+}
+
 TEST(OwnedBlock, IsFreedWhenItsOwnerGoes) {
     const long before = heldBlocks();
     {

@@ -83,7 +83,10 @@ const Operation *Comparer::operationOn(const Event &event) const {
         const bool on_volume = operation.volume == event.alias || operation.volume == event.wwid;
         const bool on_path = on_volume && event.has_path && operation.path == event.path_name;
         const bool on_all = operation.command == "refresh" || operation.command == "stop";
-        if (on_all || (operation.command == "setstate" && on_path) ||
+        // Who accepts a smaller baseline changes what the volume's state is measured against, and nothing else.
+        const bool on_state = event.kind == VOLUME_STATE && (on_volume || operation.volume.empty()) &&
+                              operation.command == "baseline";
+        if (on_all || on_state || (operation.command == "setstate" && on_path) ||
             (operation.command == "delete" && on_volume && !operation.volume.empty())) {
             return &operation;
         }

@@ -91,17 +91,17 @@ void printPaths(const std::vector<AcceptedPath> &paths) {
 }
 
 void printText(const Subject &subject) {
-    Table table({{"VOLUME", Align::LEFT, 16, 24},
+    Table table({{"VOLUME", Align::LEFT, 16, 36},
                  {"PATHS", Align::LEFT, 5, 6},
-                 {"SINCE", Align::LEFT, 19, 19},
+                 {"SINCE", Align::LEFT, 16, 16},
                  {"BY", Align::LEFT, 7, 10},
-                 {"SURVIVES THE LOSS OF ANY", Align::LEFT, 0, 0}});
+                 {"SURVIVES THE LOSS OF", Align::LEFT, 0, 0}});
     for (const KnownVolume *volume : subject.volumes) {
         const std::vector<AcceptedPath> &paths = pathsOf(subject, *volume);
         const AcceptedPath newest = newestOf(paths);
         table.addRow({volume->attributes.alias, std::to_string(paths.size()),
-                      newest.accepted == 0 ? "" : localTime(newest.accepted), newest.accepted_by,
-                      survivalText(baselineSurvival(*volume))});
+                      newest.accepted == 0 ? "" : localTime(newest.accepted).substr(0, 16),
+                      newest.accepted_by, survivalText(baselineSurvival(*volume))});
     }
     for (const std::string &line : table.lines()) {
         puts(line.c_str());
@@ -237,9 +237,6 @@ std::string write(const OwnCall &call, const Subject &subject, std::string *said
 
 // Why today's paths are no baseline; empty where they are one.
 std::string refusal(const Subject &subject) {
-    if (geteuid() != 0) {
-        return "\"baseline accept\" changes the ledger: run it as root";
-    }
     if (isStale(subject.view)) {
         return staleText(subject.view);
     }
@@ -259,6 +256,10 @@ std::string accept(const OwnCall &call, const std::vector<std::string> &words, S
 }
 
 int acceptAndTell(const OwnCall &call, const std::vector<std::string> &words, bool json) {
+    if (geteuid() != 0) {
+        return failOwnCommand("baseline", "accepting a baseline changes the ledger: run it as root", json,
+                              EXIT_FAILED);
+    }
     Subject subject;
     std::string said;
     call.audit->begin();

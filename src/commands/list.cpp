@@ -26,6 +26,11 @@ struct Listing {
     std::string remark; // what is said above the table, lines with their newlines
 };
 
+std::string asSentence(std::string text) {
+    text[0] = static_cast<char>(toupper(static_cast<unsigned char>(text[0])));
+    return text + "\n";
+}
+
 // The ledger's view, or an observation of our own in place of a stale one. False with a sentence in `*problem`.
 bool takeListing(Listing *listing, std::string *problem) {
     LedgerView &view = listing->view;
@@ -33,7 +38,7 @@ bool takeListing(Listing *listing, std::string *problem) {
         return false;
     }
     if (isStale(view)) {
-        listing->remark = staleText(view) + "\n";
+        listing->remark = asSentence(staleText(view));
         if (isatty(STDERR_FILENO) != 0) {
             fprintf(stderr, "dravik list: %s; looking now\n", harmless(staleText(view)).c_str());
         }
@@ -42,7 +47,7 @@ bool takeListing(Listing *listing, std::string *problem) {
                                          : "This is what is seen now; nothing of it is in the ledger.\n";
     }
     if (!isStale(view) && !qualityText(view).empty()) {
-        listing->remark += qualityText(view) + "\n";
+        listing->remark += asSentence(qualityText(view));
     }
     dropGone(&view.volumes);
     return true;
@@ -59,7 +64,7 @@ std::vector<const KnownVolume *> shownVolumes(const LedgerView &view, bool only_
 }
 
 Table tableOf(const LedgerView &view, const std::vector<const KnownVolume *> &volumes) {
-    Table table({{"VOLUME", Align::LEFT, 16, 24},
+    Table table({{"VOLUME", Align::LEFT, 16, 36},
                  {"SIZE", Align::RIGHT, 4, 8},
                  {"OVER", Align::LEFT, 5, 9},
                  {"PATHS", Align::LEFT, 5, 9},
@@ -69,9 +74,9 @@ Table tableOf(const LedgerView &view, const std::vector<const KnownVolume *> &vo
         const std::vector<PathHealth> health = healthOf(*volume, view.now);
         table.addRow({volume->attributes.alias, volume->attributes.size, volume->attributes.transport,
                       std::to_string(countWorking(health)) + "/" + std::to_string(health.size()),
-                      stateText(stateOf(view, *volume)), ""});
+                      stateText(stateOf(view, *volume)), noteOf(*volume, view.now, TABLE_WIDTH)});
     }
-    const size_t width = table.lastWidth();
+    const size_t width = table.lastWidth(); // where a note is too long, it names fewer paths
     for (size_t i = 0; i < volumes.size(); ++i) {
         table.setLast(i, noteOf(*volumes[i], view.now, width));
     }
@@ -90,10 +95,8 @@ Colour colourOf(VolumeState state) {
     }
 }
 
-// The first line of a remark begins with a capital.
-void printRemark(std::string remark) {
+void printRemark(const std::string &remark) {
     if (!remark.empty()) {
-        remark[0] = static_cast<char>(toupper(static_cast<unsigned char>(remark[0])));
         puts(wrapLines(harmlessLines(remark), TABLE_WIDTH).c_str());
     }
 }

@@ -101,6 +101,14 @@ void Table::setLast(size_t row, const std::string &text) {
     rows[row].back() = harmless(text);
 }
 
+size_t Table::longestLast() const {
+    size_t longest = characterCount(columns.back().heading);
+    for (const auto &row : rows) {
+        longest = std::max(longest, characterCount(row.back()));
+    }
+    return longest;
+}
+
 // The widths of all columns; that of the last is what is left.
 std::vector<size_t> Table::widths() const {
     std::vector<size_t> wide;
@@ -113,7 +121,13 @@ std::vector<size_t> Table::widths() const {
         wide.push_back(std::min(width, columns[i].most));
         taken += wide.back() + GAP;
     }
-    wide.push_back(taken < TABLE_WIDTH ? TABLE_WIDTH - taken : 0);
+    size_t left = taken < TABLE_WIDTH ? TABLE_WIDTH - taken : 0;
+    const size_t wanted = longestLast();
+    while (left < wanted && wide.front() > columns.front().least) {
+        --wide.front();
+        ++left;
+    }
+    wide.push_back(left);
     return wide;
 }
 

@@ -22,7 +22,8 @@ struct Column {
 
 class Table {
   public:
-    // The last column's cells are cut at their end, to what is left of the width; its `least` and `most` mean nothing.
+    // The last column's cells are cut at their end, to what is left of the width; the first column gives way to them, down to
+    // its `least`. The last one's own `least` and `most` mean nothing.
     explicit Table(std::vector<Column> wanted) : columns(std::move(wanted)) {}
 
     // A cell for each column; control bytes in them are made visible.
@@ -38,6 +39,7 @@ class Table {
     std::vector<std::string> lines() const;
 
   private:
+    size_t longestLast() const;
     std::vector<size_t> widths() const;
     std::string line(const std::vector<std::string> &cells, const std::vector<size_t> &wide) const;
 

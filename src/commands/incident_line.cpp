@@ -183,6 +183,9 @@ std::string membersOf(const Told &clause, const Told &told) {
                    : "";
     }
     const size_t paths = pathsOf(clause).size();
+    if (volumesOf(told).size() > 1 && paths == 1) {
+        return clause.front()->alias + " " + clause.front()->path_name + " ";
+    }
     if (volumesOf(told).size() > 1) {
         return countOf(paths, "path") + " of " + countOf(volumes, "volume") + " ";
     }

@@ -31,6 +31,12 @@ stop
 version
 port
 devstats
+
+Commands with options of their own:
+check
+list
+events
+baseline
 END
 }
 
@@ -53,6 +59,17 @@ answers() {
     # shellcheck disable=SC2154 # set by run
     same "" "$stderr"
     same "$status_wanted" "$status"
+}
+
+# answers_unknown NEAREST NAME -- ARGUMENTS...: the answer to a name that is no command's. NEAREST is what it is like, empty
+# where it is like none: on standard error it is offered.
+answers_unknown() {
+    local nearest=$1 name=$2
+    shift 3
+    run --separate-stderr in_host dravik "$@"
+    same "$(result "Error(0102): Invalid command name [$name].")" "$output"
+    same "${nearest:+dravik: there is no command \"$name\"; did you mean \"$nearest\"?}" "$stderr"
+    same 1 "$status"
 }
 
 @test "without a command, or asked for help, it prints its usage line and the command list" {
@@ -85,10 +102,12 @@ answers() {
     make_host
     write_help nosuch
     write_help mkconfig
-    local name
+    local name nearest
     for name in nosuch mkconfig ../../../etc/passwd '$(id)' ''; do
-        answers 1 "$(result "Error(0102): Invalid command name [$name].")" -- help "$name"
-        answers 1 "$(result "Error(0102): Invalid command name [$name].")" -- "$name" -h
+        nearest=''
+        [[ $name != mkconfig ]] || nearest=config
+        answers_unknown "$nearest" "$name" -- help "$name"
+        answers_unknown "$nearest" "$name" -- "$name" -h
     done
     expect_text shells </dev/null
 }
@@ -115,8 +134,12 @@ answers() {
 @test "an unknown command is named, and so is a listed one with anything before or behind" {
     make_host
     local name
-    for name in nosuch quer queryx ' query' Query '-x' '' $'a\tb'; do
-        answers 1 "$(result "Error(0102): Invalid command name [$name].")" -- "$name"
+    for name in quer queryx ' query' Query qurey; do
+        answers_unknown query "$name" -- "$name"
+    done
+    answers_unknown check chekc -- chekc
+    for name in nosuch '-x' '' $'a\tb'; do
+        answers_unknown '' "$name" -- "$name"
     done
     expect_text shells </dev/null
 }
@@ -124,8 +147,9 @@ answers() {
 @test "service commands run only through --service" {
     make_host
     local name
-    for name in mkconfig lsselfstart setselfstart; do
-        answers 1 "$(result "Error(0102): Invalid command name [$name].")" -- "$name"
+    answers_unknown config mkconfig -- mkconfig
+    for name in lsselfstart setselfstart; do
+        answers_unknown '' "$name" -- "$name"
     done
     for name in query nosuch ''; do
         answers 1 "$(result "Error(0102): Invalid command name [$name].")" -- --service "$name"

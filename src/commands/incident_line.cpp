@@ -157,7 +157,9 @@ std::string countOf(size_t count, const std::string &what) {
 // What the line is about, with a colon; empty for what is about the host.
 std::string subjectOf(const Told &told) {
     const size_t volumes = volumesOf(told).size();
-    if (volumes == 0) {
+    const bool is_operation =
+        told.front()->kind == OPERATION; // it is its own incident, and its words name what it was about
+    if (volumes == 0 || is_operation) {
         return "";
     }
     if (volumes == 1) {

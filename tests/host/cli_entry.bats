@@ -138,9 +138,10 @@ answers_unknown() {
         answers_unknown query "$name" -- "$name"
     done
     answers_unknown check chekc -- chekc
-    for name in nosuch '-x' '' $'a\tb'; do
+    for name in nosuch '-x' ''; do
         answers_unknown '' "$name" -- "$name"
     done
+    answers_unknown '' 'a\x09b' -- $'a\tb'
     expect_text shells </dev/null
 }
 

@@ -151,7 +151,7 @@ TEST_F(IncidentLine, WhatIsAboutTheHostHasNoSubject) {
 
 TEST_F(IncidentLine, ControlBytesDoNotReachTheTerminal) {
     EXPECT_EQ(incidentLine({onPath(dravik::PATH_GONE, "data\x1b[2Jbase", "sd\nb")}),
-              HEAD + "data\\x1B[2Jbase sd\\x0Ab: gone, 3 of 4 paths work (fault)");
+              HEAD + "data\\x1b[2Jbase sd\\x0ab: gone, 3 of 4 paths work (fault)");
 }
 
 } // namespace

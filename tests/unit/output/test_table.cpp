@@ -56,7 +56,7 @@ TEST(Table, ControlBytesAreMadeVisible) {
     Table table = volumes();
     table.addRow({"a\x1b[2J", "1G", "ok", "x\ny"});
     EXPECT_EQ(textOf(table), "VOLUME            SIZE  STATE      NOTE\n"
-                             "a\\x1B[2J            1G  ok         x\\x0Ay\n");
+                             "a\\x1b[2J            1G  ok         x\\x0ay\n");
 }
 
 TEST(Table, CharactersAreCountedNotBytes) {

@@ -209,6 +209,7 @@ END
     make_host
     local command
     for command in check list events "baseline show"; do
+        # shellcheck disable=SC2086 # the words of a command line
         SCHEMA=${command%% *} fits error "$([[ $command == check ]] && echo 3 || echo 1)" -- --json $command
     done
     sim clock freeze '2026-11-21 03:12:31'

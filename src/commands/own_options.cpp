@@ -13,6 +13,7 @@ constexpr int A_WORD = 1;       // what getopt_long answers for a word, in its o
 
 std::vector<option> tableOf(const std::vector<OwnOption> &known) {
     std::vector<option> table;
+    table.reserve(known.size() + 2);
     for (const OwnOption &is : known) {
         table.push_back({is.name, is.has_value ? required_argument : no_argument, nullptr,
                          KNOWN_FROM + static_cast<int>(table.size())});

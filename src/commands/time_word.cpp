@@ -161,7 +161,7 @@ std::optional<Milliseconds> parseClock(std::string_view word, Milliseconds now) 
 
 std::optional<Milliseconds> parseAge(std::string_view word, Milliseconds now) {
     constexpr std::string_view UNITS = "smhdw";
-    constexpr Milliseconds SECONDS[] = {1, 60, 3600, 24 * 3600LL, 7 * 24 * 3600LL};
+    constexpr Milliseconds SECONDS[] = {1, 60, 3600, 24LL * 3600, 7LL * 24 * 3600};
     const size_t unit = word.empty() ? std::string_view::npos : UNITS.find(word.back());
     if (unit == std::string_view::npos || word.size() < 2) {
         return std::nullopt;

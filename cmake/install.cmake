@@ -24,6 +24,9 @@ foreach(text ${texts})
   endif()
   install(FILES ${CMAKE_BINARY_DIR}/${text} DESTINATION ${place})
 endforeach()
+# What the JSON of the commands looks like, for those who read it by program.
+file(GLOB schemas CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/schema/*.schema.json)
+install(FILES ${schemas} DESTINATION ${SCHEMA_FOLDER})
 install(FILES completion/dravik.bash DESTINATION ${COMPLETION_FOLDER} RENAME dravik)
 install(FILES systemd/dravik-monitor.service DESTINATION ${UNIT_FOLDER})
 # Always there: systemd passes over it in favour of the unit of the same name.

@@ -14,7 +14,7 @@
 _dravik_root=''
 
 _dravik_commands=(aggregation config delalias delete lsalias lspathpolicy query restart scan setalias setstate
-    setpathpolicy start status stop version port devstats refresh)
+    setpathpolicy start status stop version port devstats refresh check list events baseline)
 
 # What a name looks like, for sed and awk in the C locale.
 _dravik_name='[A-Za-z0-9._:][A-Za-z0-9._:-]*'
@@ -171,6 +171,42 @@ _dravik_policy() {
     _dravik_options "$prefix" "${rest[@]}"
 }
 
+# A command of our own: its options "--NAME", "--NAME=" where a value follows in a word of its own, in any order among
+# its words. _dravik_own PREFIX WORDS OPTION...: WORDS is "device" where a volume may stand, "action" where what to do
+# stands first and a volume behind it, "none".
+_dravik_own() {
+    local prefix=$1 words=$2 i name typed=0 given=' '
+    local -a rest=()
+    shift 2
+    for ((i = 2; i < COMP_CWORD; i++)); do
+        given+="${COMP_WORDS[i]} "
+        case ${COMP_WORDS[i]} in
+            --since | --path | --volume | --incident | --watch)
+                if ((i == COMP_CWORD - 1)); then
+                    case ${COMP_WORDS[i]} in
+                        --volume) _dravik_names device "$prefix" ;;
+                        --path) _dravik_names path "$prefix" ;;
+                    esac
+                    return
+                fi
+                i=$((i + 1))
+                ;;
+            -*) ;;
+            *) typed=$((typed + 1)) ;;
+        esac
+    done
+    for name in "$@"; do
+        [[ $given == *" $name "* ]] || rest+=("$name")
+    done
+    if [[ $words == action ]] && ((typed == 0)) && [[ $prefix != -* ]]; then
+        _dravik_words "$prefix" show accept
+    elif [[ $words == device && $prefix != -* ]] && ((typed == 0)) || [[ $words == action && $prefix != -* ]] && ((typed == 1)); then
+        _dravik_names device "$prefix"
+    else
+        _dravik_options "$prefix" ${rest[@]+"${rest[@]}"}
+    fi
+}
+
 # _dravik_options PREFIX [WORD...]: these words; right behind the command also --help, for those who type a dash.
 _dravik_options() {
     if ((COMP_CWORD == 2)) && [[ $1 == -* ]]; then
@@ -215,6 +251,10 @@ _dravik() {
         setpathpolicy) _dravik_policy "$cur" ;;
         help | -h | --help) ((COMP_CWORD > 2)) || _dravik_words "$cur" "${_dravik_commands[@]}" ;;
         --service) ((COMP_CWORD > 2)) || _dravik_words "$cur" mkconfig lsselfstart setselfstart ;;
+        check) _dravik_own "$cur" device --json ;;
+        list) _dravik_own "$cur" none --bad --watch --json ;;
+        events) _dravik_own "$cur" none --since --volume --path --incident --all --follow --json ;;
+        baseline) _dravik_own "$cur" action --json ;;
         query | delete)
             if [[ $cur == -* ]]; then
                 _dravik_options "$cur"

@@ -176,6 +176,36 @@ the_administrator_looks() {
     pause 3
 }
 
+# What the ledger, the second witness, has of all this.
+the_ledger_tells() {
+    [ -x "$build/dravik" ] || return 0
+    tell "A port is lost once more, and now the ledger is asked: how are the volumes reached?"
+    local name
+    name=$(sim run velomux -ll newdata | awk '/ active ready running/ {print $(NF - 4); exit}')
+    act fail-port 0x20d0000b5d6a1010
+    expect < <(for name in sdb sdh sdq sds "$name"; do status "$name" ready faulty; done)
+    local shown status
+    printf '  $ dravik list\n'
+    shown=$(sim run dravik list) || fail "the list failed"
+    quote <<<"$shown"
+    [ "$(grep -c ' last path  ' <<<"$shown")" = 4 ] || fail "four volumes should be on their last path"
+    pause 3
+    tell "The verdict, for people and for a monitoring system: exit status 2."
+    printf '  $ dravik check\n'
+    status=0
+    shown=$(sim run dravik check) || status=$?
+    quote <<<"$shown"
+    [ "$status" = 2 ] || fail "the exit status is $status"
+    pause 3
+    tell "And what happened, an incident a line, whatever the number of paths."
+    printf '  $ dravik events\n'
+    shown=$(sim run dravik events) || fail "the events failed"
+    tail -n 12 <<<"$shown" | quote
+    grep -q 'port 0x20d0000b5d6a1010: 5 paths of 5 volumes ready -> faulty, all volumes keep working (fault)$' \
+        <<<"$shown" || fail "the lost port is missing"
+    pause 3
+}
+
 first_sight
 nothing_happens
 a_path_fails
@@ -184,6 +214,7 @@ volumes_come_and_go
 an_alias_changes
 the_monitor_dies
 the_administrator_looks
+the_ledger_tells
 
 if [ "$failures" -gt 0 ]; then
     tell "$failures of the steps above did not go as they should."

@@ -8,10 +8,14 @@
 #include <string_view>
 
 #include "commands/aggregation.h"
+#include "commands/baseline.h"
+#include "commands/check.h"
 #include "commands/config.h"
 #include "commands/delalias.h"
 #include "commands/delete.h"
 #include "commands/devstats.h"
+#include "commands/events.h"
+#include "commands/list.h"
 #include "commands/lsalias.h"
 #include "commands/lsalias_json.h"
 #include "commands/lspathpolicy.h"
@@ -77,6 +81,11 @@ constexpr const char *QUERY_ANSWER[] = {"volumes", nullptr};
 constexpr const char *STATUS_ANSWER[] = {"service", nullptr};
 constexpr const char *VERSION_ANSWER[] = {"version", nullptr};
 
+// The row of a command of our own. What it changes, if anything, is the ledger.
+constexpr Command own(const char *name, Parameters parameters, int (*command)(const OwnCall &)) {
+    return {name, OWN, READS, parameters, nullptr, nullptr, nullptr, nullptr, command};
+}
+
 // In the order of the printed list.
 constexpr Command COMMANDS[] = {
     {"aggregation", LISTED, CHANGES, NO_PARAMETERS, checkNoParams, nullptr, run<aggregation>},
@@ -110,6 +119,10 @@ constexpr Command COMMANDS[] = {
     {"mkconfig", SERVICE, CHANGES, NO_PARAMETERS, checkNoParams, nullptr, run<mkconfig>},
     {"lsselfstart", SERVICE, READS, NO_PARAMETERS, checkNoParams, nullptr, run<lsselfstart>},
     {"setselfstart", SERVICE, CHANGES, NO_PARAMETERS, checkNoParams, nullptr, run<enableSelfStart>},
+    own("check", CHECK_PARAMETERS, check),
+    own("list", LIST_PARAMETERS, list),
+    own("events", EVENTS_PARAMETERS, events),
+    own("baseline", BASELINE_PARAMETERS, baseline),
 };
 
 const char *kindName(CommandKind kind) {

@@ -11,9 +11,12 @@
 #include <cstdio>
 #include <cstring>
 #include <new>
+#include <string>
 #include <string_view>
 #include <vector>
 
+#include "cli/audit.h"
+#include "cli/caller.h"
 #include "cli/help.h"
 #include "cli/run_command.h"
 #include "commands/version.h"
@@ -95,9 +98,42 @@ int runService(const Request &request) {
     return runCommand(*command, {line.argc - 1, line.argv + 1}, request.typed, request.json);
 }
 
+dravik::OwnAudit auditOf(const Request &request) {
+    const CommandLine typed = request.typed;
+    dravik::OwnAudit audit;
+    audit.user = [] {
+        char user[USER_NAME_SIZE] = "";
+        loginUser(user, sizeof(user));
+        if (user[0] == '\0') {
+            runningUser(user, sizeof(user));
+        }
+        return std::string(user);
+    };
+    audit.line = [typed] {
+        char shown[480] = "";
+        shownCommandLine(typed.argc, typed.argv, shown, sizeof(shown));
+        return std::string(shown);
+    };
+    audit.begin = [typed] { beginAudit(typed.argc, typed.argv); };
+    audit.end = auditText;
+    return audit;
+}
+
 int runOwn(const Command &command, const Request &request) {
+    const dravik::OwnAudit audit = auditOf(request);
     // getopt_long exchanges the words of the vector: they are the process's own.
-    return command.run_own({request.line.argc - 1, const_cast<char **>(request.line.argv) + 1, request.json});
+    return command.run_own(
+        {request.line.argc - 1, const_cast<char **>(request.line.argv) + 1, request.json, &audit});
+}
+
+// Whether a word behind the name of a command of our own asks for help.
+bool anyAsksForHelp(const Request &request) {
+    for (int i = 2; i < request.line.argc && request.word(i) != "--"; ++i) {
+        if (asksForHelp(request.word(i))) {
+            return true;
+        }
+    }
+    return false;
 }
 
 int runNamed(const Request &request) {
@@ -105,7 +141,7 @@ int runNamed(const Request &request) {
     const bool wants_help = line.argc == 3 && asksForHelp(request.word(2));
     const Command *own = dravik::findOwnCommand(line.argv[1]);
     if (own != nullptr) {
-        return wants_help ? printHelpOf(request, line.argv[1]) : runOwn(*own, request);
+        return anyAsksForHelp(request) ? printHelpOf(request, line.argv[1]) : runOwn(*own, request);
     }
     if (isFailure(checkCliNames(line.argv[1]))) {
         return answerUnknown(request, line.argv[1]);

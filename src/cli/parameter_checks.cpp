@@ -186,6 +186,11 @@ const char *dravik::pathStateAt(int index) {
     return index < static_cast<int>(std::size(PATH_STATES)) ? PATH_STATES[index] : nullptr;
 }
 
+const char *dravik::baselineActionAt(int index) {
+    constexpr const char *ACTIONS[] = {"show", "accept"};
+    return index < static_cast<int>(std::size(ACTIONS)) ? ACTIONS[index] : nullptr;
+}
+
 const char *dravik::selectorAt(int index) {
     return gChooserDisplayVals[index][0] != '\0' ? gChooserDisplayVals[index] : nullptr;
 }

@@ -46,6 +46,27 @@ inline constexpr Parameter SETALIAS_LIST[] = {WWID, ALIAS};
 inline constexpr Parameter SETSTATE_LIST[] = {PATH_ALIAS, DEVICE_NAME, STATE};
 inline constexpr Parameter SETPATHPOLICY_LIST[] = {SCSI, NVME, CHOOSER};
 
+// Of the commands of our own, which read their words themselves (commands/own_options.h).
+const char *baselineActionAt(int index);
+
+constexpr Parameter JSON = {"--json", "", nullptr};
+
+inline constexpr Parameter CHECK_LIST[] = {{"", "VOLUME", nullptr}, JSON};
+inline constexpr Parameter LIST_LIST[] = {{"--bad", "", nullptr}, {"--watch", "SECONDS", nullptr}, JSON};
+inline constexpr Parameter EVENTS_LIST[] = {{"--since", "TIME", nullptr},
+                                            {"--volume", "VOLUME", nullptr},
+                                            {"--path", "PATH", nullptr},
+                                            {"--incident", "N", nullptr},
+                                            {"--all", "", nullptr},
+                                            {"--follow", "", nullptr},
+                                            JSON};
+inline constexpr Parameter BASELINE_LIST[] = {{"", "", baselineActionAt}, {"", "VOLUME", nullptr}, JSON};
+
+constexpr Parameters CHECK_PARAMETERS = {CHECK_LIST, 2};
+constexpr Parameters LIST_PARAMETERS = {LIST_LIST, 3};
+constexpr Parameters EVENTS_PARAMETERS = {EVENTS_LIST, 7};
+constexpr Parameters BASELINE_PARAMETERS = {BASELINE_LIST, 3};
+
 constexpr Parameters NO_PARAMETERS = {nullptr, 0};
 constexpr Parameters DELALIAS_PARAMETERS = {DELALIAS_LIST, 1};
 constexpr Parameters DEVICE_PARAMETER = {DEVICE_LIST, 1};

@@ -9,12 +9,13 @@
 #include "array/vdisk_cache.h"
 #include "array/vdisk_entry.h"
 #include "array/vdisk_file.h"
+#include "common/visible_text.h"
+#include "ledger/event_store.h"
 #include "ledger/known_health.h"
 #include "ledger/known_store.h"
+#include "output/local_time.h"
 
 namespace dravik {
-
-namespace {
 
 Milliseconds nowMs() {
     timespec now = {};
@@ -22,9 +23,13 @@ Milliseconds nowMs() {
     return now.tv_sec * 1000LL + now.tv_nsec / 1000000;
 }
 
-} // namespace
+void dropGone(KnownTopology *volumes) {
+    volumes->erase(std::remove_if(volumes->begin(), volumes->end(),
+                                  [](const KnownVolume &volume) { return volume.gone; }),
+                   volumes->end());
+}
 
-bool readLedger(LedgerView *view, std::string *problem) {
+bool readWholeLedger(LedgerView *view, std::string *problem) {
     LedgerOpening opening = openLedger(LedgerUse::READ);
     if (opening.status != LedgerStatus::OPEN) {
         *problem = opening.problem;
@@ -34,16 +39,20 @@ bool readLedger(LedgerView *view, std::string *problem) {
         opening.database->run("BEGIN"); // one view of all the tables
         view->observation = loadObservation(opening.database.get());
         view->volumes = loadKnown(opening.database.get());
+        view->now = nowMs();
+        view->operations = loadOperations(opening.database.get(), view->observation.time, view->now);
     } catch (const SqliteError &error) {
         *problem = std::string(LEDGER_FILE) + " cannot be read: " + error.what();
         return false;
     }
-    view->volumes.erase(std::remove_if(view->volumes.begin(), view->volumes.end(),
-                                       [](const KnownVolume &volume) { return volume.gone; }),
-                        view->volumes.end());
-    view->now = nowMs();
     view->age = std::max<Milliseconds>(view->now - view->observation.time, 0);
     return true;
+}
+
+bool readLedger(LedgerView *view, std::string *problem) {
+    const bool is_read = readWholeLedger(view, problem);
+    dropGone(&view->volumes);
+    return is_read;
 }
 
 bool isStale(const LedgerView &view) {
@@ -53,6 +62,26 @@ bool isStale(const LedgerView &view) {
 VolumeState stateOf(const LedgerView &view, const KnownVolume &volume) {
     return isStale(view) ? VolumeState::UNKNOWN
                          : verdictOf(healthOf(volume, view.now), baselineSurvival(volume));
+}
+
+std::string staleText(const LedgerView &view) {
+    const Observation &last = view.observation;
+    const bool still_looks = last.quality == Quality::FAILED && view.age <= STALE_AFTER_MS;
+    const std::string reason =
+        still_looks ? last.reason : "dravik-monitor has written nothing since then; is it running?";
+    if (last.seen == 0) {
+        return "nothing has been observed yet" + (still_looks ? ": " + last.reason : "");
+    }
+    return "nothing observed since " + localTime(last.seen) + ", " + ageText(view.now - last.seen) +
+           " ago: " + reason;
+}
+
+std::string qualityText(const LedgerView &view) {
+    const Observation &last = view.observation;
+    return last.quality == Quality::GOOD
+               ? ""
+               : std::string("the last observation ") +
+                     (last.quality == Quality::FAILED ? "failed: " : "is doubtful: ") + last.reason;
 }
 
 Json observationJson(const LedgerView &view) {
@@ -71,7 +100,7 @@ Json observationJson(const LedgerView &view) {
 }
 
 int failOwnCommand(const char *command, const std::string &problem, bool json, int status) {
-    fprintf(stderr, "dravik %s: %s\n", command, problem.c_str());
+    fprintf(stderr, "dravik %s: %s\n", command, VisibleText(problem.c_str()).text());
     if (json) {
         puts(beginDocument(command).set("error", problem).line().c_str());
     }

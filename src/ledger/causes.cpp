@@ -45,11 +45,18 @@ bool isByAggregation(const Operation &operation, const Event &event) {
     return operation.command == "aggregation" && returns;
 }
 
+// Who accepts a smaller baseline changes what the volume's state is measured against, and nothing else.
+bool isByBaseline(const Operation &operation, const Event &event) {
+    return operation.command == "baseline" && event.kind == VOLUME_STATE &&
+           (operation.volume.empty() || isOnVolume(operation, event.alias, event.wwid));
+}
+
 bool explains(const Operation &operation, const Event &event) {
     if (!hasRun(operation)) {
         return false;
     }
-    if (operation.command == "refresh" || operation.command == "stop" || isByAggregation(operation, event)) {
+    if (operation.command == "refresh" || operation.command == "stop" || isByAggregation(operation, event) ||
+        isByBaseline(operation, event)) {
         return true;
     }
     return isOnVolume(operation, event.alias, event.wwid) &&

@@ -119,7 +119,7 @@ void trimEvents(Database *database, int64_t at_most) {
     }
 }
 
-std::vector<Event> loadEvents(Database *database, const EventFilter &filter) {
+void forEachEvent(Database *database, const EventFilter &filter, const std::function<void(Event &&)> &take) {
     Statement row(
         database,
         "SELECT number, incident, time, boot_id, quality, kind, wwid, alias, has_path, path_name, "
@@ -129,13 +129,17 @@ std::vector<Event> loadEvents(Database *database, const EventFilter &filter) {
         "?4) "
         "ORDER BY number");
     row.bind(1, filter.after_number).bind(2, filter.since).bind(3, filter.incident).bind(4, filter.wwid);
-    std::vector<Event> events;
     while (row.step()) {
         Event event = readEvent(row);
         if (isOfPath(event, filter.path_names)) {
-            events.push_back(std::move(event));
+            take(std::move(event));
         }
     }
+}
+
+std::vector<Event> loadEvents(Database *database, const EventFilter &filter) {
+    std::vector<Event> events;
+    forEachEvent(database, filter, [&events](Event &&event) { events.push_back(std::move(event)); });
     return events;
 }
 

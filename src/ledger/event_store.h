@@ -1,6 +1,7 @@
 // The tables of events and operations.
 #pragma once
 
+#include <functional>
 #include <vector>
 
 #include "ledger/records.h"
@@ -27,6 +28,9 @@ struct EventFilter {
     std::string wwid;
     std::vector<std::string> path_names; // the kernel's, and the address: any of them
 };
+
+// Hands each event that passes to `take`, oldest first; no more than one is in memory.
+void forEachEvent(Database *database, const EventFilter &filter, const std::function<void(Event &&)> &take);
 
 // The events that pass, oldest first.
 std::vector<Event> loadEvents(Database *database, const EventFilter &filter);

@@ -4,13 +4,12 @@
 #include <algorithm>
 #include <ctime>
 #include <new>
-#include <unordered_map>
 
 #include "common/log.h"
-#include "ledger/comparison.h"
 #include "ledger/event_kinds.h"
 #include "ledger/event_store.h"
 #include "ledger/initiators.h"
+#include "ledger/kernel_view.h"
 #include "ledger/known_store.h"
 #include "ledger/seen.h"
 
@@ -26,21 +25,6 @@ Milliseconds nowMs() {
     return now.tv_sec * 1000LL + now.tv_nsec / 1000000;
 }
 
-// How a tool that did not end well did end, in words; empty when it did.
-std::string endOf(const ToolOutcome &outcome) {
-    if (outcome.signal_number != 0) {
-        return "the multipath tool was ended by signal " + std::to_string(outcome.signal_number);
-    }
-    return outcome.exit_status == 0
-               ? ""
-               : "the multipath tool exited with status " + std::to_string(outcome.exit_status);
-}
-
-const Kernel &realKernel() {
-    static const Kernel kernel = {kernelHasPath, kernelHasVolume};
-    return kernel;
-}
-
 Event observationEvent(const Observation &observation, const char *kind, const std::string &from,
                        const std::string &to) {
     Event event;
@@ -51,31 +35,6 @@ Event observationEvent(const Observation &observation, const char *kind, const s
     event.from = from;
     event.to = to;
     return event;
-}
-
-// The sizes of the maps, asked from the kernel where a volume is new or its listed size has changed.
-void addSizes(const KnownTopology &known, SeenTopology *seen) {
-    std::unordered_map<std::string, const KnownVolume *> by_wwid;
-    for (const KnownVolume &volume : known) {
-        by_wwid[volume.wwid] = &volume;
-    }
-    for (SeenVolume &volume : *seen) {
-        const auto before = by_wwid.find(volume.wwid);
-        const bool same = before != by_wwid.end() &&
-                          before->second->attributes.size == volume.attributes.size &&
-                          before->second->attributes.map == volume.attributes.map &&
-                          before->second->attributes.size_bytes != 0;
-        volume.attributes.size_bytes =
-            same ? before->second->attributes.size_bytes : mapSizeBytes(volume.attributes.map);
-    }
-}
-
-void countSeen(const SeenTopology &seen, Observation *observation) {
-    observation->volumes = static_cast<int64_t>(seen.size());
-    observation->paths = 0;
-    for (const SeenVolume &volume : seen) {
-        observation->paths += static_cast<int64_t>(volume.paths.size());
-    }
 }
 
 } // namespace
@@ -170,29 +129,14 @@ void LedgerKeeper::writeUnchanged(Observation observation) {
 void LedgerKeeper::writeComparison(const ToolOutcome &outcome, const s_dravik *topology,
                                    Observation observation) {
     has_fingerprint = false; // until this one is written
-    Initiators initiators;
-    SeenTopology seen = seeTopology(topology, &initiators);
     KnownTopology known = loadKnown(database.get());
-    addSizes(known, &seen);
-    Circumstances circumstances;
-    circumstances.time = observation.time;
-    circumstances.boot_id = observation.boot_id;
-    circumstances.is_first = last.quality == Quality::NEVER;
-    circumstances.same_boot = last.boot_id.empty() || last.boot_id == observation.boot_id;
-    circumstances.tool_was_ended = outcome.exit_status != 0 || outcome.signal_number != 0;
     // One that ended while the last topology was being listed may show only now.
-    circumstances.operations = loadOperations(
+    const std::vector<Operation> operations = loadOperations(
         database.get(), std::max<Milliseconds>(last.seen - last.duration_ms, 1), observation.time);
-    Comparison comparison = compareTopologies(seen, circumstances, realKernel(), &known);
-
-    countSeen(seen, &observation);
-    observation.quality = comparison.quality;
-    if (comparison.quality == Quality::DOUBTFUL) {
-        observation.reason = "not listed, though the kernel has it: " + comparison.missing +
-                             (observation.reason.empty() ? "" : "; " + observation.reason);
-    }
-    finish(observation, std::move(comparison.events), &known);
-    needs_time = comparison.needs_time;
+    Judgement judgement = judgeTopology(topology, outcome, observation, last,
+                                        operations, &known);
+    finish(judgement.observation, std::move(judgement.events), &known);
+    needs_time = judgement.needs_time;
     has_fingerprint = true;
 }
 
@@ -204,7 +148,7 @@ void LedgerKeeper::write(const ToolOutcome &outcome, const s_dravik *topology) {
     static const std::string boot_id = bootId();
     Observation observation;
     observation.quality = Quality::GOOD;
-    observation.reason = endOf(outcome);
+    observation.reason = howToolEnded(outcome);
     observation.time = nowMs();
     observation.tool_ms = outcome.tool_ms;
     observation.duration_ms = outcome.duration_ms;

@@ -6,21 +6,12 @@
 
 #include <memory>
 
+#include "ledger/judgement.h"
 #include "ledger/ledger_file.h"
 #include "ledger/records.h"
 #include "struct/s_dravik.h"
 
 namespace dravik {
-
-// What became of the multipath tool and its listing.
-struct ToolOutcome {
-    // Why there is no topology, in words; empty when there is one.
-    std::string failure;
-    int exit_status = 0;
-    int signal_number = 0; // that ended the tool, 0 for none
-    int64_t tool_ms = 0;
-    int64_t duration_ms = 0; // of the whole observation, the tool included
-};
 
 class LedgerKeeper {
   public:

@@ -84,6 +84,21 @@ const dravik::ChildEnd &dravik::lastToolEnd() {
     return last_tool_end;
 }
 
+std::string dravik::failureOfQuery(const s_ecItems *query, unsigned int deadline_seconds) {
+    if (!isFailure(query)) {
+        return "";
+    }
+    if (query == &EC_parse_cmd_out) {
+        return "the listing of the multipath tool is malformed";
+    }
+    if (query == &EC_molloc_failed) {
+        return "memory ran out";
+    }
+    return last_tool_end.deadline_passed ? "the multipath tool did not end within " +
+                                               std::to_string(deadline_seconds) + " s and was killed"
+                                         : "the multipath tool cannot be run";
+}
+
 s_ecItems *queryDravikInfo(s_dravik *head) {
     unsigned int lines = 0;
     return queryAll(__func__, head, &lines);

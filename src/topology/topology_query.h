@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
 #include "common/capture.h"
 #include "common/result.h"
@@ -15,6 +16,14 @@ namespace dravik {
 
 // How the tool of the last query ended (common/capture.h).
 const ChildEnd &lastToolEnd();
+
+// How long the multipath tool may take where it is watched. A tool that hangs would otherwise have nothing reported for
+// ever.
+constexpr unsigned int TOOL_DEADLINE_SECONDS = 300;
+
+// Why the last query, whose record is `query`, has no topology, in words; empty when it has one. The tool had
+// `deadline_seconds`.
+std::string failureOfQuery(const s_ecItems *query, unsigned int deadline_seconds);
 
 } // namespace dravik
 

@@ -31,6 +31,12 @@ stop
 version
 port
 devstats
+
+Commands with options of their own:
+check
+list
+events
+baseline
 END
 }
 
@@ -136,6 +142,7 @@ is_unknown() {
         is_unknown "$name" query -- "$name"
     done
     is_unknown setailas setalias -- setailas
+    is_unknown chekc check -- chekc
     is_unknown 'a\x09b' '' -- $'a\tb' # control bytes are made visible
     expect_text shells </dev/null
 }

@@ -9,7 +9,7 @@ example() {
         sed 's/^    //; s/XXXXXX/Korvel/' | sed -e :a -e '/^\n*$/{$d;N;ba' -e '}'
 }
 
-# plays COMMAND: runs the dravik commands of its example and holds what each prints against what stands below it. The
+# plays COMMAND [STATUS]: runs the dravik commands of its example and holds what each prints against what stands below it. The
 # lines of an example may be cut at the right, none may be missing.
 plays() {
     local line status=0
@@ -26,7 +26,7 @@ plays() {
             *) printf '%s\n' "$line" >>"$BATS_TEST_TMPDIR/shown" ;;
         esac
     done < <(example "$1")
-    same 0 "$status"
+    same "${2-0}" "$status"
     grep -q . "$BATS_TEST_TMPDIR/shown"
     compare
 }
@@ -105,12 +105,27 @@ quietly() { in_host dravik "$@" >/dev/null; }
     compare
 }
 
+@test "the examples of check, list, events and baseline, at their time" {
+    make_host
+    sim clock freeze '2026-11-21 03:12:31'
+    start_monitor
+    plays baseline
+    sim fail-port 0x20d0000b5d6a1010
+    step
+    plays events
+    sim restore-port 0x20d0000b5d6a1010
+    for name in sdb sdc sdd; do sim fail-path "$name"; done
+    step
+    plays check 2
+    plays list
+}
+
 @test "every example is played, and what cannot be is still shown" {
     local name
     grep -qx '    # umount /srv/mail' "$REPO/help/delete.help"
     for name in "$REPO"/help/*.help; do
         name=${name##*/}
-        grep -qE "plays ${name%.help}\$|for name in .*\\b${name%.help}\\b.*; do plays|example ${name%.help} " \
+        grep -qE "plays ${name%.help}( [0-9])?\$|for name in .*\\b${name%.help}\\b.*; do plays|example ${name%.help} " \
             "$BATS_TEST_FILENAME" || same "${name%.help}" ""
     done
 }

@@ -7,13 +7,16 @@ load ../support/tab_key
 
 # ---- what the program says
 
+# of_kind KIND: the commands of that kind, in the table's order.
+of_kind() { awk -v kind="$1" '$2 == kind {print $1}' <<<"$TABLE"; }
+
 # TABLE: the program's own table of commands, "NAME KIND changes|reads PARAMETER..." a line. COMMANDS: those that it
-# lists, and the one that it accepts without listing it.
+# lists, the one that it accepts without listing it, and those of our own.
 setup() {
     TABLE=$("$BUILD_DIR/dravik" --commands)
-    mapfile -t COMMANDS < <(awk '$2 == "listed" {print $1}' <<<"$TABLE"; awk '$2 == "unlisted" {print $1}' <<<"$TABLE")
-    same 19 "${#COMMANDS[@]}"
-    same "$(tail -n +2 <<<"$("$BUILD_DIR/dravik")")" "$(awk '$2 == "listed" {print $1}' <<<"$TABLE")"
+    mapfile -t COMMANDS < <(of_kind listed; of_kind unlisted; of_kind own)
+    same 23 "${#COMMANDS[@]}"
+    same "$(tail -n +2 <<<"$("$BUILD_DIR/dravik")")" "$(of_kind listed; printf '\nCommands with options of their own:\n'; of_kind own)"
 }
 
 commands() { printf '%s\n' "${COMMANDS[@]}"; }
@@ -124,25 +127,26 @@ END
 
 @test "every parameter that the program knows is in a help text's synopsis, in its list of parameters, and in the manual page" {
     local name
-    same "-alias -chooser -device_name -interval -nvme -path_alias -scsi -state -wwid" "$(parameters | flat)"
+    same "--all --bad --follow --incident --json --path --since --volume --watch -alias -chooser -device_name -interval -nvme -path_alias -scsi -state -wwid" \
+        "$(parameters | LC_ALL=C sort | flat)"
     local synopses lists
     synopses=$(for name in $(commands); do help_synopsis "$name"; echo; done)
     lists=$(for name in $(commands); do section "$REPO/help/$name.help" PARAMETERS; done)
     for name in $(parameters); do
         grep -qE -- "$name\b" <<<"$synopses" || same "$name in a synopsis" ""
         grep -q -- "^$name" <<<"$lists" || same "$name in PARAMETERS" ""
-        grep -qF -- "\\$name" "$REPO/man/dravik.8" || same "$name in dravik.8" ""
+        grep -qF -- "${name//-/\\-}" "$REPO/man/dravik.8" || same "$name in dravik.8" ""
     done
 }
 
 @test "the parameters of a synopsis are those that the help text lists and the completion offers" {
     local name in_synopsis
     for name in $(commands); do
-        in_synopsis=$(help_synopsis "$name" | grep -oE -- '-[a-z_]+' | sort | flat)
+        in_synopsis=$(help_synopsis "$name" | grep -oE -- '--?[a-z_]+' | sort | flat)
         same "$name: $(parameters "$name" | flat)" "$name: $in_synopsis"
         # The policies hold dashes too, but no synopsis names them.
         same "$name: $in_synopsis" \
-            "$name: $(section "$REPO/help/$name.help" PARAMETERS | grep -oE -- '^-[a-z_]+' | sort | flat)"
+            "$name: $(section "$REPO/help/$name.help" PARAMETERS | grep -oE -- '^--?[a-z_]+' | sort | flat)"
         same "$name: $in_synopsis" "$name: $(completes dravik "$name" - | grep -vx -- --help | sort | flat)"
     done
 }

@@ -94,7 +94,9 @@ odd_folders() {
     same "/usr/bin/dravik-help
 /usr/bin/dravik-script
 /usr/bin/dravik-script/lib
-/usr/share/doc/dravik" "$(rpm -qplv "$RPM" 2>/dev/null | awk '$1 ~ /^d/ {print $NF}' | LC_ALL=C sort)"
+/usr/share/doc/dravik
+/usr/share/dravik
+/usr/share/dravik/schema" "$(rpm -qplv "$RPM" 2>/dev/null | awk '$1 ~ /^d/ {print $NF}' | LC_ALL=C sort)"
     run grep -c dumps <(dpkg-deb -c "$DEB")
     same 0 "$output"
 }

@@ -14,6 +14,7 @@ promised_files() {
         echo "-rw-r--r-- /usr/share/bash-completion/completions/dravik"
         echo "-rw-r--r-- /usr/share/doc/dravik/README.md"
         echo "-rw-r--r-- /usr/share/doc/dravik/operator-guide.md"
+        (cd "$REPO/schema" && printf -- '-rw-r--r-- /usr/share/dravik/schema/%s\n' *.schema.json)
         echo "-rw-r--r-- /usr/share/man/man5/dravik-files.5"
         echo "-rw-r--r-- /usr/share/man/man8/dravik-monitor.8"
         echo "-rw-r--r-- /usr/share/man/man8/dravik.8"

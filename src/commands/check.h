@@ -1,0 +1,15 @@
+// check: the verdict over all volumes or one, from the ledger alone.
+#pragma once
+
+#include "commands/own_command.h"
+
+namespace dravik {
+
+// dravik check [VOLUME] [--json]
+//
+// Prints a line that monitoring systems read, and a line for each volume that is not ok, the worst first; a volume that was
+// named gets its line whatever its state. Exit status 0 ok, 1 degraded, 2 last path or none, 3 unknown: nothing observed for
+// more than 60 s, no ledger, a volume that the ledger does not know, or a line that cannot be understood.
+int check(const OwnCall &call);
+
+} // namespace dravik

@@ -1,0 +1,77 @@
+// Observing in place of the monitor.
+#include "commands/own_observation.h"
+
+#include <algorithm>
+#include <new>
+#include <utility>
+
+#include "common/capture.h"
+#include "ledger/judgement.h"
+#include "ledger/kernel_view.h"
+#include "topology/topology_query.h"
+
+namespace dravik {
+
+namespace {
+
+ToolOutcome runTool(s_dravik *topology) {
+    const Milliseconds begun = nowMs();
+    setChildDeadline(TOOL_DEADLINE_SECONDS, nullptr);
+    const s_ecItems *query = queryDravikInfo(topology);
+    const ChildEnd &tool = lastToolEnd();
+    ToolOutcome outcome;
+    outcome.failure = failureOfQuery(query, TOOL_DEADLINE_SECONDS);
+    outcome.exit_status = tool.exit_status;
+    outcome.signal_number = tool.signal_number;
+    outcome.tool_ms = tool.duration_ms;
+    outcome.duration_ms = nowMs() - begun;
+    setChildDeadline(0, nullptr);
+    return outcome;
+}
+
+// What is unseen now was last seen when the ledger last saw anything, however long ago that is.
+void dateUnseen(KnownTopology *volumes, const Observation &now, const Observation &last) {
+    const auto date = [&](auto *thing) {
+        if (thing->presence == Presence::UNSEEN && thing->unseen_since == now.time) {
+            thing->unseen_since = last.seen;
+        }
+    };
+    for (KnownVolume &volume : *volumes) {
+        date(&volume);
+        for (KnownPath &path : volume.paths) {
+            date(&path);
+        }
+    }
+}
+
+} // namespace
+
+void observeNow(LedgerView *view) {
+    const DravikList topology(mallocDravik(), freeDravik);
+    if (topology == nullptr) {
+        throw std::bad_alloc();
+    }
+    const ToolOutcome outcome = runTool(topology.get());
+    const Observation last = view->observation;
+    Observation observation = last;
+    observation.time = nowMs();
+    observation.tool_ms = outcome.tool_ms;
+    observation.duration_ms = outcome.duration_ms;
+    if (!outcome.failure.empty()) {
+        observation.quality = Quality::FAILED;
+        observation.reason = outcome.failure;
+    } else {
+        observation.boot_id = bootId();
+        observation.reason = howToolEnded(outcome);
+        observation = judgeTopology(topology.get(), outcome, observation, last, std::move(view->operations),
+                                    &view->volumes)
+                          .observation;
+        observation.seen = observation.time;
+        dateUnseen(&view->volumes, observation, last);
+    }
+    view->observation = observation;
+    view->now = nowMs();
+    view->age = std::max<Milliseconds>(view->now - observation.time, 0);
+}
+
+} // namespace dravik

@@ -93,7 +93,8 @@ makeSim() {
     echo 'Mon 2021-12-06 10:15:02 UTC' >"$SIM/services/dravikd.service.since"
 }
 
-# addPreload BUILD_DIR: the library comes from $SIMHOST_PRELOAD, from the build folder, or is compiled here.
+# addPreload BUILD_DIR: the library comes from $SIMHOST_PRELOAD, from the build folder, or is compiled here. The host's
+# loader takes it from a file, not from the environment, which the programs and scripts clean.
 addPreload() {
     local found='' candidate key
     for candidate in "${SIMHOST_PRELOAD-}" "${1:+$1/libsimhost_preload.so}" \
@@ -112,6 +113,7 @@ addPreload() {
     fi
     cp "$found" "$SIM/preload.so"
     addLibraries "$HOST" "$SIM/preload.so"
+    echo /sim/preload.so >"$HOST/etc/ld.so.preload"
 }
 
 # installProduct BUILD_DIR: by the product's own rule; a build folder without one gives its programs.

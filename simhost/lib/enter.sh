@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-# Going into a simulated host: chroot, a clean environment, the preload library; always by exec, so that signals and
-# exit statuses pass through.
+# Going into a simulated host: chroot and a clean environment; always by exec, so that signals and exit statuses pass
+# through.
 
 # With a real /proc (SIMHOST_REAL_PROC=1, or a product built with sanitizers): in a mount namespace of its own, the
 # real one lies over the host's /proc, and the simulated files move to /sim/proc, where the preload library sends
@@ -16,7 +16,7 @@ prepareEntry() {
     local -a namespace=() inside
     local name
     [[ ! -e $SIM/real_proc ]] || local SIMHOST_REAL_PROC=1
-    inside=("$HOST" /usr/bin/env -i PATH=/usr/sbin:/usr/bin HOME=/root TZ=UTC LC_ALL=C LD_PRELOAD=/sim/preload.so)
+    inside=("$HOST" /usr/bin/env -i PATH=/usr/sbin:/usr/bin HOME=/root TZ=UTC LC_ALL=C)
     for name in TERM DRAVIK_CLI_DEBUG SIMHOST_SLEEPS SIMHOST_REAL_PROC ASAN_OPTIONS UBSAN_OPTIONS; do
         [[ ${!name-} ]] && inside+=("$name=${!name}")
     done

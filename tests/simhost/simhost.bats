@@ -833,7 +833,6 @@ simhost: the scenario is not understood' build "$away/y" --scenario 'volume a tr
     same "A=b
 HOME=/root
 LC_ALL=C
-LD_PRELOAD=/sim/preload.so
 PATH=/usr/sbin:/usr/bin
 TZ=UTC" "$(grep -v -e ^TERM= -e ^_= <<<"$output" | sort)"
 }

@@ -1,4 +1,4 @@
-#!/bin/bash
+#!/bin/bash -p
 # Gives devices their user-friendly names: the aliases in the "multipaths" section of /etc/velomux.conf.
 # usage: alias.sh set WWID ALIAS | alias.sh del WWID | alias.sh query
 # Promises:
@@ -12,9 +12,9 @@
 # - WWIDs and aliases are compared as strings. Other entries, other settings and remarks stay byte for byte;
 #   the file changes at once or not at all.
 # - The stack is told of a change (velomux -r). When that fails the change stays, and a line says so.
-set -euo pipefail
-LIB=$(dirname -- "${BASH_SOURCE[0]}")/lib
-source "$LIB/base.sh"
+[[ $- == *e*p*u* ]] || POSIXLY_CORRECT=1 # lib/start.sh tells why
+LIB=${BASH_SOURCE[0]%"${BASH_SOURCE[0]##*/}"}lib
+. "$LIB/start.sh"
 source "$LIB/conf.sh"
 
 USAGE="alias.sh set WWID ALIAS | alias.sh del WWID | alias.sh query"

@@ -1,4 +1,4 @@
-#!/bin/bash
+#!/bin/bash -p
 # Keeps LVM off the single paths of multipath devices.
 # usage: checklvm.sh
 # Promises:
@@ -9,9 +9,9 @@
 # - The file changes at once or not at all. A host without LVM is left alone.
 # - One line is printed when something was done.
 # Exit status: 0, 1 failed, 2 wrong arguments.
-set -euo pipefail
-LIB=$(dirname -- "${BASH_SOURCE[0]}")/lib
-source "$LIB/base.sh"
+[[ $- == *e*p*u* ]] || POSIXLY_CORRECT=1 # lib/start.sh tells why
+LIB=${BASH_SOURCE[0]%"${BASH_SOURCE[0]##*/}"}lib
+. "$LIB/start.sh"
 source "$LIB/lock.sh"
 source "$LIB/replace_file.sh"
 

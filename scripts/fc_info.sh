@@ -1,4 +1,4 @@
-#!/bin/bash
+#!/bin/bash -p
 # Shows the host's Fibre Channel ports as one table.
 # usage: fc_info.sh
 # Promises:
@@ -6,9 +6,9 @@
 #   speed, topology, driver; "-" for what the kernel does not tell. Columns are as wide as their longest text.
 # - A host without such ports is told so in one line, and is a success.
 # Exit status: 0, 2 wrong arguments.
-set -euo pipefail
-LIB=$(dirname -- "${BASH_SOURCE[0]}")/lib
-source "$LIB/base.sh"
+[[ $- == *e*p*u* ]] || POSIXLY_CORRECT=1 # lib/start.sh tells why
+LIB=${BASH_SOURCE[0]%"${BASH_SOURCE[0]##*/}"}lib
+. "$LIB/start.sh"
 source "$LIB/sysfs.sh"
 
 readonly COLUMN_COUNT=7

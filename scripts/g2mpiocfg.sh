@@ -1,4 +1,4 @@
-#!/bin/bash
+#!/bin/bash -p
 # Writes the product's device blocks into /etc/velomux.conf, or refreshes them.
 # usage: g2mpiocfg.sh
 # Promises:
@@ -12,9 +12,9 @@
 # - A file whose sections or blocks do not close is left as it is, with a message that names the line.
 # - One line is printed for each thing done. The daemon is not told; that is for "dravik restart".
 # Exit status: 0, 1 failed, 2 wrong arguments.
-set -euo pipefail
-LIB=$(dirname -- "${BASH_SOURCE[0]}")/lib
-source "$LIB/base.sh"
+[[ $- == *e*p*u* ]] || POSIXLY_CORRECT=1 # lib/start.sh tells why
+LIB=${BASH_SOURCE[0]%"${BASH_SOURCE[0]##*/}"}lib
+. "$LIB/start.sh"
 source "$LIB/conf.sh"
 source "$LIB/distribution.sh"
 

@@ -1,4 +1,4 @@
-#!/bin/bash
+#!/bin/bash -p
 # Remembers which paths were taken offline by hand, so that run_all_offline_path.sh can bring them back.
 # usage: path_state_record.sh add PATH | path_state_record.sh del PATH
 # Promises:
@@ -9,9 +9,9 @@
 #   at once none is lost. When nothing changes nothing is written. Lines that are no record are kept.
 # - Nothing is printed on success.
 # Exit status: 0, 1 failed, 2 wrong arguments.
-set -euo pipefail
-LIB=$(dirname -- "${BASH_SOURCE[0]}")/lib
-source "$LIB/base.sh"
+[[ $- == *e*p*u* ]] || POSIXLY_CORRECT=1 # lib/start.sh tells why
+LIB=${BASH_SOURCE[0]%"${BASH_SOURCE[0]##*/}"}lib
+. "$LIB/start.sh"
 source "$LIB/lock.sh"
 source "$LIB/replace_file.sh"
 source "$LIB/sysfs.sh"

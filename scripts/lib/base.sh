@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# What every helper script starts from: locale, search path, messages, usage, plain words.
+# What every helper script builds on: locale, search path, messages, usage, plain words.
 #
 # The programs read a script's standard output and standard error as one text, and in places judge it by its
 # first character or its number of lines. So a script says nothing that it does not mean to say, and every
@@ -7,9 +7,11 @@
 
 # Bytes, not characters: names are compared and counted byte by byte whatever the administrator's locale.
 export LC_ALL=C
-# Service managers start us with a short search path; the stack's tools live in the sbin folders.
-export PATH="${PATH:+$PATH:}/usr/sbin:/usr/bin:/sbin:/bin"
+# The stack's tools live in the sbin folders, which cron and service managers leave out.
+export PATH=/usr/sbin:/usr/bin:/sbin:/bin
 umask 022
+# A write past the caller's limit of a file's size fails, with a message, instead of ending the script.
+trap '' XFSZ
 
 SCRIPT_NAME=${0##*/}
 # Exit statuses of every script; a script with statuses of its own says so in its header.

@@ -195,6 +195,34 @@ E
     [[ $(stat -c '%a %u %g' "$ROOT$CONF") == "640 12 34" ]]
 }
 
+@test "group and others lose the permission to write, and no other one" {
+    local before after
+    while read -r before after; do
+        conf <<<'# mine'
+        chown 12:34 "$ROOT$CONF"
+        chmod "$before" "$ROOT$CONF"
+        run script alias set "$WWID" data1
+        answers 0 ""
+        [[ "$before $(stat -c '%a %u %g' "$ROOT$CONF")" == "$before $after 12 34" ]]
+    done <<'E'
+777 755
+666 644
+622 600
+664 644
+660 640
+626 604
+600 600
+400 400
+E
+}
+
+@test "an edit that fails leaves the permissions too" {
+    conf <<<'}'
+    chmod 777 "$ROOT$CONF"
+    run script alias set "$WWID" data1
+    [[ $status == 1 && $(stat -c %a "$ROOT$CONF") == 777 ]]
+}
+
 @test "extended attributes, where the security label is kept, are kept" {
     type -P setfattr >/dev/null || skip "setfattr is not installed"
     conf </dev/null

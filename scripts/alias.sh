@@ -5,7 +5,8 @@
 # - set: afterwards WWID has ALIAS, instead of another one it had before. The section and the entry are
 #   created where they are missing.
 # - del: afterwards WWID has no alias; an entry that held nothing but WWID and alias goes with it.
-# - query: one line per alias in the file's order: WWID, one blank, alias.
+# - query: one line per alias in the file's order: WWID, one blank, alias. An entry whose WWID holds blanks names no
+#   device and has no line.
 # - On failure of set and del the first character printed is a status digit, which is also the exit status:
 #       4  WWID has this very alias already     5  the alias belongs to another WWID     7  WWID has no alias
 #   Any other failure begins with the script's name and exits with 1, or with 2 for wrong arguments.

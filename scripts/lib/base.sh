@@ -71,3 +71,13 @@ is_kernel_name() {
 have_tool() {
     command -v -- "$1" >/dev/null 2>&1
 }
+
+# split_text SEPARATORS TEXT: the parts between them into PARTS. By the shell itself: a here-string would need
+# room for a file in /tmp.
+split_text() {
+    local IFS=$1
+    set -f
+    # shellcheck disable=SC2206  # cut at the separators
+    PARTS=($2)
+    set +f
+}

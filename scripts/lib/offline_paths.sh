@@ -86,16 +86,6 @@ nvme_identity() {
     PATH_KEY=${key}nsid=$VALUE
 }
 
-# split_text SEPARATORS TEXT: the parts between them into PARTS. By the shell itself: a here-string would need
-# room for a file in /tmp.
-split_text() {
-    local IFS=$1
-    set -f
-    # shellcheck disable=SC2206  # cut at the separators
-    PARTS=($2)
-    set +f
-}
-
 # same_wwid A B: "-" stands for "not known" and agrees with everything.
 same_wwid() {
     [[ $1 == "$2" || $1 == - || $2 == - ]]

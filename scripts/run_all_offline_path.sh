@@ -15,6 +15,7 @@ LIB=${BASH_SOURCE[0]%"${BASH_SOURCE[0]##*/}"}lib
 source "$LIB/lock.sh"
 source "$LIB/replace_file.sh"
 source "$LIB/sysfs.sh"
+source "$LIB/path_identity.sh"
 source "$LIB/offline_paths.sh"
 
 readonly ANSWER_SECONDS=30
@@ -65,7 +66,7 @@ main() {
     all=(${RECORDS[@]+"${RECORDS[@]}"})
     for record in ${all[@]+"${all[@]}"}; do
         if ! record_read "$record"; then
-            say "not understood, kept: $record"
+            say "not understood, kept: ${record//[[:cntrl:]]/?}"
         elif record_find_path; then
             bring_back "$record"
         else

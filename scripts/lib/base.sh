@@ -67,6 +67,14 @@ is_kernel_name() {
     [[ ${#1} -le 64 && $1 =~ ^[A-Za-z0-9][A-Za-z0-9._:!-]*$ ]]
 }
 
+# own_file FILE: whether it is a regular file of ours with this one name, and no link.
+own_file() {
+    local links
+    [[ ! -L $1 && -f $1 && -O $1 ]] || return 1
+    links=$(stat -c %h -- "$1") || fail "cannot look at $1"
+    ((links == 1))
+}
+
 # have_tool NAME: whether the host has this command.
 have_tool() {
     command -v -- "$1" >/dev/null 2>&1

@@ -46,7 +46,7 @@ lock_release() {
 }
 
 # private_folder DIR: whether DIR, or the folder that it leads to, is ours and nobody else may write to it. A tool that
-# dies ends the script, here as below: it must not go to another place than the others.
+# dies ends the script, here as in own_file: it must not go to another place than the others.
 private_folder() {
     local mode
     [[ -d $1 && -O $1 && -w $1 ]] || return 1
@@ -56,12 +56,10 @@ private_folder() {
 
 # lock_by_flock FILE SECONDS: fails, with the REASON, where FILE cannot be used.
 lock_by_flock() {
-    local file=$1 seconds=$2 links
+    local file=$1 seconds=$2
     REASON="$file: no regular file of ours with one name"
     if [[ -e $file || -L $file ]]; then
-        [[ ! -L $file && -f $file && -O $file ]] || return 1
-        links=$(stat -c %h -- "$file") || fail "cannot look at $file"
-        ((links == 1)) || return 1
+        own_file "$file" || return 1
         # Who may read it may hold it.
         chmod 0600 "$file" || fail "cannot change $file"
     fi

@@ -4,12 +4,13 @@ if(CMAKE_INSTALL_PREFIX_INITIALIZED_TO_DEFAULT)
   set(CMAKE_INSTALL_PREFIX /usr CACHE PATH "where the product is installed" FORCE)
 endif()
 include(GNUInstallDirs)
+include(cmake/install_folders.cmake)
 
 install(TARGETS dravik dravik-monitor RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 # Scripts can be run by hand as well as by the programs; what they share is only read.
 file(GLOB scripts CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/scripts/*.sh)
-install(PROGRAMS ${scripts} DESTINATION ${CMAKE_INSTALL_BINDIR}/dravik-script)
-install(DIRECTORY scripts/lib DESTINATION ${CMAKE_INSTALL_BINDIR}/dravik-script
+install(PROGRAMS ${scripts} DESTINATION ${SCRIPT_FOLDER})
+install(DIRECTORY scripts/lib DESTINATION ${SCRIPT_FOLDER}
   FILE_PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ
   FILES_MATCHING PATTERN "*.sh" PATTERN "*.awk")
 # Help texts and manual pages are installed with the version in the place of @PROJECT_VERSION@.
@@ -17,15 +18,15 @@ file(GLOB texts CONFIGURE_DEPENDS RELATIVE ${CMAKE_SOURCE_DIR}
   ${CMAKE_SOURCE_DIR}/help/*.help ${CMAKE_SOURCE_DIR}/man/*.[58])
 foreach(text ${texts})
   configure_file(${text} ${CMAKE_BINARY_DIR}/${text} @ONLY)
-  set(place ${CMAKE_INSTALL_BINDIR}/dravik-help)
+  set(place ${HELP_FOLDER})
   if(text MATCHES "\\.([58])$")
     set(place ${CMAKE_INSTALL_MANDIR}/man${CMAKE_MATCH_1})
   endif()
   install(FILES ${CMAKE_BINARY_DIR}/${text} DESTINATION ${place})
 endforeach()
-install(FILES completion/dravik.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
-  RENAME dravik)
-install(FILES systemd/dravik-monitor.service DESTINATION lib/systemd/system)
+install(FILES completion/dravik.bash DESTINATION ${COMPLETION_FOLDER} RENAME dravik)
+install(FILES systemd/dravik-monitor.service DESTINATION ${UNIT_FOLDER})
 # Always there: systemd passes over it in favour of the unit of the same name.
-install(PROGRAMS packaging/dravik-monitor.init DESTINATION /etc/init.d RENAME dravik-monitor)
+install(PROGRAMS packaging/dravik-monitor.init DESTINATION ${INIT_FOLDER} RENAME dravik-monitor)
 install(FILES README.md docs/operator-guide.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+finish_folders()

@@ -8,16 +8,15 @@ set(CPACK_PACKAGE_DESCRIPTION
   "The path monitor reports every change of the paths to the array's volumes; the administration tool shows and changes them.")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
-set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
-  OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS ${FOLDER_PERMISSIONS})
+set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_SOURCE_DIR}/cmake/package_folders.cmake)
 
 # The packages' scripts: each is one file, so the functions they share are put into each.
 file(READ packaging/service.sh DRAVIK_SERVICE_FUNCTIONS)
 string(REPLACE "# shellcheck shell=sh\n" "" DRAVIK_SERVICE_FUNCTIONS "${DRAVIK_SERVICE_FUNCTIONS}")
 set(scripts ${CMAKE_BINARY_DIR}/packaging)
 foreach(script postinst prerm postrm)
-  configure_file(packaging/deb-${script}.in ${scripts}/${script} @ONLY FILE_PERMISSIONS
-    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+  configure_file(packaging/deb-${script}.in ${scripts}/${script} @ONLY FILE_PERMISSIONS ${FOLDER_PERMISSIONS})
 endforeach()
 foreach(script post preun)
   configure_file(packaging/rpm-${script}.in ${scripts}/${script} @ONLY)

@@ -6,19 +6,34 @@
 #
 # A Tab must never hang or cost what a listing of the multipath tool costs: the names come from the monitor's
 # snapshot file, from /dev/mapper and from /sys/block, and every look at them ends after a second.
+#
+# Nothing that was typed and nothing from a file is ever expanded: root presses this key. A typed word is compared or,
+# where it is plain, looked up; what is offered is this file's own or plain. ("compgen -W" runs what its list holds.)
 
 # The root that the names are taken from; only the tests set another one.
 _dravik_root=''
 
-_dravik_commands='aggregation config delalias delete lsalias lspathpolicy query restart scan setalias setstate
-    setpathpolicy start status stop version port devstats refresh'
+_dravik_commands=(aggregation config delalias delete lsalias lspathpolicy query restart scan setalias setstate
+    setpathpolicy start status stop version port devstats refresh)
 
-# _dravik_words WORDS PREFIX: offers those words that begin with the prefix.
+# What a name looks like, for sed and awk in the C locale.
+_dravik_name='[A-Za-z0-9._:][A-Za-z0-9._:-]*'
+
+# _dravik_is_plain WORD: whether it is the beginning of a name, or empty. Character by character, because in the
+# user's locale a range has its own ideas.
+_dravik_is_plain() {
+    local plain=ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789._:-
+    [[ $1 != -* && $1 != *[!$plain]* ]]
+}
+
+# _dravik_words PREFIX [WORD...]: offers those words that begin with the prefix, which may stand behind a quote.
 _dravik_words() {
-    local IFS=$' \t\n'
-    # The words are this file's own, none holds a character that the shell would expand.
-    # shellcheck disable=SC2207
-    COMPREPLY=($(compgen -W "$1" -- "$2"))
+    local prefix=${1#[\"\']} word
+    shift
+    COMPREPLY=()
+    for word in "$@"; do
+        [[ $word != "$prefix"* ]] || COMPREPLY+=("$word")
+    done
 }
 
 # ---- names
@@ -53,7 +68,7 @@ NF != 8 { next }
         if (of != "" && of != $4 || known && !(alias in mapped)) next
         name = alias
     }
-    if (substr(name, 1, length(prefix)) == prefix && name ~ /^[A-Za-z0-9._:-]+$/ && !(name in seen)) {
+    if (substr(name, 1, length(prefix)) == prefix && name ~ whole_name && !(name in seen)) {
         seen[name] = 1
         print name
     }
@@ -69,33 +84,34 @@ _dravik_snapshot() {
     [[ -f $file && -r $file ]] || return 0
     command -v timeout >/dev/null && run=(timeout 1 awk)
     compgen -f -- "$_dravik_root/dev/mapper/" |
-        LC_ALL=C command "${run[@]}" -F, -v kind="$1" -v prefix="$2" -v of="${3-}" "$_dravik_awk" \
-            live=1 - live=0 "$file" 2>/dev/null || return 0
+        LC_ALL=C command "${run[@]}" -F, -v kind="$1" -v prefix="$2" -v of="${3-}" \
+            -v whole_name="^$_dravik_name\$" "$_dravik_awk" live=1 - live=0 "$file" 2>/dev/null || return 0
 }
 
-# _dravik_entries START PATTERN: the names of the files that begin with START, as far as they match the pattern.
+# _dravik_entries START [PATTERN]: the names of the files that begin with START, as far as they match the pattern. Some
+# versions of compgen expand what they are given here: START consists of plain words.
 _dravik_entries() {
-    compgen -f -- "$_dravik_root$1" | LC_ALL=C command sed -n "s,.*/,,; /^$2\$/p"
+    compgen -f -- "$_dravik_root$1" | LC_ALL=C command sed -n "s,.*/,,; /^\.\.*\$/d; /^${2-$_dravik_name}\$/p"
 }
 
 # _dravik_slaves DEVICE PREFIX: the block devices below the device's map, as the kernel has them now.
 _dravik_slaves() {
     local node=$_dravik_root/dev/mapper/$1
     [[ -e $node ]] || return 0
-    node=$(command readlink -f -- "$node") || return 0
-    _dravik_entries "/sys/block/${node##*/}/slaves/$2" '[A-Za-z0-9._-]*'
+    node=$(command readlink -f -- "$node") && node=${node##*/} && _dravik_is_plain "$node" || return 0
+    _dravik_entries "/sys/block/$node/slaves/$2"
 }
 
 # _dravik_names KIND PREFIX [OF]: offers names, from the first source that has any.
 _dravik_names() {
-    local plain='^[A-Za-z0-9._:-]*$' names='' IFS=$'\n'
-    [[ $2 =~ $plain && ${3-} =~ $plain ]] || return 0
+    local names='' IFS=$'\n'
+    _dravik_is_plain "$2" && _dravik_is_plain "${3-}" || return 0
     [[ $1 != path || ! ${3-} ]] || names=$(_dravik_slaves "$3" "$2")
     [[ $names ]] || names=$(_dravik_snapshot "$@")
     # What follows serves those who may not read the snapshot file, or have none yet.
     if [[ ! $names && ! -r $_dravik_root/dumps/data.dravik ]]; then
         case $1 in
-            device) names=$(_dravik_entries "/dev/mapper/$2" '[A-Za-z0-9._-]*' | command sed '/^control$/d') ;;
+            device) names=$(_dravik_entries "/dev/mapper/$2" | command sed '/^control$/d') ;;
             path) names=$(_dravik_entries "/sys/block/$2" '\(sd[a-z]*\|nvme[0-9a-z]*\)') ;;
         esac
     fi
@@ -109,7 +125,8 @@ _dravik_names() {
 # _dravik_pairs PREFIX NAME...: a command with name/value pairs. Offers a value to the name before the cursor, else
 # the names that are not given yet.
 _dravik_pairs() {
-    local prefix=$1 i name rest='' alias='' path='' wwid='' given=' '
+    local prefix=$1 i name alias='' path='' wwid='' given=' '
+    local -a rest=()
     shift
     for ((i = 2; i < COMP_CWORD - 1; i += 2)); do
         name=${COMP_WORDS[i]}
@@ -124,42 +141,52 @@ _dravik_pairs() {
         case ${COMP_WORDS[i]} in
             -path_alias) _dravik_names device "$prefix" "$path" ;;
             -device_name) _dravik_names path "$prefix" "$alias" ;;
-            -state) _dravik_words 'online offline' "$prefix" ;;
+            -state) _dravik_words "$prefix" online offline ;;
             -wwid) _dravik_names wwid "$prefix" ;;
             # A device may be named by its WWID; nobody types that twice.
-            -alias) [[ ! $prefix ]] || _dravik_words "$wwid" "$prefix" ;;
+            -alias) [[ ! $prefix || ! $wwid ]] || ! _dravik_is_plain "$wwid" || _dravik_words "$prefix" "$wwid" ;;
         esac
         return
     fi
     for name in "$@"; do
-        [[ $given == *" $name "* ]] || rest+=" $name"
+        [[ $given == *" $name "* ]] || rest+=("$name")
     done
-    _dravik_options "$rest" "$prefix"
+    _dravik_options "$prefix" ${rest[@]+"${rest[@]}"}
 }
 
 # setpathpolicy [-scsi|-nvme] -chooser POLICY
 _dravik_policy() {
-    local prefix=$1 i rest='-scsi -nvme -chooser'
+    local prefix=$1 i
+    local -a rest=(-scsi -nvme -chooser)
     for ((i = 2; i < COMP_CWORD; i++)); do
         case ${COMP_WORDS[i]} in
-            -scsi | -nvme) rest=-chooser ;;
+            -scsi | -nvme) rest=(-chooser) ;;
             -chooser)
                 ((i < COMP_CWORD - 1)) ||
-                    _dravik_words 'smart-distribution-extend least-queue-depth-extend round-robin-extend' "$prefix"
+                    _dravik_words "$prefix" smart-distribution-extend least-queue-depth-extend round-robin-extend
                 return
                 ;;
         esac
     done
-    _dravik_options "$rest" "$prefix"
+    _dravik_options "$prefix" "${rest[@]}"
 }
 
-# _dravik_options WORDS PREFIX: these words; right behind the command also --help, for those who type a dash.
+# _dravik_options PREFIX [WORD...]: these words; right behind the command also --help, for those who type a dash.
 _dravik_options() {
-    if ((COMP_CWORD == 2)) && [[ $2 == -* ]]; then
-        _dravik_words "$1 --help" "$2"
+    if ((COMP_CWORD == 2)) && [[ $1 == -* ]]; then
+        _dravik_words "$@" --help
     else
-        _dravik_words "$1" "$2"
+        _dravik_words "$@"
     fi
+}
+
+# Whether the word is one of the commands.
+_dravik_is_command() {
+    local name
+    for name in "${_dravik_commands[@]}"; do
+        [[ $1 != "$name" ]] || return 0
+    done
+    return 1
 }
 
 _dravik() {
@@ -168,8 +195,8 @@ _dravik() {
     COMPREPLY=()
     if ((COMP_CWORD == 1)); then
         case $cur in
-            -*) _dravik_words '-h --help --version --service' "$cur" ;;
-            *) _dravik_words "$_dravik_commands help" "$cur" ;;
+            -*) _dravik_words "$cur" -h --help --version --service ;;
+            *) _dravik_words "$cur" "${_dravik_commands[@]}" help ;;
         esac
         return
     fi
@@ -179,18 +206,18 @@ _dravik() {
         setstate) _dravik_pairs "$cur" -path_alias -device_name -state ;;
         devstats) _dravik_pairs "$cur" -path_alias -interval ;;
         setpathpolicy) _dravik_policy "$cur" ;;
-        help | -h | --help) ((COMP_CWORD > 2)) || _dravik_words "$_dravik_commands" "$cur" ;;
-        --service) ((COMP_CWORD > 2)) || _dravik_words 'mkconfig lsselfstart setselfstart' "$cur" ;;
+        help | -h | --help) ((COMP_CWORD > 2)) || _dravik_words "$cur" "${_dravik_commands[@]}" ;;
+        --service) ((COMP_CWORD > 2)) || _dravik_words "$cur" mkconfig lsselfstart setselfstart ;;
         query | delete)
             if [[ $cur == -* ]]; then
-                _dravik_options '' "$cur"
+                _dravik_options "$cur"
             elif ((COMP_CWORD == 2)); then
                 _dravik_names device "$cur"
             fi
             ;;
         *)
             # The other commands take no parameters.
-            [[ " ${_dravik_commands//$'\n'/ } " != *" ${COMP_WORDS[1]} "* ]] || _dravik_options '' "$cur"
+            ! _dravik_is_command "${COMP_WORDS[1]}" || _dravik_options "$cur"
             ;;
     esac
 }

@@ -183,6 +183,9 @@ buildHost() {
     setGeneration "$generation" || die "no generation \"$generation\" (there are: ${GENERATIONS[*]})"
     makeDevices
     mkdir -p "$HOST"/{proc,sys/block,sys/class}
+    # On ext4 the folders of the paths are spread over the disk. Side by side they would come to lie where a host that
+    # was removed a moment ago lay, and without a journal the kernel passes over its inodes again for every new file.
+    chattr +T "$HOST/sys/block" 2>/dev/null || true
     makeAdapters
     addPreload "$from"
     # shellcheck source=../host/lib/state.sh

@@ -22,7 +22,7 @@ constexpr char VDISK_CACHE_FILE[] = "/dumps/storage_config.json";
 constexpr long long VDISK_CACHE_LIMIT = 16LL * 1024 * 1024;
 
 // Writes `path` new, with mode 0600 or the mode of the file it replaces, holding the one entry.
-// Returns 1; 0, with nothing written, when the pair cannot stand in the template (vdisk_json.h), or when the
+// Returns 1; 0, with nothing written, when the pair cannot stand in the template (vdisk_entry.h), or when the
 // writing failed, logged as "Failed to write file %s: %s.\n" with the path and the reason.
 int make_disk_json(const char *wwid, const char *name, const char *path);
 
@@ -35,7 +35,7 @@ int make_disk_json(const char *wwid, const char *name, const char *path);
 // A file that cannot be read, or is larger than VDISK_CACHE_LIMIT, is left alone.
 // Logged: "Failed to save wwid filed, because wwid is NULL.\n" and "Failed to save vdisk name filed, because
 // vdisk name is NULL.\n" for an empty WWID and an empty name, both of which end the call; what the rule logs
-// (vdisk_json.h); the failures of writing, as above, and "File %s is larger than %lld bytes, not used.\n".
+// (vdisk_entry.h); the failures of writing, as above, and "File %s is larger than %lld bytes, not used.\n".
 void store_wwid_vdiskname(const char *path, const char *wwid, const char *name);
 
 // Looks up the name of `wwid` in the file `path`. The first element of "disk" with that "wwid" is the entry;

@@ -43,7 +43,7 @@ TreeState loadVdiskTree(const char *path, bool held, VdiskTree **tree, std::stri
 // Drops the tree in memory.
 void forgetVdiskTree();
 
-// Where the update rule of vdisk_json.h finds the entry of `wwid`: null when an element that is no object
+// Where the update rule of vdisk_entry.h finds the entry of `wwid`: null when an element that is no object
 // (then `*blocked_by` is that element, otherwise null) stands before it, or when there is none.
 cJSON *entryForUpdate(const VdiskTree *tree, const char *wwid, const cJSON **blocked_by);
 

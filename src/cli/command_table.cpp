@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <iterator>
+#include <numeric>
 #include <string_view>
 
 #include "commands/aggregation.h"
@@ -59,6 +60,7 @@ constexpr bool READS = false;
 constexpr CommandKind LISTED = CommandKind::LISTED;
 constexpr CommandKind UNLISTED = CommandKind::UNLISTED;
 constexpr CommandKind SERVICE = CommandKind::SERVICE;
+constexpr CommandKind OWN = CommandKind::OWN;
 
 // In the order of the printed list.
 constexpr Command COMMANDS[] = {
@@ -89,7 +91,53 @@ constexpr Command COMMANDS[] = {
 };
 
 const char *kindName(CommandKind kind) {
-    return kind == LISTED ? "listed" : kind == UNLISTED ? "unlisted" : "service";
+    switch (kind) {
+    case LISTED:
+        return "listed";
+    case UNLISTED:
+        return "unlisted";
+    case SERVICE:
+        return "service";
+    case OWN:
+        break;
+    }
+    return "own";
+}
+
+// The row of the name among our own commands, or among the others.
+const Command *findRow(const char *name, bool own) {
+    const Command *row =
+        std::find_if(std::begin(COMMANDS), std::end(COMMANDS), [name, own](const Command &command) {
+            return (command.kind == OWN) == own && tessaline_strncmp(name, command.name, CLI_NAME_SIZE) == 0;
+        });
+    return row == std::end(COMMANDS) ? nullptr : row;
+}
+
+constexpr size_t MOST_MISTAKES = 2;
+
+// How many letters of `word` are wrong, missing, too many, or exchanged with their neighbour, against `name`.
+size_t mistakesBetween(std::string_view word, std::string_view name) {
+    if (word.size() > name.size() + MOST_MISTAKES || name.size() > word.size() + MOST_MISTAKES) {
+        return MOST_MISTAKES + 1;
+    }
+    // Rows of the table of distances between the beginnings of both.
+    size_t before_last[CLI_NAME_SIZE + 1] = {};
+    size_t last[CLI_NAME_SIZE + 1] = {};
+    size_t now[CLI_NAME_SIZE + 1] = {};
+    std::iota(std::begin(last), std::end(last), size_t{0});
+    for (size_t i = 1; i <= word.size(); ++i) {
+        now[0] = i;
+        for (size_t j = 1; j <= name.size(); ++j) {
+            const bool same = word[i - 1] == name[j - 1];
+            now[j] = std::min({last[j] + 1, now[j - 1] + 1, last[j - 1] + (same ? 0 : 1)});
+            if (i > 1 && j > 1 && word[i - 1] == name[j - 2] && word[i - 2] == name[j - 1]) {
+                now[j] = std::min(now[j], before_last[j - 2] + 1);
+            }
+        }
+        std::copy(std::begin(last), std::end(last), std::begin(before_last));
+        std::copy(std::begin(now), std::end(now), std::begin(last));
+    }
+    return last[name.size()];
 }
 
 void printParameter(const Parameter &parameter) {
@@ -115,16 +163,42 @@ const char *nameIn(int argc, const char *const *argv) {
 } // namespace
 
 const Command *findCommand(const char *name) {
-    const Command *row =
-        std::find_if(std::begin(COMMANDS), std::end(COMMANDS), [name](const Command &command) {
-            return tessaline_strncmp(name, command.name, CLI_NAME_SIZE) == 0;
-        });
-    return row == std::end(COMMANDS) ? nullptr : row;
+    return findRow(name, false);
+}
+
+const Command *findOwnCommand(const char *name) {
+    return findRow(name, true);
+}
+
+const char *nearestCommandName(const char *word) {
+    const char *nearest = nullptr;
+    size_t least = MOST_MISTAKES + 1;
+    for (const Command &command : COMMANDS) {
+        const size_t mistakes = command.kind == SERVICE ? least : mistakesBetween(word, command.name);
+        if (mistakes < least) {
+            least = mistakes;
+            nearest = command.name;
+        }
+    }
+    return nearest;
 }
 
 const Command *findServiceCommand(const char *name) {
     const Command *command = findCommand(name);
     return command != nullptr && command->kind == SERVICE ? command : nullptr;
+}
+
+void printOwnCommands() {
+    bool headed = false;
+    for (const Command &command : COMMANDS) {
+        if (command.kind == OWN) {
+            if (!headed) {
+                puts("\nCommands with options of their own:");
+                headed = true;
+            }
+            puts(command.name);
+        }
+    }
 }
 
 void printCommandTable() {

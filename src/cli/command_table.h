@@ -2,7 +2,9 @@
 #pragma once
 
 #include "cli/parameter_checks.h"
+#include "commands/own_command.h"
 #include "common/result.h"
+#include "output/json.h"
 
 namespace dravik {
 
@@ -11,6 +13,7 @@ enum class CommandKind {
     LISTED,   // named in the printed list
     UNLISTED, // accepted like a listed one, but left out of the list
     SERVICE,  // for package scripts: run as "dravik --service NAME" alone
+    OWN,      // one of our own, which the contract's names know nothing of
 };
 
 struct Command {
@@ -24,17 +27,34 @@ struct Command {
     s_ecItems *(*check_parameters)(int argc, const char *const *argv);
     // The last check of those values before the command runs; null where there is nothing more to ask.
     s_ecItems *(*check_last)();
+    // Runs it on those values; null for a command of our own.
     s_ecItems *(*run)(int argc);
+    // The same as structured data: fills the document, of which the common head and the result are the caller's. Null where
+    // the result is all that there is.
+    s_ecItems *(*describe)(int argc, Json *document) = nullptr;
+    // A command of our own: reads its words itself, prints, and answers the exit status.
+    int (*run_own)(const OwnCall &call) = nullptr;
 };
 
-// The row of the command `name`, compared over 64 characters; null when there is none.
+// The row of the contract's command `name`, service commands included, compared over 64 characters; null when there is
+// none.
 const Command *findCommand(const char *name);
+
+// The row of a command of our own; null for any other name.
+const Command *findOwnCommand(const char *name);
+
+// The name of the listed, unlisted or own command that `word` is most like: at most two letters wrong, missing, too many or
+// exchanged; null when none is.
+const char *nearestCommandName(const char *word);
 
 // The row of a command that package scripts run; null for any other name.
 const Command *findServiceCommand(const char *name);
 
+// Prints the names of our own commands, a line each, under a heading; nothing while there are none.
+void printOwnCommands();
+
 // Prints every row to standard output, a line each, for the checks of texts against the program: name, kind ("listed",
-// "unlisted", "service"), "changes" or "reads", and the parameters, "-name" or "-name=VALUE" with the values or the
+// "unlisted", "service", "own"), "changes" or "reads", and the parameters, "-name" or "-name=VALUE" with the values or the
 // kind of value; a positional one as "=VALUE".
 void printCommandTable();
 

@@ -5,37 +5,37 @@
 //   dravik --version                name and version
 //   dravik --service NAME           a service command, for package scripts
 //   dravik COMMAND [parameters]     the command; exit status 0 for a result of code 0, else 1
+//   dravik OWN-COMMAND [options]    a command of our own, with exit statuses of its own
+//   dravik --json ...               the same, answered as structured data
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <new>
 #include <string_view>
-#include <unistd.h>
+#include <vector>
 
-#include "cli/audit.h"
-#include "cli/caller.h"
-#include "cli/command_lock.h"
-#include "cli/command_table.h"
 #include "cli/help.h"
-#include "cli/parameter_checks.h"
-#include "commands/devstats.h"
+#include "cli/run_command.h"
 #include "commands/version.h"
 #include "common/exit_status.h"
 #include "common/startup.h"
-#include "host/interruption.h"
+#include "common/visible_text.h"
 
 namespace {
 
+using dravik::answerWith;
 using dravik::Command;
+using dravik::CommandLine;
 using dravik::EXIT_DONE;
 using dravik::EXIT_FAILED;
 
-// The command line from the word before the command's name on, as the front end's operations take it.
-struct CommandLine {
-    int argc;
-    const char *const *argv;
+// The command line as it was typed, and what it asks for.
+struct Request {
+    CommandLine typed;
+    CommandLine line; // without "--json"
+    bool json;
     std::string_view word(int index) const {
-        return index < argc ? argv[index] : "";
+        return index < line.argc ? line.argv[index] : "";
     }
 };
 
@@ -43,21 +43,16 @@ bool asksForHelp(std::string_view word) {
     return word == "-h" || word == "--help";
 }
 
-// Prints the record as the end of a command.
-int answer(const s_ecItems *result) {
-    print_ec(result);
-    return !isFailure(result) ? EXIT_DONE : EXIT_FAILED;
-}
-
 // The answer to a word that stands where none is taken.
-int answerSurplus(const char *word) {
-    initEcItems1(&EC_invalid_param, word);
-    return answer(&EC_invalid_param);
+int answerSurplus(const Request &request, int index) {
+    initEcItems1(&EC_invalid_param, request.line.argv[index]);
+    return answerWith(&EC_invalid_param, request.line.argv[1], request.json);
 }
 
 int printUsage() {
     puts("Usage: dravik COMMAND [parameters]");
     print_cli_list();
+    dravik::printOwnCommands();
     return EXIT_DONE;
 }
 
@@ -66,124 +61,104 @@ int printVersion() {
     return EXIT_DONE;
 }
 
-// The name check answers for a name that is none, not a look into the folder of help texts.
-int printHelpOf(const char *name) {
+// The contract's answer to a name that is none; what may have been meant stands on standard error.
+int answerUnknown(const Request &request, const char *name) {
     const s_ecItems *result = checkCliNames(name);
-    if (!isFailure(result)) {
-        result = dravik::showHelp(name);
+    const char *nearest = dravik::nearestCommandName(name);
+    if (nearest != nullptr) {
+        fprintf(stderr, "dravik: there is no command \"%s\"; did you mean \"%s\"?\n",
+                dravik::VisibleText(name).text(), nearest);
     }
-    return !isFailure(result) ? EXIT_DONE : answer(result);
+    return answerWith(result, name, request.json);
 }
 
-// ---- commands
-
-void sayIfNotRoot() {
-    if (geteuid() != 0) {
-        fputs("dravik: not running as root: what needs root will fail\n", stderr);
+// The name check answers for a name that is none, not a look into the folder of help texts.
+int printHelpOf(const Request &request, const char *name) {
+    if (isFailure(checkCliNames(name)) && dravik::findOwnCommand(name) == nullptr) {
+        return answerUnknown(request, name);
     }
+    const s_ecItems *result = dravik::showHelp(name);
+    return isFailure(result) ? answerWith(result, name, request.json) : EXIT_DONE;
 }
 
-// The command, whose lack of memory is a result like any other.
-s_ecItems *runHandler(const Command &command, const CommandLine &line) {
-    try {
-        return command.run(line.argc);
-    } catch (const std::bad_alloc &) {
-        return &EC_molloc_failed;
-    }
-}
-
-// Every check that comes before the command runs.
-s_ecItems *checkAll(const Command &command, const CommandLine &line) {
-    s_ecItems *result = command.check_parameters(line.argc, line.argv);
-    return isFailure(result) || command.check_last == nullptr ? result : command.check_last();
-}
-
-// The line of who ran it is written before the result is printed: a reader that has gone away ends this process
-// with a signal.
-int runChangingCommand(const Command &command, const CommandLine &line, const CommandLine &typed) {
-    beginAudit(typed.argc, typed.argv);
-    s_ecItems *result = checkAll(command, line);
-    if (!isFailure(result)) {
-        char shown[480] = "";
-        shownCommandLine(typed.argc, typed.argv, shown, sizeof(shown));
-        const int turn = takeCommandLock(shown, COMMAND_LOCK_FILES, COMMAND_LOCK_SECONDS);
-        if (turn == COMMAND_LOCK_BUSY || turn == COMMAND_LOCK_INTERRUPTED) {
-            auditText("not run, another command was still running.");
-            dravik::endByPendingSignal();
-            return EXIT_FAILED;
-        }
-        result = runHandler(command, line);
-    }
-    auditResult(result);
-    const int status = answer(result);
-    fflush(stdout);
-    dravik::endByPendingSignal();
-    return status;
-}
-
-int runReadingCommand(const Command &command, const CommandLine &line) {
-    s_ecItems *result = checkAll(command, line);
-    if (!isFailure(result)) {
-        result = runHandler(command, line);
-        if (!isFailure(result) && line.word(1) == "devstats") {
-            sampleDevStats(static_cast<unsigned int>(dravik::intervalSeconds())); // ends with the process
-        }
-    }
-    return answer(result);
-}
-
-// Runs the command that `line` begins with; `typed` is the whole command line.
-int runCommand(const Command &command, const CommandLine &line, const CommandLine &typed) {
-    if (command.changes_host && geteuid() != 0) {
-        fprintf(stderr, "dravik: %s changes the host: run it as root\n", command.name);
-        return EXIT_FAILED;
-    }
-    sayIfNotRoot();
-    return command.changes_host ? runChangingCommand(command, line, typed) : runReadingCommand(command, line);
-}
-
-int runServiceCommand(const CommandLine &typed) {
-    if (typed.argc < 3) {
+int runService(const Request &request) {
+    const CommandLine &line = request.line;
+    if (line.argc < 3) {
         initEcItems1(&EC_miss_param_val, "--service");
-        return answer(&EC_miss_param_val);
+        return answerWith(&EC_miss_param_val, "--service", request.json);
     }
-    const Command *command = dravik::findServiceCommand(typed.argv[2]);
+    const Command *command = dravik::findServiceCommand(line.argv[2]);
     if (command == nullptr) {
-        initEcItems1(&EC_invalid_cli_name, typed.argv[2]);
-        return answer(&EC_invalid_cli_name);
+        initEcItems1(&EC_invalid_cli_name, line.argv[2]);
+        return answerWith(&EC_invalid_cli_name, line.argv[2], request.json);
     }
-    return runCommand(*command, {typed.argc - 1, typed.argv + 1}, typed);
+    return runCommand(*command, {line.argc - 1, line.argv + 1}, request.typed, request.json);
 }
 
-int run(const CommandLine &line) {
-    const std::string_view first = line.word(1);
+int runOwn(const Command &command, const Request &request) {
+    // getopt_long exchanges the words of the vector: they are the process's own.
+    return command.run_own({request.line.argc - 1, const_cast<char **>(request.line.argv) + 1, request.json});
+}
+
+int runNamed(const Request &request) {
+    const CommandLine &line = request.line;
+    const bool wants_help = line.argc == 3 && asksForHelp(request.word(2));
+    const Command *own = dravik::findOwnCommand(line.argv[1]);
+    if (own != nullptr) {
+        return wants_help ? printHelpOf(request, line.argv[1]) : runOwn(*own, request);
+    }
+    if (isFailure(checkCliNames(line.argv[1]))) {
+        return answerUnknown(request, line.argv[1]);
+    }
+    if (wants_help) {
+        return printHelpOf(request, line.argv[1]);
+    }
+    return runCommand(*dravik::findCommand(line.argv[1]), line, request.typed, request.json);
+}
+
+int run(const Request &request) {
+    const CommandLine &line = request.line;
+    const std::string_view first = request.word(1);
     if (line.argc < 2) {
         return printUsage();
     }
     if (first == "help" || asksForHelp(first)) {
         if (line.argc > 3) {
-            return answerSurplus(line.argv[3]);
+            return answerSurplus(request, 3);
         }
-        return line.argc == 2 ? printUsage() : printHelpOf(line.argv[2]);
+        return line.argc == 2 ? printUsage() : printHelpOf(request, line.argv[2]);
     }
     if (first == "--version") {
-        return line.argc == 2 ? printVersion() : answerSurplus(line.argv[2]);
+        return line.argc == 2 ? printVersion() : answerSurplus(request, 2);
     }
     if (first == "--service") {
-        return runServiceCommand(line);
+        return runService(request);
     }
     if (first == "--commands" && line.argc == 2) {
         dravik::printCommandTable(); // for the checks of the texts; not for people
         return EXIT_DONE;
     }
-    const s_ecItems *known = checkCliNames(line.argv[1]);
-    if (isFailure(known)) {
-        return answer(known);
+    return runNamed(request);
+}
+
+// The command line without a "--json" before the command's name, which has been cut out of `argv`.
+Request readRequest(int argc, char **argv, char **without_json) {
+    const bool json = argc > 1 && std::string_view(argv[1]) == "--json";
+    if (!json) {
+        return {{argc, argv}, {argc, argv}, false};
     }
-    if (line.argc == 3 && asksForHelp(line.word(2))) {
-        return printHelpOf(line.argv[1]);
+    without_json[0] = argv[0];
+    for (int i = 2; i <= argc; ++i) {
+        without_json[i - 1] = argv[i];
     }
-    return runCommand(*dravik::findCommand(line.argv[1]), line, line);
+    return {{argc, argv}, {argc - 1, without_json}, true};
+}
+
+bool changesHost(const Request &request) {
+    const int name = request.word(1) == "--service" ? 2 : 1;
+    const Command *command =
+        name < request.line.argc ? dravik::findCommand(request.line.argv[name]) : nullptr;
+    return command != nullptr && command->changes_host;
 }
 
 // What was printed may get lost on the way out, on a full disk for instance: a command that only shows something
@@ -200,14 +175,13 @@ int flushOutput(int status, bool changing) {
 
 int main(int argc, char **argv) {
     resetProcess();
-    const CommandLine line = {argc, argv};
-    const int name = line.word(1) == "--service" ? 2 : 1;
-    const Command *command = name < argc ? dravik::findCommand(argv[name]) : nullptr;
+    std::vector<char *> without_json(static_cast<size_t>(argc) + 1);
+    const Request request = readRequest(argc, argv, without_json.data());
     int status = EXIT_FAILED;
     try {
-        status = run(line);
+        status = run(request);
     } catch (const std::bad_alloc &) {
-        status = answer(&EC_molloc_failed);
+        status = answerWith(&EC_molloc_failed, "", false);
     }
-    return flushOutput(status, command != nullptr && command->changes_host);
+    return flushOutput(status, changesHost(request));
 }

@@ -5,7 +5,7 @@
 #include "host/task.h"
 #include "host/tool_names.h"
 
-using dravik::operator""_sh;
+using namespace dravik::literals;
 
 s_ecItems *aggregation() {
     dravik::runScript(__func__, SH_run_all_offline_path);

@@ -14,7 +14,7 @@
 using dravik::FileState;
 using dravik::own;
 using dravik::ShellCommand;
-using dravik::operator""_sh;
+using namespace dravik::literals;
 
 namespace {
 

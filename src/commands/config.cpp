@@ -6,7 +6,7 @@
 #include "host/task.h"
 #include "host/tool_names.h"
 
-using dravik::operator""_sh;
+using namespace dravik::literals;
 
 s_ecItems *config() {
     const dravik::ShellCommand command(CMD_sh, " "_sh, CMD_G2CONFIG_FILE);

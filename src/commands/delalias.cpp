@@ -8,7 +8,7 @@
 #include "host/tool_names.h"
 
 using dravik::ShellCommand;
-using dravik::operator""_sh;
+using namespace dravik::literals;
 
 s_ecItems *delalias() {
     const ShellCommand command(CMD_sh, " "_sh, SH_alias, " del "_sh, gParamWwidVal);

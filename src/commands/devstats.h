@@ -6,7 +6,7 @@
 
 // Takes the topology, or the one device named by alias or WWID, and registers every device and path with the
 // statistics engine, whose device list is sized for the number of lines of the listing. Returns the query's
-// record (topology.h) or EC_molloc_failed. Prints nothing, samples nothing.
+// record (topology_query.h) or EC_molloc_failed. Prints nothing, samples nothing.
 s_ecItems *queryDevStats();
 s_ecItems *querySingleDevStats(const char *device_name);
 

@@ -17,7 +17,7 @@
 
 using dravik::ShellCommand;
 using dravik::VisibleText;
-using dravik::operator""_sh;
+using namespace dravik::literals;
 
 namespace {
 

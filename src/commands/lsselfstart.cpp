@@ -11,7 +11,7 @@
 #include "host/tool_names.h"
 
 using dravik::ShellCommand;
-using dravik::operator""_sh;
+using namespace dravik::literals;
 
 // dravikd         0:off   1:off   2:on    3:on    4:on    5:on    6:off
 // enabled

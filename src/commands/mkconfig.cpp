@@ -9,7 +9,7 @@
 
 using dravik::own;
 using dravik::ShellCommand;
-using dravik::operator""_sh;
+using namespace dravik::literals;
 
 namespace {
 

@@ -11,7 +11,7 @@
 #include "host/task.h"
 #include "host/tool_names.h"
 
-using dravik::operator""_sh;
+using namespace dravik::literals;
 
 s_ecItems *lsport() {
     const dravik::ShellCommand command(CMD_sh, " "_sh, SH_fcport);

@@ -7,7 +7,7 @@
 // ---- commands
 
 // Takes the topology, or the one device named by alias or WWID, and prints it. Returns the query's record
-// (topology.h) or EC_molloc_failed; nothing is printed unless its code is 0.
+// (topology_query.h) or EC_molloc_failed; nothing is printed unless its code is 0.
 s_ecItems *query();
 s_ecItems *querySingleDevice(const char *device_name);
 

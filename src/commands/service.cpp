@@ -9,7 +9,7 @@
 #include "host/tool_names.h"
 
 using dravik::ShellCommand;
-using dravik::operator""_sh;
+using namespace dravik::literals;
 
 namespace {
 

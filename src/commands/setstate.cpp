@@ -15,7 +15,7 @@
 
 using dravik::DeviceName;
 using dravik::ShellCommand;
-using dravik::operator""_sh;
+using namespace dravik::literals;
 
 namespace {
 

@@ -17,7 +17,7 @@
 using dravik::OwnText;
 using dravik::PolicyText;
 using dravik::ShellCommand;
-using dravik::operator""_sh;
+using namespace dravik::literals;
 
 namespace {
 

@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
@@ -45,6 +46,33 @@ struct Child {
     pid_t pid;
     int pipe;
 };
+
+dravik::ChildEnd last_end = {};
+unsigned int deadline_seconds = 0;
+void (*each_second_call)() = nullptr;
+timespec started_at = {};
+
+long long sinceStartMs() {
+    timespec now = {};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return (now.tv_sec - started_at.tv_sec) * 1000LL + (now.tv_nsec - started_at.tv_nsec) / 1000000;
+}
+
+bool isOverdue() {
+    return deadline_seconds != 0 && sinceStartMs() >= deadline_seconds * 1000LL;
+}
+
+// The longest that a wait may last before somebody wants to be called: a second, or for ever.
+const timespec *nextCall() {
+    static constexpr timespec SECOND = {1, 0};
+    return deadline_seconds != 0 || each_second_call != nullptr ? &SECOND : nullptr;
+}
+
+void callEachSecond() {
+    if (each_second_call != nullptr) {
+        each_second_call();
+    }
+}
 
 void beginOutput(Output *output, const char *operation, char *buffer, int size, char **out) {
     output->operation = operation;
@@ -107,9 +135,12 @@ bool spawnShell(const char *command, int out, const sigset_t *mask, pid_t *pid) 
     char shell[] = "sh";
     char option[] = "-c";
     char *const arguments[] = {shell, option, const_cast<char *>(command), nullptr};
+    // A group of its own can be killed as a whole; without a deadline the child stays in ours, for Ctrl+C.
+    const auto flags =
+        static_cast<short>(POSIX_SPAWN_SETSIGMASK | (deadline_seconds != 0 ? POSIX_SPAWN_SETPGROUP : 0));
     const bool started = posix_spawn_file_actions_adddup2(&actions, out, STDOUT_FILENO) == 0 &&
                          posix_spawnattr_setsigmask(&attributes, mask) == 0 &&
-                         posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK) == 0 &&
+                         posix_spawnattr_setflags(&attributes, flags) == 0 &&
                          posix_spawn(pid, "/bin/sh", &actions, &attributes, arguments, environ) == 0;
     posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&actions);
@@ -141,9 +172,18 @@ bool startShell(const char *command, const sigset_t *mask, Child *child) {
 ssize_t readSome(int fd, char *to, size_t size, const sigset_t *waiting) {
     for (;;) {
         pollfd ready = {fd, POLLIN, 0};
-        ssize_t got = ppoll(&ready, 1, nullptr, waiting);
-        if (got >= 0) {
-            got = read(fd, to, size);
+        ssize_t got = ppoll(&ready, 1, nextCall(), waiting);
+        if (got == 0) {
+            callEachSecond();
+            if (isOverdue()) {
+                errno = ETIMEDOUT;
+                return -1;
+            }
+            continue;
+        }
+        if (got > 0) {
+            got = isOverdue() ? -1 : read(fd, to, size);
+            errno = isOverdue() ? ETIMEDOUT : errno;
         }
         if (got >= 0 || (errno != EINTR && errno != EAGAIN)) {
             return got;
@@ -174,20 +214,40 @@ int readAll(int fd, Output *output, const sigset_t *waiting) {
     }
 }
 
+// Waits a little for the child to end, under a deadline; true when it has not passed.
+bool waitInPieces(pid_t pid, int *status, pid_t *ended) {
+    *ended = waitpid(pid, status, WNOHANG);
+    while (*ended == 0 && !isOverdue()) {
+        poll(nullptr, 0, 100);
+        callEachSecond();
+        *ended = waitpid(pid, status, WNOHANG);
+    }
+    return *ended != 0;
+}
+
 // The wait status of the child; a child that somebody else has reaped counts as ended well. A child may close
 // its output and go on: the timer must be able to end this wait too.
 int reap(pid_t pid, const sigset_t *waiting) {
     sigset_t held;
     int status = 0;
-    pid_t ended;
-    do {
+    pid_t ended = 0;
+    if (deadline_seconds != 0 && !waitInPieces(pid, &status, &ended)) {
+        kill(-pid, SIGKILL);
+    }
+    while (ended == 0 || (ended < 0 && errno == EINTR)) {
         sigprocmask(SIG_SETMASK, waiting, &held);
         ended = waitpid(pid, &status, 0);
         const int error = errno;
         sigprocmask(SIG_SETMASK, &held, nullptr);
         errno = error;
-    } while (ended < 0 && errno == EINTR);
+    }
     return ended < 0 ? 0 : status;
+}
+
+void noteEnd(int status) {
+    last_end.signal_number = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
+    last_end.exit_status = WIFEXITED(status) ? WEXITSTATUS(status) : 0;
+    last_end.duration_ms = sinceStartMs();
 }
 
 // Runs `shell_command` and fills `output`: the exit status, or one of the negative results. `logged` is the
@@ -195,17 +255,30 @@ int reap(pid_t pid, const sigset_t *waiting) {
 int capture(const char *shell_command, const char *logged, Output *output, const sigset_t *child_mask,
             const sigset_t *waiting) {
     Child child = {-1, -1};
+    last_end = {};
+    clock_gettime(CLOCK_MONOTONIC, &started_at);
     if (!startShell(shell_command, child_mask, &child)) {
         CAPTURE_LOG(output, LOG_ERROR, "Popen command [%s] failed\n", logged);
         return EXE_NOT_STARTED;
     }
+    last_end.started = true;
     const int result = readAll(child.pipe, output, waiting);
-    if (result == EXE_NOT_READ) {
+    if (isOverdue()) {
+        kill(-child.pid, SIGKILL);
+    } else if (result == EXE_NOT_READ) {
         CAPTURE_LOG(output, LOG_ERROR, "Read output of command [%s] failed: %s.\n", logged, strerror(errno));
         releaseOutput(output);
     }
     close(child.pipe);
     const int status = reap(child.pid, waiting);
+    last_end.deadline_passed = isOverdue();
+    noteEnd(status);
+    if (last_end.deadline_passed) {
+        CAPTURE_LOG(output, LOG_ERROR, "Command [%s] did not end within %u seconds: it has been killed.\n",
+                    logged, deadline_seconds);
+        releaseOutput(output);
+        return EXE_NOT_STARTED;
+    }
     if (result != 0) {
         return result;
     }
@@ -241,6 +314,15 @@ int captureFiltered(const char *operation, const char *command, const char *suff
 }
 
 } // namespace
+
+const dravik::ChildEnd &dravik::lastChildEnd() {
+    return last_end;
+}
+
+void dravik::setChildDeadline(unsigned int seconds, void (*each_second)()) {
+    deadline_seconds = seconds;
+    each_second_call = each_second;
+}
 
 int exe_query(const char *command, char *buffer, int size, char **out, int *grown) {
     return captureFiltered(__func__, command, "", buffer, size, out, grown);

@@ -14,6 +14,26 @@ constexpr int EXE_NOT_STARTED = -1;
 constexpr int EXE_NO_MEMORY = -2;
 constexpr int EXE_NOT_READ = -3; // its output could not be read to the end
 
+namespace dravik {
+
+// How the last child ended, for those who want to know more than its exit status.
+struct ChildEnd {
+    bool started;
+    bool deadline_passed; // it was killed, with everything it had started
+    int signal_number;    // that ended it, 0 for none
+    int exit_status;
+    long long duration_ms;
+};
+const ChildEnd &lastChildEnd();
+
+// How long a child may take from now on; 0, as at the start of the process, for as long as it likes. Under a deadline a
+// child is a process group of its own. One that has not ended in time is killed with its group: it counts as one that could
+// not be started, logged at level 0 as "Command [%s] did not end within %u seconds: it has been killed.\n". `each_second`,
+// if not null, is called about once a second while a child is waited for.
+void setChildDeadline(unsigned int seconds, void (*each_second)());
+
+} // namespace dravik
+
 // Runs `command`; its error output goes where this process's goes.
 //   buffer, size   where the output goes while it fits; taken for empty on entry; `size` is at least 1
 //   out            set to `buffer`, or to the heap block after a growth; null after EXE_NO_MEMORY and EXE_NOT_READ

@@ -23,9 +23,11 @@ constexpr size_t SHELL_COMMAND_SIZE = 1024;
 struct OwnText {
     std::string_view text;
 };
+inline namespace literals {
 constexpr OwnText operator""_sh(const char *text, size_t length) {
     return {{text, length}};
 }
+} // namespace literals
 template <const auto &text> constexpr OwnText own() {
     return {text};
 }
@@ -69,7 +71,7 @@ class ShellCommand {
     }
     void add(PolicyText policy) {
         plain = isPlainPolicy(policy.text) && plain;
-        append(policy.text);
+        append(policy.text == nullptr ? "" : policy.text);
     }
     void append(std::string_view part);
 

@@ -8,8 +8,10 @@
 #include <new>
 #include <unistd.h>
 
+#include "common/capture.h"
 #include "common/log.h"
 #include "monitor/change_detection.h"
+#include "monitor/observing.h"
 #include "monitor/snapshot.h"
 #include "topology/topology_query.h"
 
@@ -34,6 +36,19 @@ constexpr size_t ERROR_TEXT_SIZE = 256;
         DRAVIK_LOG(level, what " Error message: %s.", text);                                                 \
         DRAVIK_TRACE(what " Error message: %s.", text);                                                      \
     } while (false)
+
+// The last query of the topology, for the ledger: whatever became of the records behind it.
+struct Query {
+    const s_ecItems *record;
+    long long duration_ms;
+};
+Query last_query = {&EC_exe_cmd_failed, 0};
+
+long long millisecondsSince(const timespec &then) {
+    timespec now = {};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return (now.tv_sec - then.tv_sec) * 1000LL + (now.tv_nsec - then.tv_nsec) / 1000000;
+}
 
 // The most records that a good cycle has had, and whether the cycle before this one failed.
 unsigned int largest_topology = 0;
@@ -91,10 +106,12 @@ void initMonitor() {
 
 [[noreturn]] void start() {
     DRAVIK_TRACE("Start velomux monitor...");
+    dravik::setChildDeadline(dravik::TOOL_DEADLINE_SECONDS, nullptr);
     for (;;) {
         DRAVIK_TRACE("One monitor...");
         const time_t begun = time(nullptr);
         oneMonitor();
+        dravik::observeCycle(last_query.record, last_query.duration_ms);
         sleep(pauseAfterCycle(difftime(time(nullptr), begun)));
     }
 }
@@ -124,7 +141,10 @@ void oneMonitor() {
 s_ecItems *getLunPath() {
     initDravik(g_pDravik);
     initLunpath(g_pLunPath);
+    timespec begun = {};
+    clock_gettime(CLOCK_MONOTONIC, &begun);
     s_ecItems *result = queryDravikInfo(g_pDravik);
+    last_query = {result, millisecondsSince(begun)};
     if (isFailure(result)) {
         LOG_FAILURE(LOG_ERROR, "Query Dravik infomation failed.", result);
         return result;

@@ -25,7 +25,7 @@ struct DiskstatsFields {
 // converted, 0 to 14.
 int parse_diskstats_line(std::string_view line, DiskstatsFields *out_fields);
 
-// Reads /proc/diskstats into the sample `slot_of_sample` of the tables (tables.h). A line counts when it has
+// Reads /proc/diskstats into the sample `slot_of_sample` of the tables (sample_tables.h). A line counts when it has
 //   14 fields   a device: all counters. Without a device list and without the setting `partitions`, a
 //               partition's line is passed over
 //   7 fields    an old kernel's partition: reads, read sectors, writes, write sectors. Passed over in the

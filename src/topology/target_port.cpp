@@ -8,11 +8,7 @@
 #include "common/plain_word.h"
 #include "common/text.h"
 #include "common/text_split.h"
-#include "host/task.h"
-
-using dravik::DeviceName;
-using dravik::ShellCommand;
-using dravik::operator""_sh;
+#include "topology/port_sources.h"
 
 namespace {
 
@@ -73,9 +69,7 @@ void setRdmaNvmePort(const PathPort *port, char *address) {
 
 s_ecItems *resolveNvme(const char *device_name, const PathPort *port) {
     char transport[OUTPUT_SIZE] = "";
-    s_ecItems *record = runForOutput(
-        "getTargetPort", ShellCommand("cat /sys/block/"_sh, DeviceName{device_name}, "/device/transport"_sh),
-        transport, sizeof(transport));
+    s_ecItems *record = dravik::askTransport(device_name, transport, sizeof(transport));
     if (isFailure(record)) {
         return record;
     }
@@ -86,10 +80,7 @@ s_ecItems *resolveNvme(const char *device_name, const PathPort *port) {
     }
     setInterface(port, fc ? "fc-nvme" : "rdma-nvme");
     char address[OUTPUT_SIZE] = "";
-    record = runForOutput("getTargetPort",
-                          ShellCommand("cat /sys/block/"_sh, DeviceName{device_name},
-                                       "/device/address | awk -F \",\" '{print $1}'"_sh),
-                          address, sizeof(address));
+    record = dravik::askAddress(device_name, address, sizeof(address));
     if (!isFailure(record) && find_str(address, "traddr=") != nullptr) {
         if (fc) {
             setFcNvmePort(port, address);
@@ -124,11 +115,7 @@ void setFcPort(const PathPort *port, char *links) {
 
 s_ecItems *resolveScsi(const char *device_name, const PathPort *port) {
     char links[OUTPUT_SIZE] = "";
-    s_ecItems *record =
-        runForOutput("getTargetPort",
-                     ShellCommand("ls -l /dev/disk/by-path/ | grep '"_sh, DeviceName{device_name},
-                                  "$' | awk -F\" \" '{print $9}'"_sh),
-                     links, sizeof(links));
+    s_ecItems *record = dravik::askLinks(device_name, links, sizeof(links));
     if (isFailure(record)) {
         return record;
     }

@@ -9,9 +9,10 @@
 #include "host/task.h"
 #include "host/tool_names.h"
 #include "topology/listing.h"
+#include "topology/port_sources.h"
 
 using dravik::ShellCommand;
-using dravik::operator""_sh;
+using namespace dravik::literals;
 
 namespace {
 
@@ -19,11 +20,14 @@ namespace {
 constexpr int SHELL_CANNOT_RUN = 126;
 constexpr int SHELL_NOT_FOUND = 127;
 
+dravik::ChildEnd last_tool_end = {};
+
 // Runs the tool, by `capture` with its error output or without. False when it could not be run, which is logged;
 // otherwise its exit status is of no concern: what it printed decides.
 bool runTool(const char *function, CommandOutput::Capture capture, const ShellCommand &command,
              CommandOutput *output) {
     const int result = output->fill(capture, command.line());
+    last_tool_end = dravik::lastChildEnd();
     if (result < 0 || result == SHELL_CANNOT_RUN || result == SHELL_NOT_FOUND) {
         DRAVIK_LOG_AS(function, LOG_ERROR, "Execute command [%s] failed", command.line());
         return false;
@@ -32,6 +36,7 @@ bool runTool(const char *function, CommandOutput::Capture capture, const ShellCo
 }
 
 s_ecItems *parseInto(s_dravik *head, CommandOutput *output, unsigned int *lines) {
+    const dravik::PortQuery query;
     initDravik(head);
     DRAVIK_TRACE("== before parseQueryCmdResult");
     s_ecItems *result = parseQueryCmdResultList(output->text, head, lines);
@@ -74,6 +79,10 @@ s_ecItems *querySingle(const char *function, s_dravik *head, const char *device_
 }
 
 } // namespace
+
+const dravik::ChildEnd &dravik::lastToolEnd() {
+    return last_tool_end;
+}
 
 s_ecItems *queryDravikInfo(s_dravik *head) {
     unsigned int lines = 0;

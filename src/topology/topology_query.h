@@ -3,12 +3,20 @@
 
 #include <memory>
 
+#include "common/capture.h"
 #include "common/result.h"
 #include "struct/s_dravik.h"
 
 // The head of a topology, freed with its list at the end of the scope:
 //   DravikList head(mallocDravik(), freeDravik);
 using DravikList = std::unique_ptr<s_dravik, decltype(&freeDravik)>;
+
+namespace dravik {
+
+// How the tool of the last query ended (common/capture.h).
+const ChildEnd &lastToolEnd();
+
+} // namespace dravik
 
 // Takes the whole topology into the list of the head `head`.
 // Returns the parser's record (listing.h), or EC_exe_cmd_failed when the tool could not be run, a missing

@@ -1,4 +1,4 @@
-// Any bytes as texts: the text rooms answer what the C library or a plain second writing of their rule answers,
+// Any bytes as texts: the text modules answer what the C library or a plain second writing of their rule answers,
 // and write nothing beyond what they are given.
 //
 // An input is three texts, a NUL byte behind each; its length and last byte choose bounds and characters.
@@ -25,8 +25,8 @@ constexpr char CANARY = '\x5a';
 // A buffer of exactly `size` bytes between canaries, in a heap block that a sanitizer watches as well.
 class Guarded {
   public:
-    explicit Guarded(size_t size) : room(size), bytes(size + 2 * GUARD, CANARY) {}
-    Guarded(const std::string &text, size_t size) : Guarded(size) {
+    explicit Guarded(size_t buffer_size) : size(buffer_size), bytes(buffer_size + 2 * GUARD, CANARY) {}
+    Guarded(const std::string &text, size_t buffer_size) : Guarded(buffer_size) {
         memcpy(data(), text.c_str(), text.size() + 1);
     }
     char *data() {
@@ -36,8 +36,8 @@ class Guarded {
     std::string content(const char *what) const {
         const std::string canaries(GUARD, CANARY);
         require(bytes.compare(0, GUARD, canaries) == 0, what);
-        require(bytes.compare(GUARD + room, GUARD, canaries) == 0, what);
-        return bytes.substr(GUARD, room);
+        require(bytes.compare(GUARD + size, GUARD, canaries) == 0, what);
+        return bytes.substr(GUARD, size);
     }
     // The text in it.
     std::string text(const char *what) const {
@@ -48,7 +48,7 @@ class Guarded {
     }
 
   private:
-    size_t room;
+    size_t size;
     std::string bytes;
 };
 

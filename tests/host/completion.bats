@@ -152,6 +152,127 @@ map() {
     offers -- dravik query 'd*'
 }
 
+# What a shell would run, were it ever expanded: each way leaves the file "ran" in the working folder.
+HOSTILE=('$(>ran)' '`>ran`' '${x:=$(>ran)}' 'a[$(>ran)]' '$((a[$(>ran)]))' '<(>ran)' ';>ran;' '|>ran' $'\n>ran\n'
+    '"$(>ran)"' "'\$(>ran)'" '"`>ran`' '/~/$(>ran)/' '../$(>ran)' '{a,$(>ran)}' '\$(>ran)' '@(a|$(>ran))' 'x -- $(>ran)')
+
+# runs_nothing WORD...: nothing of the words is run, nor is anything else; one that is being typed gets no offer, and
+# what is offered behind the others are words of the completion and names of this root. In a shell of its own, which
+# the test tool does not trace.
+runs_nothing() {
+    mkdir -p "$BATS_TEST_TMPDIR/here"
+    (cd "$BATS_TEST_TMPDIR/here" && bash -c "$(declare -f hostile_lines second_options tab{,_offers_nothing,_offers_own})
+        source '$REPO/completion/dravik.bash'
+        _dravik_root='$ROOT'
+        "'hostile_lines "$@"' runs_nothing "$@")
+    same "" "$(ls "$BATS_TEST_TMPDIR/here")"
+}
+
+# Tab at every place of every line that has the hostile word in one of its places.
+hostile_lines() {
+    local word command option
+    for word in "$@"; do
+        tab_offers_nothing dravik "$word"
+        for command in "${_dravik_commands[@]}" help -h --help --service nonsense "$word"; do
+            tab_offers_nothing dravik "$command" "$word"
+            tab_offers_own dravik "$command" "$word" ''
+            for option in -path_alias -device_name -state -wwid -alias -interval -scsi -nvme -chooser "$word"; do
+                tab_offers_nothing dravik "$command" "$option" "$word"
+                tab_offers_own dravik "$command" "$option" "$word" ''
+                tab_offers_own dravik "$command" "$option" "$word" -
+            done
+        done
+        second_options "$word"
+    done
+}
+
+# The same behind a first parameter that is in order or hostile itself.
+second_options() {
+    local word=$1 command first second
+    for command in setalias delalias setstate devstats; do
+        for first in -path_alias -device_name -state -wwid -alias; do
+            for second in -path_alias -device_name -state -wwid -alias; do
+                tab_offers_nothing dravik "$command" "$first" database "$second" "$word"
+                tab_offers_own dravik "$command" "$first" "$word" "$second" ''
+                tab_offers_own dravik "$command" "$first" "$word" "$second" "${word:0:1}"
+            done
+        done
+    done
+}
+
+tab() {
+    COMP_WORDS=("$@") COMP_CWORD=$(($# - 1))
+    _dravik dravik "${!#}" "${COMP_WORDS[COMP_CWORD - 1]}"
+}
+
+tab_offers_nothing() {
+    tab "$@"
+    ((${#COMPREPLY[@]} == 0)) || { printf 'offered behind %q: %q\n' "$*" "${COMPREPLY[*]}"; exit 1; }
+}
+
+tab_offers_own() {
+    local offer
+    tab "$@"
+    for offer in ${COMPREPLY[@]+"${COMPREPLY[@]}"}; do
+        case $offer in
+            -[a-z-]*[a-z] | online | offline | database | mail | sdb | sdc | sdd | 3600b5d60001a2b3c000000000000000[12]) ;;
+            *-extend | mkconfig | lsselfstart | setselfstart) ;;
+            *) [[ " ${_dravik_commands[*]} " == *" $offer "* ]] || { printf 'offered behind %q: %q\n' "$*" "$offer"; exit 1; } ;;
+        esac
+    done
+}
+
+@test "nothing that is typed is run, in whatever place it stands" {
+    make_root
+    runs_nothing "${HOSTILE[@]}"
+}
+
+@test "nothing that is typed is run where only the kernel knows the names" {
+    make_root
+    rm "$ROOT/dumps/data.dravik"
+    runs_nothing "${HOSTILE[@]}"
+}
+
+@test "nothing that a file, a link or a name of a file holds is run or offered" {
+    local word file
+    make_root
+    for word in "${HOSTILE[@]}"; do
+        # In every field of the snapshot; as the name of a map, of its node, of a block device, of a path below a map.
+        printf '%s,3600b5d6,8:1,sdx,ready,active,running,\nx,%s,8:1,sdx,ready,active,running,\n' "$word" "$word"
+        printf 'database,3600b5d6,8:1,%s,ready,active,running,\n%s\n' "$word" "$word"
+        printf 'database,3600b5d60001a2b3c0000000000000001,%s,sdb,%s,%s,%s,%s\n' "$word" "$word" "$word" "$word" "$word"
+        file=${word//\//.}
+        : >"$ROOT/dev/$file"
+        ln -s "../$file" "$ROOT/dev/mapper/$file"
+        mkdir -p "$ROOT/sys/block/$file/slaves/sdy" "$ROOT/sys/block/dm-3/slaves/$file"
+    done >>"$ROOT/dumps/data.dravik"
+    ln -s '../$(>ran)' "$ROOT/dev/mapper/hidden"
+    cd "$BATS_TEST_TMPDIR"
+    offers database mail -- dravik query ''
+    offers sdb sdd -- dravik setstate -path_alias database -device_name ''
+    # sdx stands in lines that hold such a word beside it.
+    offers sdb sdc sdd sdx -- dravik setstate -device_name ''
+    offers -- dravik setstate -path_alias hidden -device_name ''
+    rm "$ROOT/dumps/data.dravik"
+    offers database hidden mail -- dravik query ''
+    offers sdb sdc sdd -- dravik setstate -device_name ''
+    offers sdb sdc sdd -- dravik setstate -path_alias hidden -device_name ''
+    [[ ! -e ran ]]
+}
+
+@test "a name that begins with a dash would be taken for a parameter, and is not offered" {
+    make_root
+    : >"$ROOT/dev/mapper/-rf"
+    printf '%s\n' '-rf,3600b5d6,8:1,-sdx,ready,active,running,' >>"$ROOT/dumps/data.dravik"
+    offers database mail -- dravik query ''
+    offers sdb sdc sdd -- dravik setstate -device_name ''
+}
+
+@test "a word behind a quote gets its offer" {
+    offers stop -- dravik '"sto'
+    offers offline -- dravik setstate -state "'of"
+}
+
 @test "the settings of the user's shell do not disturb it" {
     make_root
     # shellcheck disable=SC2016 # the text is run by the shell that it starts

@@ -164,7 +164,7 @@ man_subsections() { awk '/^\.SH/ { inside = $2 == "COMMANDS" } inside && /^\.SS/
 }
 
 @test "every result that a command can end in by its own checks is in its help text" {
-    # Said by the parameter checks and the tool, whoever is asked: the words that stand for it in the table of params.h.
+    # Said by the parameter checks and the tool, whoever is asked: the words that stand for it in parameter_checks.h.
     local name
     for name in $(commands); do
         case $(help_synopsis "$name") in
@@ -236,10 +236,69 @@ man_subsections() { awk '/^\.SH/ { inside = $2 == "COMMANDS" } inside && /^\.SS/
     same "" "$bad"
 }
 
-@test "every file of the house that a document names is there" {
+@test "every file of the project that a document names is there" {
     local file missing=''
     while IFS= read -r file; do
         [[ -e $REPO/$file || -e $REPO/src/$file ]] || missing+="$file "
     done < <(tr '`' '\n' <"$REPO/docs/architecture.md" | grep -xE '[a-z_]+/[a-z_/.-]+\.[a-z]+' | sort -u)
     same "" "$missing"
+}
+
+# ---- the unit tests
+
+# Every module, FOLDER/NAME: a header of src/ with something of its own. A header that only includes others is a list,
+# and three hold constants alone.
+modules() {
+    local header
+    for header in "$REPO"/src/*/*.h; do
+        header=${header#"$REPO/src/"}
+        case $header in
+            common/exit_status.h | host/tool_names.h | array/array_log.h) ;;
+            *) grep -qvE '^(//.*|#pragma once|#include .*)?$' "$REPO/src/$header" && echo "${header%.h}" ;;
+        esac
+    done
+}
+
+# module_of FOLDER/NAME: the module whose test file bears this name, alone or with an aspect behind it, as
+# topology/listing_hostile does.
+module_of() {
+    local name=$1
+    while ! modules | grep -qxF "$name"; do
+        [[ $name == *_* ]] || return 1
+        name=${name%_*}
+    done
+    echo "$name"
+}
+
+# Every file of unit tests, FOLDER/NAME, but those of what the tests share.
+unit_tests() {
+    (cd "$REPO/tests/unit" && printf '%s\n' */test_*.cpp) | grep -v '^support/' | sed 's,/test_,/,; s,\.cpp$,,'
+}
+
+@test "every module has its unit tests in the file of its name, and every such file is a module's" {
+    local name missing='' strange=''
+    for name in $(modules); do
+        unit_tests | grep -qxF "$name" || missing+="$name "
+    done
+    same "" "$missing"
+    for name in $(unit_tests); do
+        module_of "$name" >/dev/null || strange+="$name "
+    done
+    same "" "$strange"
+}
+
+@test "a suite of unit tests bears the name of its module" {
+    local name suite module bad='' count=0
+    for name in $(unit_tests); do
+        module=$(module_of "$name")
+        module=${module#*/}
+        module=${module//_/}
+        while IFS= read -r suite; do
+            count=$((count + 1))
+            [[ ${suite,,} == "${module,,}"* ]] || bad+="$name: $suite "
+        done < <(sed -nE 's/^TEST(_F|_P)?\(([A-Za-z0-9_]+),.*/\2/p' \
+            "$REPO/tests/unit/${name%/*}/test_${name#*/}.cpp" | sort -u)
+    done
+    same "" "$bad"
+    ((count >= $(modules | wc -l)))
 }

@@ -2,37 +2,24 @@
 # The packages: what is in them, what installing and removing them does to a fresh root.
 
 load ../support/simulated_host
+load shipped
 
-# Made once for the whole file.
-setup_file() {
-    export PACKAGES=$BATS_FILE_TMPDIR/packages
-    mkdir -p "$PACKAGES"
-    (cd "$PACKAGES" && cpack --config "$BUILD_DIR/CPackConfig.cmake" >cpack.log 2>&1) || {
-        cat "$PACKAGES/cpack.log"
+# make_packages FOLDER UMASK: both packages, as whoever has that umask makes them.
+make_packages() {
+    mkdir -p "$1"
+    (cd "$1" && umask "$2" && cpack --config "$BUILD_DIR/CPackConfig.cmake" >cpack.log 2>&1) || {
+        cat "$1/cpack.log"
         return 1
     }
+}
+
+# Made once for the whole file, under the widest umask there is.
+setup_file() {
+    export PACKAGES=$BATS_FILE_TMPDIR/packages
+    make_packages "$PACKAGES" 000
     DEB=$(echo "$PACKAGES"/dravik_*.deb)
     RPM=$(echo "$PACKAGES"/dravik-*.rpm)
     export DEB RPM
-}
-
-# What the product promises to bring, from the sources themselves: mode and path, sorted by path.
-promised_files() {
-    {
-        echo "-rwxr-xr-x /etc/init.d/dravik-monitor"
-        echo "-rwxr-xr-x /usr/bin/dravik"
-        echo "-rwxr-xr-x /usr/bin/dravik-monitor"
-        (cd "$REPO/help" && printf -- '-rw-r--r-- /usr/bin/dravik-help/%s\n' *.help)
-        (cd "$REPO/scripts" && printf -- '-rwxr-xr-x /usr/bin/dravik-script/%s\n' *.sh)
-        (cd "$REPO/scripts/lib" && printf -- '-rw-r--r-- /usr/bin/dravik-script/lib/%s\n' *)
-        echo "-rw-r--r-- /usr/lib/systemd/system/dravik-monitor.service"
-        echo "-rw-r--r-- /usr/share/bash-completion/completions/dravik"
-        echo "-rw-r--r-- /usr/share/doc/dravik/README.md"
-        echo "-rw-r--r-- /usr/share/doc/dravik/operator-guide.md"
-        echo "-rw-r--r-- /usr/share/man/man5/dravik-files.5"
-        echo "-rw-r--r-- /usr/share/man/man8/dravik-monitor.8"
-        echo "-rw-r--r-- /usr/share/man/man8/dravik.8"
-    } | LC_ALL=C sort -k 2
 }
 
 # A root without the product: a simulated host, with the libraries that the product's dependencies would bring.
@@ -67,6 +54,40 @@ install_deb() {
     # rpm compresses manual pages when it packs them, where the distribution does so.
     same "$(promised_files)" "$(rpm -qplv "$RPM" 2>/dev/null | awk '$1 !~ /^d/ {sub(/\.gz$/, "", $NF); print $1, $NF}' | LC_ALL=C sort -k 2)"
     same "root root" "$(rpm -qplv "$RPM" 2>/dev/null | awk '{print $3, $4}' | sort -u)"
+}
+
+# Folders of both packages that are not 0755, as "MODE PATH".
+odd_folders() {
+    dpkg-deb -c "$1"/dravik_*.deb | awk '/^d/ && $1 != "drwxr-xr-x" {print $1, $6}'
+    rpm -qplv "$1"/dravik-*.rpm 2>/dev/null | awk '/^d/ && $1 != "drwxr-xr-x" {print $1, $NF}'
+}
+
+@test "every folder in the packages is 0755, also when they are made under another umask" {
+    same "" "$(odd_folders "$PACKAGES")"
+    make_packages "$BATS_TEST_TMPDIR/narrow" 077
+    same "" "$(odd_folders "$BATS_TEST_TMPDIR/narrow")"
+    same "$(promised_files)" "$(dpkg-deb -c "$BATS_TEST_TMPDIR"/narrow/*.deb |
+        awk '$1 !~ /^d/ {sub(/^\./, "", $6); print $1, $6}' | LC_ALL=C sort -k 2)"
+}
+
+@test "the scripts of the .deb can be run by all and changed by root alone" {
+    same "-rw-r--r-- root/root ./control
+-rw-r--r-- root/root ./md5sums
+-rwxr-xr-x root/root ./postinst
+-rwxr-xr-x root/root ./postrm
+-rwxr-xr-x root/root ./prerm" "$(dpkg-deb --ctrl-tarfile "$DEB" | tar -tv | awk '$6 != "./" {print $1, $2, $6}' | LC_ALL=C sort -k 3)"
+}
+
+@test "the programs in both packages are hardened" {
+    local package program
+    mkdir "$BATS_TEST_TMPDIR"/{deb,rpm}
+    dpkg-deb -x "$DEB" "$BATS_TEST_TMPDIR/deb"
+    rpm --root "$BATS_TEST_TMPDIR/rpm" --install --nodeps --ignoreos --noscripts "$RPM" 2>/dev/null
+    for package in deb rpm; do
+        for program in dravik dravik-monitor; do
+            same "$(promised_hardening)" "$(hardening_of "$BATS_TEST_TMPDIR/$package/usr/bin/$program")"
+        done
+    done
 }
 
 @test "no package owns a folder of the distribution, nor /dumps" {

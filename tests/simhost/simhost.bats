@@ -577,22 +577,22 @@ END
     same "$whole" "$(in_host velomux -ll)"
 }
 
-@test "a script of the product breaks as a tool does, and runs among its own rooms behind the fault" {
+@test "a script of the product breaks as a tool does, and runs among its own modules behind the fault" {
     mkdir -p "$HOST/usr/bin/dravik-script/lib"
-    echo 'echo "room"' >"$HOST/usr/bin/dravik-script/lib/room.sh"
+    echo 'echo "module"' >"$HOST/usr/bin/dravik-script/lib/module.sh"
     # shellcheck disable=SC2016 # the text is a script
-    printf '%s\n' 'source "$(dirname "${BASH_SOURCE[0]}")/lib/room.sh"' 'echo "$0 $*"' \
+    printf '%s\n' 'source "$(dirname "${BASH_SOURCE[0]}")/lib/module.sh"' 'echo "$0 $*"' \
         >"$HOST/usr/bin/dravik-script/x.sh"
     sim tool /usr/bin/dravik-script/x.sh slow 100
     run in_host bash /usr/bin/dravik-script/x.sh a b
-    same "room
+    same "module
 /sim/tools/usr/bin/dravik-script/x.sh a b" "$output"
     sim tool x.sh fail
     run in_host bash /usr/bin/dravik-script/x.sh
     same "1x.sh: error" "$status$output"
     sim tool x.sh ok
     run in_host bash /usr/bin/dravik-script/x.sh
-    same "room
+    same "module
 /usr/bin/dravik-script/x.sh " "$output"
 }
 

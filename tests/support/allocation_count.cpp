@@ -15,9 +15,14 @@
 #endif
 
 static std::atomic<long> allocations{0};
+static std::atomic<long> held{0};
 
 long allocationCount() {
     return allocations;
+}
+
+long heldBlocks() {
+    return held;
 }
 
 #ifdef SANITIZER_OWNS_THE_HEAP
@@ -27,31 +32,46 @@ extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*on_malloc)(const
                                                          void (*on_free)(const volatile void *));
 
 [[maybe_unused]] static const int hooks_installed = __sanitizer_install_malloc_and_free_hooks(
-    [](const volatile void *, size_t) { ++allocations; }, [](const volatile void *) {});
+    [](const volatile void *, size_t) {
+        ++allocations;
+        ++held;
+    },
+    [](const volatile void *) { --held; });
 
 #else
+
+// Counts a call that answered `block`.
+static void *taken(void *block) {
+    ++allocations;
+    held += block != nullptr ? 1 : 0;
+    return block;
+}
 
 extern "C" {
 void *__libc_malloc(size_t size);
 void *__libc_calloc(size_t count, size_t size);
 void *__libc_realloc(void *block, size_t size);
 void *__libc_memalign(size_t alignment, size_t size);
+void __libc_free(void *block);
 
 void *malloc(size_t size) {
-    ++allocations;
-    return __libc_malloc(size);
+    return taken(__libc_malloc(size));
 }
 void *calloc(size_t count, size_t size) {
-    ++allocations;
-    return __libc_calloc(count, size);
+    return taken(__libc_calloc(count, size));
 }
 void *realloc(void *block, size_t size) {
-    ++allocations;
-    return __libc_realloc(block, size);
+    void *moved = taken(__libc_realloc(block, size));
+    // The old block is gone, unless the new one could not be had.
+    held -= block != nullptr && (moved != nullptr || size == 0) ? 1 : 0;
+    return moved;
 }
 void *aligned_alloc(size_t alignment, size_t size) {
-    ++allocations;
-    return __libc_memalign(alignment, size);
+    return taken(__libc_memalign(alignment, size));
+}
+void free(void *block) {
+    held -= block != nullptr ? 1 : 0;
+    __libc_free(block);
 }
 }
 

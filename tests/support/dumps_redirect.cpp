@@ -54,19 +54,19 @@ struct Redirected {
             refused = dumps_error;
             return;
         }
-        const int length = snprintf(room, sizeof(room), "%s%s", dumps_place, path + DUMPS_LENGTH);
-        if (length < 0 || static_cast<size_t>(length) >= sizeof(room)) {
+        const int length = snprintf(buffer, sizeof(buffer), "%s%s", dumps_place, path + DUMPS_LENGTH);
+        if (length < 0 || static_cast<size_t>(length) >= sizeof(buffer)) {
             refused = ENAMETOOLONG;
             return;
         }
-        text = room;
+        text = buffer;
     }
     Redirected(const Redirected &) = delete;
     Redirected &operator=(const Redirected &) = delete;
 
     const char *text;
     int refused = 0;
-    char room[8192];
+    char buffer[8192];
 };
 
 // What a refused call answers.
@@ -130,10 +130,10 @@ template <typename Call> int makeFromTemplate(char *name, const Call &call) {
     if (redirected.text == name) {
         return call(name);
     }
-    const int fd = call(redirected.room);
+    const int fd = call(redirected.buffer);
     if (fd >= 0) {
         // Same length as before: only the X's of the template have changed.
-        memcpy(name + DUMPS_LENGTH, redirected.room + strlen(dumps_place), strlen(name + DUMPS_LENGTH) + 1);
+        memcpy(name + DUMPS_LENGTH, redirected.buffer + strlen(dumps_place), strlen(name + DUMPS_LENGTH) + 1);
     }
     return fd;
 }

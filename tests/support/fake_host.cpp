@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -37,16 +38,40 @@ struct FakeHostState {
         }
         std::vector<FakeHost::Answer> &queue = host->answers[command];
         if (queue.empty()) {
+            copy(command, {"", 0, nullptr});
             return {"", 0, nullptr};
         }
         FakeHost::Answer answer = queue.front();
         if (queue.size() > 1) {
             queue.erase(queue.begin());
         }
+        copy(command, answer);
         if (answer.effect) {
             answer.effect();
         }
         return answer;
+    }
+
+    // Does what a successful `\cp -fp A B` does.
+    static void copy(const std::string &command, const FakeHost::Answer &answer) {
+        const std::string tool = "\\cp -fp ";
+        const size_t blank = command.find(' ', tool.size());
+        if (command.compare(0, tool.size(), tool) != 0 || blank == std::string::npos || answer.outcome != 0) {
+            return;
+        }
+        const auto from = host->etc.find(command.substr(tool.size(), blank - tool.size()));
+        if (from != host->etc.end()) {
+            host->etc[command.substr(blank + 1)] = from->second;
+        }
+    }
+
+    // Whether this call of file_state.h does not fail.
+    static bool may(const std::string &call) {
+        errno = EIO;
+        return host != nullptr && host->etc_failures.count(call) == 0;
+    }
+    static std::map<std::string, dravik::FileState> &etc() {
+        return host->etc;
     }
 
     // Answers one run the way the capture layer does: the outcome.
@@ -88,6 +113,16 @@ namespace {
 bool isReleaseFile(const char *path) {
     return strcmp(path, "/etc/oracle-release") == 0 || strcmp(path, "/etc/redhat-release") == 0 ||
            strcmp(path, "/etc/os-release") == 0 || strcmp(path, "/etc/SuSE-release") == 0;
+}
+
+// Whether `access` answers for the fake host: device nodes, sysfs, the help texts.
+bool isOfTheHost(const char *path) {
+    for (const std::string folder : {"/dev/", "/sys/", "/usr/bin/dravik-help/"}) {
+        if (strncmp(path, folder.c_str(), folder.size()) == 0) {
+            return true;
+        }
+    }
+    return false;
 }
 
 FILE *streamOf(const std::string &text) {
@@ -142,6 +177,57 @@ s_ecItems *getTargetPort(const char * /*device_name*/, char * /*host_interface*/
     return nullptr;
 }
 
+namespace dravik {
+
+const ChildEnd &lastChildEnd() {
+    static const ChildEnd none = {};
+    return none;
+}
+
+void setChildDeadline(unsigned int /*seconds*/, void (* /*each_second*/)()) {}
+
+// ---- in the place of the library's look at files
+
+bool readFileState(const char *path, FileState *out) {
+    if (!FakeHostState::may(std::string("read ") + path)) {
+        return false;
+    }
+    const auto found = FakeHostState::etc().find(path);
+    *out = found == FakeHostState::etc().end() ? FileState{} : found->second;
+    return true;
+}
+
+bool syncFile(const char *path) {
+    return FakeHostState::may(std::string("sync ") + path);
+}
+
+bool setFileAttributes(const char *path, const FileState &state) {
+    if (!FakeHostState::may(std::string("set ") + path)) {
+        return false;
+    }
+    FileState &file = FakeHostState::etc()[path];
+    file.mode = state.mode;
+    file.owner = state.owner;
+    file.group = state.group;
+    return true;
+}
+
+bool moveFile(const char *from, const char *to) {
+    std::map<std::string, FileState> &etc = FakeHostState::etc();
+    if (!FakeHostState::may(std::string("move ") + from) || etc.count(from) == 0) {
+        return false;
+    }
+    etc[to] = etc[from];
+    etc.erase(from);
+    return true;
+}
+
+bool removeFile(const char *path) {
+    return FakeHostState::may(std::string("remove ") + path) && FakeHostState::etc().erase(path) <= 1;
+}
+
+} // namespace dravik
+
 // ---- before the C library's calls
 
 // The names that the linker gives to these functions and to those of the C library.
@@ -177,9 +263,7 @@ int __wrap_pclose(FILE *stream) {
 int __real_access(const char *path, int mode);
 int __wrap_access(const char *path, int mode);
 int __wrap_access(const char *path, int mode) {
-    const bool is_fake = host != nullptr && (strncmp(path, "/dev/", strlen("/dev/")) == 0 ||
-                                             strncmp(path, "/sys/", strlen("/sys/")) == 0);
-    if (!is_fake) {
+    if (host == nullptr || !isOfTheHost(path)) {
         return __real_access(path, mode);
     }
     return FakeHostState::exists(path) ? 0 : -1;
@@ -217,6 +301,7 @@ FakeHost::FakeHost() {
         ADD_FAILURE() << "two hosts at a time";
     }
     host = this;
+    etc["/etc/velomux.conf"] = {true, CONF_TEXT, 0644, 0, 0};
     give(gParamMpathxVal, "");
     give(gParamPathVal, "");
     give(gParamStateVal, "");
@@ -306,10 +391,18 @@ std::string separator() {
     return std::string(130, '-') + "\n";
 }
 
+std::string boxed(const std::string &text) {
+    return separator() + text + separator();
+}
+
 std::string shown(const s_ecItems *record) {
     char text[512] = "";
     getErrorMsg(record, text, sizeof(text));
     return text;
+}
+
+std::string readyPath(const std::string &name) {
+    return "1:0:0:1 " + name + " 8:16 active ready running";
 }
 
 std::string listing(const std::vector<std::string> &paths, const std::string &alias,

@@ -1,8 +1,8 @@
 // A host for the handlers of the administration commands: what they run is recorded and answered from a
 // script, and the release files, the kernel's name and the device nodes are what the test says.
 //
-// The program that fake_host.cpp is linked into has its capture layer and its `getTargetPort` in place of the
-// library's: a command runs only while a `FakeHost` lives, otherwise the test fails. A few calls of the C
+// The program that fake_host.cpp is linked into has its capture layer, its `getTargetPort` and its file_state.h in place of
+// the library's: a command runs only while a `FakeHost` lives, otherwise the test fails. A few calls of the C
 // library go through it as well (see tests/unit/CMakeLists.txt) and are handed on while none lives. The task
 // layer above the capture layer is the real one, the five-second timer included.
 #pragma once
@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "common/result.h"
+#include "host/file_state.h"
 #include "tests/support/dumps_redirect.h"
 
 // Outcomes of a command besides an exit status: the shell could not be started, the output found no memory,
@@ -21,6 +22,9 @@
 constexpr int NOT_STARTED = -1;
 constexpr int NO_MEMORY = -2;
 constexpr int HANGS = -3;
+
+// What the configuration file holds on a new host.
+constexpr char CONF_TEXT[] = "defaults {\n}\n";
 
 class FakeHost {
   public:
@@ -58,11 +62,18 @@ class FakeHost {
     // What lsb_release prints; a pipe to it cannot be had.
     void lsbRelease(const std::string &text);
     void lsbReleaseCannotBeStarted();
-    // A device node or a folder of sysfs exists from now on, or no longer.
+    // A device node, a folder of sysfs or a help text exists from now on, or no longer.
     void node(const std::string &path);
     void removeNode(const std::string &path);
     // How often the node at `path`, or "lsb_release", was asked for.
     int askedFor(const std::string &path) const;
+
+    // What file_state.h finds, by path: at first the configuration file alone, which holds CONF_TEXT. A successful
+    // `\\cp -fp A B` of a file here makes the other what the first is, before the answer's effect.
+    std::map<std::string, dravik::FileState> etc;
+    // The calls of file_state.h on these fail, with EIO: "sync /etc/velomux.conf.bk", "read ...", "set ...", "move ...",
+    // "remove ..." with the first path of the call.
+    std::set<std::string> etc_failures;
 
     // The generations that the commands tell apart.
     void becomeRhel6();
@@ -97,8 +108,14 @@ std::string printed(s_ecItems *(*operation)(), s_ecItems **result);
 // The separator that frames reports: 130 dashes and a newline.
 std::string separator();
 
+// `text` between two separators.
+std::string boxed(const std::string &text);
+
 // The text that the user is shown for a failure.
 std::string shown(const s_ecItems *record);
+
+// A line of a listing for a path that works, without its tree: "1:0:0:1 sdb 8:16 active ready running".
+std::string readyPath(const std::string &name);
 
 // One listing, as the multipath tool prints it: a header for "mpatha", WWID 3600...1, dm-3, and one group per
 // path. `paths` are lines like "1:0:0:1 sdb 8:16 active ready running".

@@ -321,16 +321,17 @@ inline ListingOutcome referenceParse(const std::string &listing, bool older = fa
 // A text that stands between two fences, so that a parser that leaves it is seen also without a sanitizer.
 class FencedText {
   public:
-    explicit FencedText(const std::string &text) : room(FENCE + text + '\0' + FENCE) {}
+    explicit FencedText(const std::string &text) : fenced(FENCE + text + '\0' + FENCE) {}
     char *text() {
-        return &room[sizeof(FENCE) - 1];
+        return &fenced[sizeof(FENCE) - 1];
     }
     bool fencesStand() const {
         const size_t length = sizeof(FENCE) - 1;
-        return room.compare(0, length, FENCE) == 0 && room.compare(room.size() - length, length, FENCE) == 0;
+        return fenced.compare(0, length, FENCE) == 0 &&
+               fenced.compare(fenced.size() - length, length, FENCE) == 0;
     }
 
   private:
     static constexpr char FENCE[] = "\x5a\x5a| policy='|\x5a\x5a\x5a";
-    std::string room;
+    std::string fenced;
 };

@@ -1,5 +1,5 @@
 // Bytes as hexadecimal text, and back.
-#include "array/array.h"
+#include "array/hex_text.h"
 
 #include <cstring>
 #include <string>

@@ -1,5 +1,5 @@
 // The name over NVMe: commands as they leave the program, answers good, hostile and failing.
-#include "array/array.h"
+#include "array/nvme_log.h"
 
 #include <cerrno>
 #include <cstring>

@@ -1,5 +1,5 @@
 // The name over SCSI: requests as they leave the program, answers good, short, hostile and failing.
-#include "array/array.h"
+#include "array/scsi_page.h"
 
 #include <cerrno>
 #include <cstring>

@@ -1,5 +1,5 @@
 // The cache's tree: what a first file may hold, and the rule by which a name is changed.
-#include "array/array.h"
+#include "array/vdisk_entry.h"
 
 #include <memory>
 #include <string>
@@ -34,7 +34,7 @@ struct Outcome {
     std::string tree;
 };
 
-class VdiskJson : public testing::Test {
+class VdiskEntry : public testing::Test {
   protected:
     DumpsFolder dumps;
 
@@ -61,7 +61,7 @@ class VdiskJson : public testing::Test {
     }
 };
 
-TEST_F(VdiskJson, TypeTestsAreTrueOfExactlyTheirTypeAndFalseOfNothing) {
+TEST_F(VdiskEntry, TypeTestsAreTrueOfExactlyTheirTypeAndFalseOfNothing) {
     const Tree root(cJSON_Parse(R"({"s":"","o":{},"a":[],"n":1,"t":true,"z":null})"));
     for (const cJSON *item = root->child; item != nullptr; item = item->next) {
         const char kind = item->string[0];
@@ -76,12 +76,12 @@ TEST_F(VdiskJson, TypeTestsAreTrueOfExactlyTheirTypeAndFalseOfNothing) {
     EXPECT_FALSE(isJsonString(reference.get())); // not exactly the type
 }
 
-TEST_F(VdiskJson, AFirstTreeHoldsTheOneEntry) {
+TEST_F(VdiskEntry, AFirstTreeHoldsTheOneEntry) {
     const Tree root(firstDiskTree("3600a", "vol 1 \xC3\xA9\tx"));
     EXPECT_EQ(compact(root.get()), "{\"disk\":[{\"wwid\":\"3600a\",\"vdisk_name\":\"vol 1 \xC3\xA9\\tx\"}]}");
 }
 
-TEST_F(VdiskJson, WhatWouldNotComeBackFromTheTemplateMakesNoTree) {
+TEST_F(VdiskEntry, WhatWouldNotComeBackFromTheTemplateMakesNoTree) {
     const std::vector<std::pair<std::string, std::string>> pairs = {
         {"3600a", "a\"b"},
         {"3600a", "a\\b"},
@@ -102,7 +102,7 @@ TEST_F(VdiskJson, WhatWouldNotComeBackFromTheTemplateMakesNoTree) {
     }
 }
 
-TEST_F(VdiskJson, TheTemplateHoldsTextsOf1023BytesInAll) {
+TEST_F(VdiskEntry, TheTemplateHoldsTextsOf1023BytesInAll) {
     const size_t own = std::string("{\"disk\": [{\n\"wwid\": \"\",\n\"vdisk_name\":   \"\"}]\n}").size();
     const std::string fitting(1023 - own - 5, 'n');
     EXPECT_NE(Tree(firstDiskTree("3600a", fitting.c_str())), nullptr);
@@ -110,7 +110,7 @@ TEST_F(VdiskJson, TheTemplateHoldsTextsOf1023BytesInAll) {
     EXPECT_EQ(Tree(firstDiskTree("3600a", (fitting + "n").c_str())), nullptr);
 }
 
-TEST_F(VdiskJson, ANewNameReplacesTheOldOneInPlaceAndIsLogged) {
+TEST_F(VdiskEntry, ANewNameReplacesTheOldOneInPlaceAndIsLogged) {
     const Outcome outcome = update(
         R"({"disk":[{"wwid":"a","vdisk_name":"1"},{"wwid":"b","vdisk_name":"2","x":3},{"wwid":"b","vdisk_name":"4"}]})",
         "b", "new");
@@ -121,7 +121,7 @@ TEST_F(VdiskJson, ANewNameReplacesTheOldOneInPlaceAndIsLogged) {
               (Lines{"ERROR update_wwid_vdiskname # device (b), vdisk name change from (2) to (new).\n"}));
 }
 
-TEST_F(VdiskJson, AnEmptyOldOrNewNameIsLoggedAsNull) {
+TEST_F(VdiskEntry, AnEmptyOldOrNewNameIsLoggedAsNull) {
     expectOutcome(update(R"({"disk":[{"wwid":"a","vdisk_name":""}]})", "a", "new"), 1, 1, 0,
                   R"({"disk":[{"wwid":"a","vdisk_name":"new"}]})");
     expectOutcome(update(R"({"disk":[{"wwid":"a","vdisk_name":"old"}]})", "a", ""), 1, 1, 0,
@@ -131,7 +131,7 @@ TEST_F(VdiskJson, AnEmptyOldOrNewNameIsLoggedAsNull) {
                      "ERROR update_wwid_vdiskname # device (a), vdisk name change from (old) to (NULL).\n"}));
 }
 
-TEST_F(VdiskJson, TheSameNameOrOneThatIsNoStringIsFoundAndNotUpdated) {
+TEST_F(VdiskEntry, TheSameNameOrOneThatIsNoStringIsFoundAndNotUpdated) {
     for (const char *json : {R"({"disk":[{"wwid":"a","vdisk_name":"new"}]})",
                              R"({"disk":[{"wwid":"a","vdisk_name":5}]})", R"({"disk":[{"wwid":"a"}]})"}) {
         expectOutcome(update(json, "a", "new"), 1, 0, 0, json);
@@ -139,7 +139,7 @@ TEST_F(VdiskJson, TheSameNameOrOneThatIsNoStringIsFoundAndNotUpdated) {
     EXPECT_FALSE(dumps.has("dravik_cli.log"));
 }
 
-TEST_F(VdiskJson, NothingIsFoundWithoutADiskArrayOrAnEqualWwid) {
+TEST_F(VdiskEntry, NothingIsFoundWithoutADiskArrayOrAnEqualWwid) {
     for (const char *json :
          {"{}", R"({"disk":{}})", R"({"disk":"a"})", R"({"disk":[]})", R"([{"wwid":"a"}])", "5",
           R"({"disk":[{"wwid":"A","vdisk_name":"1"},{"wwid":"aa","vdisk_name":"1"},{"wwid":5},{}]})"}) {
@@ -148,7 +148,7 @@ TEST_F(VdiskJson, NothingIsFoundWithoutADiskArrayOrAnEqualWwid) {
     EXPECT_FALSE(dumps.has("dravik_cli.log"));
 }
 
-TEST_F(VdiskJson, AnElementThatIsNoObjectEndsTheSearchEvenIfALaterOneMatches) {
+TEST_F(VdiskEntry, AnElementThatIsNoObjectEndsTheSearchEvenIfALaterOneMatches) {
     expectOutcome(update(R"({"disk":[{"wwid":"b"},7,{"wwid":"a","vdisk_name":"1"}]})", "a", "new"), 0, 0, 0,
                   R"({"disk":[{"wwid":"b"},7,{"wwid":"a","vdisk_name":"1"}]})");
     EXPECT_EQ(dumps.commandLogLines(),
@@ -158,7 +158,7 @@ TEST_F(VdiskJson, AnElementThatIsNoObjectEndsTheSearchEvenIfALaterOneMatches) {
                   R"({"disk":[{"wwid":"a","vdisk_name":"new"},7]})");
 }
 
-TEST_F(VdiskJson, ATreeThatDidNotParseIsLoggedWithThePlaceOfTheError) {
+TEST_F(VdiskEntry, ATreeThatDidNotParseIsLoggedWithThePlaceOfTheError) {
     EXPECT_EQ(cJSON_Parse("{\"disk\": oops}"), nullptr);
     cJSON *item = cJSON_CreateString("new");
     Outcome outcome;

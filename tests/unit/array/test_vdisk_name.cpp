@@ -1,5 +1,5 @@
 // A volume's name: from the array while it answers, from the cache file otherwise.
-#include "array/array.h"
+#include "array/vdisk_name.h"
 
 #include <cstring>
 #include <string>

@@ -1,4 +1,4 @@
-// The audit line of the commands that change the host, and the texts it is made of.
+// The audit line of the commands that change the host.
 #include "cli/audit.h"
 
 #include <algorithm>
@@ -15,14 +15,6 @@
 #include "tests/support/dumps_redirect.h"
 
 namespace {
-
-using Words = std::vector<const char *>;
-
-std::string shown(const Words &words, unsigned int size = 480) {
-    std::vector<char> out(size);
-    shownCommandLine(static_cast<int>(words.size()), words.data(), out.data(), size);
-    return out.data();
-}
 
 // No sudo, whatever started the tests.
 class Audit : public testing::Test {
@@ -44,41 +36,6 @@ class Audit : public testing::Test {
 };
 
 } // namespace
-
-TEST(Caller, ACommandLineOfPlainWordsStandsAsItWasTyped) {
-    EXPECT_EQ(shown({"/usr/bin/dravik", "setstate", "-path_alias", "mpatha", "-device_name", "sdb"}),
-              "dravik setstate -path_alias mpatha -device_name sdb");
-    EXPECT_EQ(shown({"dravik", "--service", "mkconfig"}), "dravik --service mkconfig");
-    EXPECT_EQ(shown({"dravik"}), "dravik");
-}
-
-TEST(Caller, OtherWordsAreQuotedAndTheirControlCharactersVisible) {
-    EXPECT_EQ(shown({"dravik", "delete", ""}), "dravik delete \"\"");
-    EXPECT_EQ(shown({"dravik", "delete", "a b"}), "dravik delete \"a b\"");
-    EXPECT_EQ(shown({"dravik", "delete", "a\nb\x1b[0m\x7f\xc3\xa9"}),
-              "dravik delete \"a\\x0ab\\x1b[0m\\x7f\\xc3\\xa9\"");
-    EXPECT_EQ(shown({"dravik", "delete", R"(a"]: \)"}), R"(dravik delete "a\"]: \\")");
-}
-
-TEST(Caller, ATextThatDoesNotFitEndsInThreePoints) {
-    EXPECT_EQ(shown({"dravik", "scan"}, 12), "dravik scan");
-    EXPECT_EQ(shown({"dravik", "scan"}, 11), "dravik ...");
-    char text[8] = "";
-    shownText("\n\n\n", text, sizeof(text));
-    EXPECT_STREQ(text, "\\x0a...");
-}
-
-TEST(Caller, TheLoginUserBehindSudoIsToldUnlessTheKernelKnowsBetter) {
-    setenv("SUDO_USER", "alice", 1);
-    setenv("SUDO_UID", "4294967295", 1); // what the kernel shows where nobody logged in
-    char login[USER_NAME_SIZE] = "";
-    loginUser(login, sizeof(login));
-    unsetenv("SUDO_USER");
-    unsetenv("SUDO_UID");
-    char known[USER_NAME_SIZE] = "";
-    loginUser(known, sizeof(known));
-    EXPECT_STREQ(login, known[0] == '\0' ? "alice" : known);
-}
 
 TEST_F(Audit, ASuccessLeavesOneLineAtLevel2) {
     const char *argv[] = {"dravik", "delete", "mpatha"};

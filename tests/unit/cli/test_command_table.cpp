@@ -1,15 +1,11 @@
-// The names of the commands: the check of a name, the list, the help that is not there.
-#include "cli/cli_tags.h"
+// The table of the commands: the check of a name, the printed list, what each row says.
+#include "cli/command_table.h"
 
 #include <string>
 
 #include <gtest/gtest.h>
 
-#include "tests/support/dumps_redirect.h"
-
 namespace {
-
-const std::string LINE = std::string(130, '-') + "\n";
 
 const char *const NAMES[] = {"aggregation",  "config", "delalias", "delete", "lsalias",
                              "lspathpolicy", "query",  "restart",  "scan",   "setalias",
@@ -65,33 +61,6 @@ TEST(CommandTable, TheListShowsTheTableInItsOrderAndNothingElse) {
 TEST(CommandTable, TheTableEndsWithAnEmptyRow) {
     EXPECT_STREQ(CLI_NAMES[17], "devstats");
     EXPECT_STREQ(CLI_NAMES[18], "");
-}
-
-TEST(CommandTable, HelpForACommandWithoutAFileSaysSo) {
-    const DumpsFolder dumps;
-    testing::internal::CaptureStdout();
-    print_help("nosuchcommand");
-    EXPECT_EQ(testing::internal::GetCapturedStdout(),
-              LINE + "Error(0001): No help avaliable for [nosuchcommand].\n" + LINE);
-    EXPECT_EQ(dumps.commandLog(), "");
-}
-
-TEST(CommandTable, HelpForANameThatNoShellMaySeeSaysSo) {
-    const DumpsFolder dumps;
-    for (const std::string &name :
-         {std::string("$(reboot)"), std::string("a b"), std::string("a;b"), std::string("")}) {
-        testing::internal::CaptureStdout();
-        print_help(name.c_str());
-        EXPECT_EQ(testing::internal::GetCapturedStdout(),
-                  LINE + "Error(0001): No help avaliable for [" + name + "].\n" + LINE);
-    }
-    EXPECT_EQ(dumps.commandLog(), "");
-}
-
-TEST(CommandTable, HelpForANameThatDoesNotFitThePathSaysSo) {
-    const std::string name(300, 'x');
-    EXPECT_EQ(dravik::showHelp(name.c_str()), &EC_no_help);
-    EXPECT_EQ(std::string(EC_no_help.items[0]), std::string(64, 'x'));
 }
 
 TEST(CommandTable, CommandsThatChangeTheHostAreKnown) {

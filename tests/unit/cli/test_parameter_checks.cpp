@@ -1,5 +1,5 @@
 // The checks of the administration commands' parameters: what each command line answers and leaves behind.
-#include "cli/cli_tags.h"
+#include "cli/parameter_checks.h"
 
 #include <cstring>
 #include <ostream>
@@ -7,6 +7,10 @@
 #include <vector>
 
 #include <gtest/gtest.h>
+
+#include "cli/command_table.h"
+#include "commands/parameter_buffers.h"
+#include "tests/support/rules.h"
 
 namespace {
 
@@ -63,63 +67,9 @@ Outcome check(const std::vector<std::string> &words) {
 
 } // namespace
 
-// ---- buffers and tables
-
-TEST(Params, TablesOfSelectorsAreReadInParallelAndEndWithAnEmptyRow) {
-    const char *const stored[] = {"round-robin", "queue-length", "service-time", ""};
-    const char *const listed[] = {"round-robin 0", "queue-length 0", "service-time 0", ""};
-    const char *const shown[] = {"smart-distribution-extend", "least-queue-depth-extend",
-                                 "round-robin-extend", ""};
-    for (int row = 0; row < 4; ++row) {
-        EXPECT_STREQ(gChooserVals[row], stored[row]);
-        EXPECT_STREQ(gQueryChooserVals[row], listed[row]);
-        EXPECT_STREQ(gChooserDisplayVals[row], shown[row]);
-    }
-}
-
-// ---- character tests
-
-TEST(Params, IsDigitHoldsForDigitsOnly) {
-    EXPECT_TRUE(isDigit(""));
-    EXPECT_TRUE(isDigit("0123456789"));
-    EXPECT_FALSE(isDigit("1a"));
-    EXPECT_FALSE(isDigit("-1"));
-    EXPECT_FALSE(isDigit("1 "));
-    EXPECT_FALSE(isDigit("\xd9\xa1")); // a digit of another script
-}
-
-TEST(Params, IsHexHoldsForEitherCase) {
-    EXPECT_TRUE(isHex(""));
-    EXPECT_TRUE(isHex("0123456789abcdefABCDEF"));
-    EXPECT_FALSE(isHex("g"));
-    EXPECT_FALSE(isHex("0x1"));
-}
-
-TEST(Params, IsDigitorOrLetterHoldsForAsciiLettersAndDigits) {
-    EXPECT_TRUE(isDigitorOrLetter(""));
-    EXPECT_TRUE(isDigitorOrLetter("azAZ09"));
-    EXPECT_FALSE(isDigitorOrLetter("a_b"));
-    EXPECT_FALSE(isDigitorOrLetter("a@"));
-    EXPECT_FALSE(isDigitorOrLetter("\xc3\xa9"));
-}
-
-TEST(Params, IsUpperLetterTestsForPresenceNotForAll) {
-    EXPECT_TRUE(isUpperLetter("A"));
-    EXPECT_TRUE(isUpperLetter("zzzZ"));
-    EXPECT_FALSE(isUpperLetter("abc09"));
-    EXPECT_FALSE(isUpperLetter(""));
-}
-
-TEST(Params, CharacterTestsTakeNullForEmpty) {
-    EXPECT_TRUE(isDigit(nullptr));
-    EXPECT_TRUE(isHex(nullptr));
-    EXPECT_TRUE(isDigitorOrLetter(nullptr));
-    EXPECT_FALSE(isUpperLetter(nullptr));
-}
-
 // ---- commands without parameters
 
-TEST(Params, CommandsWithoutParametersRefuseTheFirstOne) {
+TEST(ParameterChecks, CommandsWithoutParametersRefuseTheFirstOne) {
     for (const char *name : {"config", "scan", "aggregation", "status", "start", "stop", "restart", "version",
                              "lsalias", "lspathpolicy", "port", "refresh", "mkconfig"}) {
         EXPECT_EQ(check({name}), is(EC_ok)) << name;
@@ -128,43 +78,155 @@ TEST(Params, CommandsWithoutParametersRefuseTheFirstOne) {
     }
 }
 
-TEST(Params, ACommandLineWithoutACommandIsNotReadPastItsEnd) {
+TEST(ParameterChecks, ACommandLineWithoutACommandIsNotReadPastItsEnd) {
     EXPECT_EQ(check({}), is(EC_ok));
     EXPECT_EQ(outcomeOf(checkCliParams(0, nullptr)), is(EC_ok));
 }
 
-TEST(Params, ANullArgumentCountsAsEmpty) {
+TEST(ParameterChecks, ANullArgumentCountsAsEmpty) {
     const char *argv[] = {"dravik", "delete", nullptr, nullptr};
     EXPECT_EQ(outcomeOf(checkCliParams(3, argv)), is(EC_devicename_format_error));
 }
 
-TEST(Params, AWordIsShownWithItsFirst64Characters) {
-    EXPECT_EQ(check({"status", std::string(100, 'x')}), is(EC_invalid_param, std::string(64, 'x')));
+// ---- command lines and their answers
+
+namespace {
+
+// The words of a command line, and what the check answers.
+struct LineCase {
+    std::vector<std::string> words;
+    Outcome outcome;
+};
+
+const Rule<LineCase> LINE_RULES[] = {
+    {"AWordIsShownWithItsFirst64Characters",
+     {{{"status", std::string(100, 'x')}, is(EC_invalid_param, std::string(64, 'x'))}}},
+    {"DevstatsCountsItsArgumentsBeforeItReadsThem",
+     {{{"devstats", "-x", "1", "-y", "2", "-z"}, is(EC_parameter_number_error)}}},
+    {"DevstatsRefusesUnknownNamesAndMissingValues",
+     {{{"devstats", "-alias", "a"}, is(EC_invalid_param_name, "-alias")},
+      {{"devstats", "-interval"}, is(EC_miss_param_val, "-interval")},
+      {{"devstats", "-path_alias"}, is(EC_miss_param_val, "-path_alias")},
+      {{"devstats", "-path_alias", "a", "-interval"}, is(EC_miss_param_val, "-interval")}}},
+    {"DevstatsRefusesANameGivenTwice",
+     {{{"devstats", "-interval", "1", "-interval", "2"}, is(EC_param_duped, "-interval")},
+      {{"devstats", "-path_alias", "a", "-path_alias", "b"}, is(EC_param_duped, "-path_alias")},
+      {{"devstats", "-interval", "", "-interval", "2"}, is(EC_param_duped, "-interval")}}},
+    {"ADuplicateThatStandsLastIsAMissingValue",
+     {{{"devstats", "-interval", "1", "-interval"}, is(EC_miss_param_val, "-interval")},
+      {{"setalias", "-wwid", SCSI_WWID, "-wwid"}, is(EC_miss_param_val, "-wwid")},
+      {{"setpathpolicy", "-chooser", "round-robin-extend", "-chooser"}, is(EC_miss_param_val, "-chooser")}}},
+    {"DevstatsIntervalHoldsDigitsOnly",
+     {{{"devstats", "-interval", "1s"}, is(EC_interval_format_error)},
+      {{"devstats", "-interval", "-1"}, is(EC_interval_format_error)},
+      {{"devstats", "-interval", "1.5"}, is(EC_interval_format_error)},
+      {{"devstats", "-interval", ""}, is(EC_ok)}}},
+    {"DevstatsLooksAtTheIntervalBeforeTheDevice",
+     {{{"devstats", "-path_alias", "9", "-interval", "x"}, is(EC_interval_format_error)}}},
+    {"SetstateWithFewerPairsMissesOne",
+     {{{"setstate"}, is(EC_miss_device_path_state)},
+      {{"setstate", "-path_alias", "mpatha", "-device_name", "sdb"}, is(EC_miss_device_path_state)},
+      {{"setstate", "-path_alias", "mpatha", "-state", "online"}, is(EC_miss_device_path_state)}}},
+    {"SetpathpolicyMissesItsChooser",
+     {{{"setpathpolicy"}, is(EC_miss_group_chooser)},
+      {{"setpathpolicy", "-scsi"}, is(EC_miss_group_chooser)},
+      {{"setpathpolicy", "-nvme"}, is(EC_miss_group_chooser)},
+      {{"setpathpolicy", "-chooser"}, is(EC_miss_param_val, "-chooser")},
+      {{"setpathpolicy", "-nvme", "-chooser"}, is(EC_miss_param_val, "-chooser")}}},
+    {"SetpathpolicyRefusesOtherNames",
+     {{{"setpathpolicy", "-x", "y"}, is(EC_invalid_param_name, "-x")},
+      {{"setpathpolicy", "-scsi", "-nvme"}, is(EC_invalid_param_name, "-nvme")},
+      {{"setpathpolicy", "-scsi", "multibus"}, is(EC_invalid_param_name, "multibus")}}},
+    {"SetpathpolicyNamesTheSecondChooserByItsValue",
+     {{{"setpathpolicy", "-chooser", "round-robin-extend", "-chooser", "anything"},
+       is(EC_param_duped, "anything")},
+      {{"setpathpolicy", "-chooser", "round-robin-extend", "-chooser", "round-robin-extend", "-scsi", "-scsi",
+        "-scsi"},
+       is(EC_param_duped, "round-robin-extend")}}},
+    {"SetaliasMissesItsParameters",
+     {{{"setalias"}, is(EC_miss_alias_wwid)},
+      {{"setalias", "-alias", "a"}, is(EC_miss_wwid)},
+      {{"setalias", "-wwid", SCSI_WWID}, is(EC_miss_alias)},
+      {{"setalias", "-wwid", "", "-alias", ""}, is(EC_miss_wwid)},
+      {{"setalias", "-wwid"}, is(EC_miss_param_val, "-wwid")},
+      {{"setalias", "-path_alias", "a"}, is(EC_invalid_param_name, "-path_alias")}}},
+    {"SetaliasRefusesABufferAlreadyFilled",
+     {{{"setalias", "-wwid", "a", "-wwid", "b"}, is(EC_param_duped, "-wwid")},
+      {{"setalias", "-alias", "a", "-alias", "b"}, is(EC_param_duped, "-alias")},
+      // an empty value has filled nothing
+      {{"setalias", "-alias", "", "-alias", "b", "-wwid", SCSI_WWID}, is(EC_parameter_number_error)}}},
+    {"SetaliasScsiWwidIs33LowerCaseHexadecimalCharacters",
+     {{{"setalias", "-wwid", "3" + std::string(32, 'f'), "-alias", "a"}, is(EC_ok)},
+      {{"setalias", "-wwid", "3" + std::string(31, 'f'), "-alias", "a"}, is(EC_wwid_length_error)},
+      {{"setalias", "-wwid", "3" + std::string(33, 'f'), "-alias", "a"}, is(EC_wwid_length_error)},
+      {{"setalias", "-wwid", "3" + std::string(31, 'f') + "_", "-alias", "a"}, is(EC_wwid_format_error)},
+      {{"setalias", "-wwid", "3" + std::string(31, 'f') + "g", "-alias", "a"}, is(EC_wwid_format_error)},
+      {{"setalias", "-wwid", "3" + std::string(31, 'f') + "G", "-alias", "a"}, is(EC_wwid_format_error)},
+      {{"setalias", "-wwid", "3" + std::string(31, 'f') + "F", "-alias", "a"}, is(EC_upper_letter_error)}}},
+    {"SetaliasNvmeWwidIsEuiAnd32LowerCaseHexadecimalCharacters",
+     {{{"setalias", "-wwid", "eui." + std::string(32, '0'), "-alias", "a"}, is(EC_ok)},
+      {{"setalias", "-wwid", "eui." + std::string(31, '0'), "-alias", "a"}, is(EC_wwid_length_error)},
+      {{"setalias", "-wwid", "eui." + std::string(33, '0'), "-alias", "a"}, is(EC_wwid_length_error)},
+      {{"setalias", "-wwid", "eui." + std::string(31, '0') + ".", "-alias", "a"}, is(EC_wwid_format_error)},
+      {{"setalias", "-wwid", "eui." + std::string(31, '0') + "z", "-alias", "a"}, is(EC_wwid_format_error)},
+      {{"setalias", "-wwid", "eui." + std::string(31, '0') + "A", "-alias", "a"}, is(EC_upper_letter_error)},
+      {{"setalias", "-wwid", "EUI." + std::string(32, '0'), "-alias", "a"}, is(EC_wwid_format_error)},
+      {{"setalias", "-wwid", "2" + std::string(32, '0'), "-alias", "a"}, is(EC_wwid_format_error)}}},
+    {"SetaliasLooksAtTheWwidBeforeTheAlias",
+     {{{"setalias", "-wwid", "3", "-alias", NAME_61}, is(EC_wwid_length_error)}}},
+    {"SetaliasAliasIsANameOfAtMost60Characters",
+     {{{"setalias", "-wwid", SCSI_WWID, "-alias", NAME_60}, is(EC_ok)},
+      {{"setalias", "-wwid", SCSI_WWID, "-alias", NAME_61}, is(EC_alias_length_error)},
+      {{"setalias", "-wwid", SCSI_WWID, "-alias", "a"}, is(EC_ok)},
+      {{"setalias", "-wwid", SCSI_WWID, "-alias", "9a"}, is(EC_alias_format_error)},
+      {{"setalias", "-wwid", SCSI_WWID, "-alias", "_a"}, is(EC_alias_format_error)},
+      {{"setalias", "-wwid", SCSI_WWID, "-alias", "a;reboot"}, is(EC_alias_format_error)}}},
+    {"SetaliasAnAliasThatIsTheWwidItselfIsAccepted",
+     {{{"setalias", "-wwid", SCSI_WWID, "-alias", SCSI_WWID}, is(EC_ok)},
+      {{"setalias", "-wwid", NVME_WWID, "-alias", NVME_WWID}, is(EC_ok)},
+      {{"setalias", "-wwid", SCSI_WWID, "-alias", "3" + std::string(32, '1')}, is(EC_alias_wwid_error)},
+      {{"setalias", "-wwid", SCSI_WWID, "-alias", NVME_WWID}, is(EC_alias_wwid_error)}}},
+    {"SetaliasAnAliasThatBeginsWithIdiskIsRefused",
+     {{{"setalias", "-wwid", SCSI_WWID, "-alias", "idisk5"}, is(EC_set_idisk_error)},
+      {{"setalias", "-wwid", SCSI_WWID, "-alias", "idisk"}, is(EC_set_idisk_error)},
+      {{"setalias", "-wwid", SCSI_WWID, "-alias", "myidisk"}, is(EC_ok)},
+      {{"setalias", "-wwid", SCSI_WWID, "-alias", "Idisk"}, is(EC_ok)}}},
+};
+
+class ParameterChecksLine : public testing::TestWithParam<Rule<LineCase>> {};
+
+} // namespace
+
+TEST_P(ParameterChecksLine, IsAnswered) {
+    for (const LineCase &row : GetParam().cases) {
+        EXPECT_EQ(check(row.words), row.outcome) << testing::PrintToString(row.words);
+    }
 }
+INSTANTIATE_TEST_SUITE_P(Rule, ParameterChecksLine, testing::ValuesIn(LINE_RULES), nameOfRule);
 
 // ---- delete and query
 
-TEST(Params, DeleteWantsExactlyOneDevice) {
+TEST(ParameterChecks, DeleteWantsExactlyOneDevice) {
     EXPECT_EQ(check({"delete"}), is(EC_miss_idiskx));
     EXPECT_EQ(check({"delete", "mpatha", "mpathb"}), is(EC_parameter_number_error));
     EXPECT_EQ(check({"delete", "mpatha"}), is(EC_ok));
     EXPECT_STREQ(gParamMpathxVal, "mpatha");
 }
 
-TEST(Params, QueryWithoutDeviceIsOkAndLeavesTheDeviceAlone) {
+TEST(ParameterChecks, QueryWithoutDeviceIsOkAndLeavesTheDeviceAlone) {
     emptyBuffers();
     strcpy(gParamMpathxVal, "before");
     EXPECT_EQ(checkAgain({"query"}), is(EC_ok));
     EXPECT_STREQ(gParamMpathxVal, "before");
 }
 
-TEST(Params, QueryTakesAtMostOneDevice) {
+TEST(ParameterChecks, QueryTakesAtMostOneDevice) {
     EXPECT_EQ(check({"query", "mpatha"}), is(EC_ok));
     EXPECT_STREQ(gParamMpathxVal, "mpatha");
     EXPECT_EQ(check({"query", "mpatha", "mpathb"}), is(EC_parameter_number_error));
 }
 
-TEST(Params, ADeviceNameOf61CharactersFailsDeleteAndQueryButPassesDevstats) {
+TEST(ParameterChecks, ADeviceNameOf61CharactersFailsDeleteAndQueryButPassesDevstats) {
     for (const char *name : {"delete", "query"}) {
         EXPECT_EQ(check({name, NAME_60}), is(EC_ok)) << name;
         EXPECT_EQ(check({name, NAME_61}), is(EC_devicename_length_error)) << name;
@@ -175,7 +237,7 @@ TEST(Params, ADeviceNameOf61CharactersFailsDeleteAndQueryButPassesDevstats) {
     EXPECT_STREQ(gParamMpathxVal, NAME_61.c_str());
 }
 
-TEST(Params, DeviceNamesAreWwidShapedOrBeginWithALetter) {
+TEST(ParameterChecks, DeviceNamesAreWwidShapedOrBeginWithALetter) {
     const std::string upper_nvme = "eui." + std::string(32, 'Z');
     for (const std::string &good : {std::string("a"), std::string("Z"), std::string("a.b-c_9"), SCSI_WWID,
                                     "3" + std::string(32, 'Z'), // letters and digits, not only hexadecimal
@@ -195,14 +257,14 @@ TEST(Params, DeviceNamesAreWwidShapedOrBeginWithALetter) {
     EXPECT_EQ(check({"delete", ""}), is(EC_devicename_format_error));
 }
 
-TEST(Params, ADeviceNameEndsUpCutTo256Characters) {
+TEST(ParameterChecks, ADeviceNameEndsUpCutTo256Characters) {
     EXPECT_EQ(check({"devstats", "-path_alias", std::string(400, 'a')}), is(EC_ok));
     EXPECT_EQ(std::string(gParamMpathxVal), std::string(256, 'a'));
 }
 
 // ---- devstats
 
-TEST(Params, DevstatsTakesDeviceAndIntervalInAnyOrder) {
+TEST(ParameterChecks, DevstatsTakesDeviceAndIntervalInAnyOrder) {
     EXPECT_EQ(check({"devstats"}), is(EC_ok));
     EXPECT_EQ(check({"devstats", "-interval", "5"}), is(EC_ok));
     EXPECT_STREQ(gParamIntervalVal, "5");
@@ -211,47 +273,12 @@ TEST(Params, DevstatsTakesDeviceAndIntervalInAnyOrder) {
     EXPECT_STREQ(gParamMpathxVal, "mpatha");
 }
 
-TEST(Params, DevstatsCountsItsArgumentsBeforeItReadsThem) {
-    EXPECT_EQ(check({"devstats", "-x", "1", "-y", "2", "-z"}), is(EC_parameter_number_error));
-}
-
-TEST(Params, DevstatsRefusesUnknownNamesAndMissingValues) {
-    EXPECT_EQ(check({"devstats", "-alias", "a"}), is(EC_invalid_param_name, "-alias"));
-    EXPECT_EQ(check({"devstats", "-interval"}), is(EC_miss_param_val, "-interval"));
-    EXPECT_EQ(check({"devstats", "-path_alias"}), is(EC_miss_param_val, "-path_alias"));
-    EXPECT_EQ(check({"devstats", "-path_alias", "a", "-interval"}), is(EC_miss_param_val, "-interval"));
-}
-
-TEST(Params, DevstatsRefusesANameGivenTwice) {
-    EXPECT_EQ(check({"devstats", "-interval", "1", "-interval", "2"}), is(EC_param_duped, "-interval"));
-    EXPECT_EQ(check({"devstats", "-path_alias", "a", "-path_alias", "b"}), is(EC_param_duped, "-path_alias"));
-    EXPECT_EQ(check({"devstats", "-interval", "", "-interval", "2"}), is(EC_param_duped, "-interval"));
-}
-
-TEST(Params, ADuplicateThatStandsLastIsAMissingValue) {
-    EXPECT_EQ(check({"devstats", "-interval", "1", "-interval"}), is(EC_miss_param_val, "-interval"));
-    EXPECT_EQ(check({"setalias", "-wwid", SCSI_WWID, "-wwid"}), is(EC_miss_param_val, "-wwid"));
-    EXPECT_EQ(check({"setpathpolicy", "-chooser", "round-robin-extend", "-chooser"}),
-              is(EC_miss_param_val, "-chooser"));
-}
-
-TEST(Params, DevstatsIntervalHoldsDigitsOnly) {
-    EXPECT_EQ(check({"devstats", "-interval", "1s"}), is(EC_interval_format_error));
-    EXPECT_EQ(check({"devstats", "-interval", "-1"}), is(EC_interval_format_error));
-    EXPECT_EQ(check({"devstats", "-interval", "1.5"}), is(EC_interval_format_error));
-    EXPECT_EQ(check({"devstats", "-interval", ""}), is(EC_ok));
-}
-
-TEST(Params, DevstatsLooksAtTheIntervalBeforeTheDevice) {
-    EXPECT_EQ(check({"devstats", "-path_alias", "9", "-interval", "x"}), is(EC_interval_format_error));
-}
-
-TEST(Params, DevstatsWithAnEmptyDeviceMeansAllDevices) {
+TEST(ParameterChecks, DevstatsWithAnEmptyDeviceMeansAllDevices) {
     EXPECT_EQ(check({"devstats", "-path_alias", "", "-interval", "1"}), is(EC_ok));
     EXPECT_STREQ(gParamMpathxVal, "");
 }
 
-TEST(Params, DevstatsClearsAliasAndIntervalButNotTheDevice) {
+TEST(ParameterChecks, DevstatsClearsAliasAndIntervalButNotTheDevice) {
     emptyBuffers();
     strcpy(gParamAliasVal, "alias");
     strcpy(gParamIntervalVal, "7");
@@ -264,7 +291,7 @@ TEST(Params, DevstatsClearsAliasAndIntervalButNotTheDevice) {
 
 // ---- setstate
 
-TEST(Params, SetstateWithItsThreePairsPasses) {
+TEST(ParameterChecks, SetstateWithItsThreePairsPasses) {
     EXPECT_EQ(check({"setstate", "-path_alias", "mpatha", "-device_name", "sdb", "-state", "offline"}),
               is(EC_ok));
     EXPECT_STREQ(gParamMpathxVal, "mpatha");
@@ -275,15 +302,7 @@ TEST(Params, SetstateWithItsThreePairsPasses) {
     EXPECT_STREQ(gParamStateVal, "online");
 }
 
-TEST(Params, SetstateWithFewerPairsMissesOne) {
-    EXPECT_EQ(check({"setstate"}), is(EC_miss_device_path_state));
-    EXPECT_EQ(check({"setstate", "-path_alias", "mpatha", "-device_name", "sdb"}),
-              is(EC_miss_device_path_state));
-    EXPECT_EQ(check({"setstate", "-path_alias", "mpatha", "-state", "online"}),
-              is(EC_miss_device_path_state));
-}
-
-TEST(Params, SetstateDoesNotTellARepetition) {
+TEST(ParameterChecks, SetstateDoesNotTellARepetition) {
     EXPECT_EQ(check({"setstate", "-path_alias", "mpatha", "-state", "online", "-state", "offline"}),
               is(EC_ok));
     EXPECT_STREQ(gParamStateVal, "offline");
@@ -294,7 +313,7 @@ TEST(Params, SetstateDoesNotTellARepetition) {
               is(EC_miss_device_path_state));
 }
 
-TEST(Params, SetstateRefusesOtherStates) {
+TEST(ParameterChecks, SetstateRefusesOtherStates) {
     for (const char *state : {"on", "onlinee", "ONLINE", "", " online"}) {
         EXPECT_EQ(check({"setstate", "-path_alias", "a", "-device_name", "b", "-state", state}),
                   is(EC_invalid_param_value, state));
@@ -302,7 +321,7 @@ TEST(Params, SetstateRefusesOtherStates) {
     }
 }
 
-TEST(Params, SetstateCountsItsArgumentsAfterItHasReadThem) {
+TEST(ParameterChecks, SetstateCountsItsArgumentsAfterItHasReadThem) {
     EXPECT_EQ(check({"setstate", "-path_alias", "a", "-device_name", "b", "-state", "online", "-x", "y"}),
               is(EC_invalid_param_name, "-x"));
     EXPECT_EQ(
@@ -312,7 +331,7 @@ TEST(Params, SetstateCountsItsArgumentsAfterItHasReadThem) {
               is(EC_miss_param_val, "-state"));
 }
 
-TEST(Params, SetstateClearsWhatItFillsOnceItHasParameters) {
+TEST(ParameterChecks, SetstateClearsWhatItFillsOnceItHasParameters) {
     emptyBuffers();
     strcpy(gParamMpathxVal, "m");
     strcpy(gParamPathVal, "p");
@@ -327,7 +346,7 @@ TEST(Params, SetstateClearsWhatItFillsOnceItHasParameters) {
 
 // ---- setpathpolicy
 
-TEST(Params, SetpathpolicyStoresTheSelectorOfTheSameRow) {
+TEST(ParameterChecks, SetpathpolicyStoresTheSelectorOfTheSameRow) {
     const char *const rows[][2] = {{"smart-distribution-extend", "round-robin"},
                                    {"least-queue-depth-extend", "queue-length"},
                                    {"round-robin-extend", "service-time"}};
@@ -339,7 +358,7 @@ TEST(Params, SetpathpolicyStoresTheSelectorOfTheSameRow) {
     }
 }
 
-TEST(Params, SetpathpolicyDoesNotTakeTheKernelsNames) {
+TEST(ParameterChecks, SetpathpolicyDoesNotTakeTheKernelsNames) {
     for (const char *value : {"round-robin", "queue-length", "service-time", "", "round-robin-extend "}) {
         EXPECT_EQ(check({"setpathpolicy", "-chooser", value}), is(EC_invalid_param_value, value));
         EXPECT_STREQ(gParamChooserVal, "");
@@ -347,7 +366,7 @@ TEST(Params, SetpathpolicyDoesNotTakeTheKernelsNames) {
     }
 }
 
-TEST(Params, SetpathpolicyScsiAndNvmeStandBeforeTheChooser) {
+TEST(ParameterChecks, SetpathpolicyScsiAndNvmeStandBeforeTheChooser) {
     EXPECT_EQ(check({"setpathpolicy", "-nvme", "-chooser", "round-robin-extend"}), is(EC_ok));
     EXPECT_EQ(gParamHostInterfaceType, 1);
     EXPECT_EQ(checkAgain({"setpathpolicy", "-scsi", "-chooser", "round-robin-extend"}), is(EC_ok));
@@ -359,29 +378,7 @@ TEST(Params, SetpathpolicyScsiAndNvmeStandBeforeTheChooser) {
     EXPECT_EQ(gParamHostInterfaceType, 1);
 }
 
-TEST(Params, SetpathpolicyMissesItsChooser) {
-    EXPECT_EQ(check({"setpathpolicy"}), is(EC_miss_group_chooser));
-    EXPECT_EQ(check({"setpathpolicy", "-scsi"}), is(EC_miss_group_chooser));
-    EXPECT_EQ(check({"setpathpolicy", "-nvme"}), is(EC_miss_group_chooser));
-    EXPECT_EQ(check({"setpathpolicy", "-chooser"}), is(EC_miss_param_val, "-chooser"));
-    EXPECT_EQ(check({"setpathpolicy", "-nvme", "-chooser"}), is(EC_miss_param_val, "-chooser"));
-}
-
-TEST(Params, SetpathpolicyRefusesOtherNames) {
-    EXPECT_EQ(check({"setpathpolicy", "-x", "y"}), is(EC_invalid_param_name, "-x"));
-    EXPECT_EQ(check({"setpathpolicy", "-scsi", "-nvme"}), is(EC_invalid_param_name, "-nvme"));
-    EXPECT_EQ(check({"setpathpolicy", "-scsi", "multibus"}), is(EC_invalid_param_name, "multibus"));
-}
-
-TEST(Params, SetpathpolicyNamesTheSecondChooserByItsValue) {
-    EXPECT_EQ(check({"setpathpolicy", "-chooser", "round-robin-extend", "-chooser", "anything"}),
-              is(EC_param_duped, "anything"));
-    EXPECT_EQ(check({"setpathpolicy", "-chooser", "round-robin-extend", "-chooser", "round-robin-extend",
-                     "-scsi", "-scsi", "-scsi"}),
-              is(EC_param_duped, "round-robin-extend"));
-}
-
-TEST(Params, SetpathpolicyClearsWhatItFillsOnceItHasParameters) {
+TEST(ParameterChecks, SetpathpolicyClearsWhatItFillsOnceItHasParameters) {
     emptyBuffers();
     strcpy(gParamGroupVal, "g");
     strcpy(gParamChooserVal, "c");
@@ -404,31 +401,14 @@ Outcome setAlias(const std::string &wwid, const std::string &alias) {
 
 } // namespace
 
-TEST(Params, SetaliasKeepsWwidAndAliasInAnyOrder) {
+TEST(ParameterChecks, SetaliasKeepsWwidAndAliasInAnyOrder) {
     EXPECT_EQ(setAlias(SCSI_WWID, "mydisk"), is(EC_ok));
     EXPECT_STREQ(gParamWwidVal, SCSI_WWID.c_str());
     EXPECT_STREQ(gParamAliasVal, "mydisk");
     EXPECT_EQ(check({"setalias", "-alias", "mydisk", "-wwid", SCSI_WWID}), is(EC_ok));
 }
 
-TEST(Params, SetaliasMissesItsParameters) {
-    EXPECT_EQ(check({"setalias"}), is(EC_miss_alias_wwid));
-    EXPECT_EQ(check({"setalias", "-alias", "a"}), is(EC_miss_wwid));
-    EXPECT_EQ(check({"setalias", "-wwid", SCSI_WWID}), is(EC_miss_alias));
-    EXPECT_EQ(check({"setalias", "-wwid", "", "-alias", ""}), is(EC_miss_wwid));
-    EXPECT_EQ(check({"setalias", "-wwid"}), is(EC_miss_param_val, "-wwid"));
-    EXPECT_EQ(check({"setalias", "-path_alias", "a"}), is(EC_invalid_param_name, "-path_alias"));
-}
-
-TEST(Params, SetaliasRefusesABufferAlreadyFilled) {
-    EXPECT_EQ(check({"setalias", "-wwid", "a", "-wwid", "b"}), is(EC_param_duped, "-wwid"));
-    EXPECT_EQ(check({"setalias", "-alias", "a", "-alias", "b"}), is(EC_param_duped, "-alias"));
-    // an empty value has filled nothing
-    EXPECT_EQ(check({"setalias", "-alias", "", "-alias", "b", "-wwid", SCSI_WWID}),
-              is(EC_parameter_number_error));
-}
-
-TEST(Params, SetaliasClearsWhatItFillsOnceItHasParameters) {
+TEST(ParameterChecks, SetaliasClearsWhatItFillsOnceItHasParameters) {
     emptyBuffers();
     strcpy(gParamWwidVal, "w");
     strcpy(gParamAliasVal, "a");
@@ -439,57 +419,9 @@ TEST(Params, SetaliasClearsWhatItFillsOnceItHasParameters) {
     EXPECT_STREQ(gParamAliasVal, "");
 }
 
-TEST(Params, SetaliasScsiWwidIs33LowerCaseHexadecimalCharacters) {
-    EXPECT_EQ(setAlias("3" + std::string(32, 'f'), "a"), is(EC_ok));
-    EXPECT_EQ(setAlias("3" + std::string(31, 'f'), "a"), is(EC_wwid_length_error));
-    EXPECT_EQ(setAlias("3" + std::string(33, 'f'), "a"), is(EC_wwid_length_error));
-    EXPECT_EQ(setAlias("3" + std::string(31, 'f') + "_", "a"), is(EC_wwid_format_error));
-    EXPECT_EQ(setAlias("3" + std::string(31, 'f') + "g", "a"), is(EC_wwid_format_error));
-    EXPECT_EQ(setAlias("3" + std::string(31, 'f') + "G", "a"), is(EC_wwid_format_error));
-    EXPECT_EQ(setAlias("3" + std::string(31, 'f') + "F", "a"), is(EC_upper_letter_error));
-}
-
-TEST(Params, SetaliasNvmeWwidIsEuiAnd32LowerCaseHexadecimalCharacters) {
-    EXPECT_EQ(setAlias("eui." + std::string(32, '0'), "a"), is(EC_ok));
-    EXPECT_EQ(setAlias("eui." + std::string(31, '0'), "a"), is(EC_wwid_length_error));
-    EXPECT_EQ(setAlias("eui." + std::string(33, '0'), "a"), is(EC_wwid_length_error));
-    EXPECT_EQ(setAlias("eui." + std::string(31, '0') + ".", "a"), is(EC_wwid_format_error));
-    EXPECT_EQ(setAlias("eui." + std::string(31, '0') + "z", "a"), is(EC_wwid_format_error));
-    EXPECT_EQ(setAlias("eui." + std::string(31, '0') + "A", "a"), is(EC_upper_letter_error));
-    EXPECT_EQ(setAlias("EUI." + std::string(32, '0'), "a"), is(EC_wwid_format_error));
-    EXPECT_EQ(setAlias("2" + std::string(32, '0'), "a"), is(EC_wwid_format_error));
-}
-
-TEST(Params, SetaliasLooksAtTheWwidBeforeTheAlias) {
-    EXPECT_EQ(setAlias("3", NAME_61), is(EC_wwid_length_error));
-}
-
-TEST(Params, SetaliasAliasIsANameOfAtMost60Characters) {
-    EXPECT_EQ(setAlias(SCSI_WWID, NAME_60), is(EC_ok));
-    EXPECT_EQ(setAlias(SCSI_WWID, NAME_61), is(EC_alias_length_error));
-    EXPECT_EQ(setAlias(SCSI_WWID, "a"), is(EC_ok));
-    EXPECT_EQ(setAlias(SCSI_WWID, "9a"), is(EC_alias_format_error));
-    EXPECT_EQ(setAlias(SCSI_WWID, "_a"), is(EC_alias_format_error));
-    EXPECT_EQ(setAlias(SCSI_WWID, "a;reboot"), is(EC_alias_format_error));
-}
-
-TEST(Params, SetaliasAnAliasThatIsTheWwidItselfIsAccepted) {
-    EXPECT_EQ(setAlias(SCSI_WWID, SCSI_WWID), is(EC_ok));
-    EXPECT_EQ(setAlias(NVME_WWID, NVME_WWID), is(EC_ok));
-    EXPECT_EQ(setAlias(SCSI_WWID, "3" + std::string(32, '1')), is(EC_alias_wwid_error));
-    EXPECT_EQ(setAlias(SCSI_WWID, NVME_WWID), is(EC_alias_wwid_error));
-}
-
-TEST(Params, SetaliasAnAliasThatBeginsWithIdiskIsRefused) {
-    EXPECT_EQ(setAlias(SCSI_WWID, "idisk5"), is(EC_set_idisk_error));
-    EXPECT_EQ(setAlias(SCSI_WWID, "idisk"), is(EC_set_idisk_error));
-    EXPECT_EQ(setAlias(SCSI_WWID, "myidisk"), is(EC_ok));
-    EXPECT_EQ(setAlias(SCSI_WWID, "Idisk"), is(EC_ok));
-}
-
 // ---- delalias
 
-TEST(Params, DelaliasTakesAnyWwid) {
+TEST(ParameterChecks, DelaliasTakesAnyWwid) {
     EXPECT_EQ(check({"delalias", "-wwid", "any;thing"}), is(EC_ok));
     EXPECT_STREQ(gParamWwidVal, "any;thing");
     EXPECT_EQ(check({"delalias", "-wwid", ""}), is(EC_ok));
@@ -497,7 +429,7 @@ TEST(Params, DelaliasTakesAnyWwid) {
     EXPECT_EQ(std::string(gParamWwidVal), std::string(256, 'w'));
 }
 
-TEST(Params, DelaliasRefusesOtherShapesOfItsCommandLine) {
+TEST(ParameterChecks, DelaliasRefusesOtherShapesOfItsCommandLine) {
     EXPECT_EQ(check({"delalias"}), is(EC_miss_wwid));
     EXPECT_EQ(check({"delalias", "-alias", "a"}), is(EC_invalid_param_name, "-alias"));
     EXPECT_EQ(check({"delalias", "-wwid"}), is(EC_miss_param_val, "-wwid"));
@@ -521,7 +453,7 @@ const s_ecItems *checkInterval(const std::string &interval) {
 
 } // namespace
 
-TEST(LastChecks, DelaliasRefusesAWwidThatNoShellMaySee) {
+TEST(ParameterChecksLast, DelaliasRefusesAWwidThatNoShellMaySee) {
     for (const char *good : {"3600b5d60001a2b3c0000000000000001", "eui.0", "nqn.2014-08.org:x_1", "-"}) {
         EXPECT_EQ(checkWwid(good), &EC_ok) << good;
     }
@@ -531,7 +463,7 @@ TEST(LastChecks, DelaliasRefusesAWwidThatNoShellMaySee) {
     }
 }
 
-TEST(LastChecks, DevstatsWantsAnIntervalThatTheAlarmTakes) {
+TEST(ParameterChecksLast, DevstatsWantsAnIntervalThatTheAlarmTakes) {
     EXPECT_EQ(checkInterval(""), &EC_miss_interval);
     EXPECT_EQ(checkInterval("0"), &EC_interval_format_error);
     EXPECT_EQ(checkInterval("0000"), &EC_interval_format_error);
@@ -542,7 +474,7 @@ TEST(LastChecks, DevstatsWantsAnIntervalThatTheAlarmTakes) {
     EXPECT_EQ(checkInterval(std::string(256, '9')), &EC_interval_format_error);
 }
 
-TEST(LastChecks, AnIntervalMayHaveLeadingZeros) {
+TEST(ParameterChecksLast, AnIntervalMayHaveLeadingZeros) {
     EXPECT_EQ(checkInterval("00001"), &EC_ok);
     EXPECT_EQ(dravik::intervalSeconds(), 1ULL);
     EXPECT_EQ(checkInterval(std::string(250, '0') + "300"), &EC_ok);

@@ -1,5 +1,5 @@
 // Device deletion: the flush and its attempts, the block devices behind it, and what stays after a failure.
-#include "cli/cli_exe.h"
+#include "commands/delete.h"
 
 #include <string>
 #include <sys/time.h>
@@ -7,30 +7,25 @@
 
 #include <gtest/gtest.h>
 
-#include "cli/cli_tags.h"
+#include "commands/parameter_buffers.h"
+#include "tests/support/command_lines.h"
 #include "tests/support/fake_host.h"
 
 namespace {
 
-using Calls = std::vector<std::string>;
-
 constexpr char QUERY_MPATHA[] = "velomux -ll mpatha";
 constexpr char FLUSH[] = "timed: velomux -f /dev/dm-3";
 constexpr char NODE[] = "/dev/dm-3";
-constexpr char DELETE_SDB[] = "echo 1 > /sys/block/sdb/device/delete";
-constexpr char DELETE_SDC[] = "echo 1 > /sys/block/sdc/device/delete";
+const std::string DELETE_SDB = deletionOf("sdb");
+const std::string DELETE_SDC = deletionOf("sdc");
 constexpr char IN_USE[] = "Dec 06 10:15:02 | mpatha: map in use\n";
 constexpr char NO_ARGUMENT[] = "Dec 06 10:15:02 | '/dev/dm-3' is not a valid argument\n";
 
-std::string pathLine(const std::string &name) {
-    return "1:0:0:1 " + name + " 8:16 active ready running";
-}
-
 // mpatha is dm-3 over sdb and sdc, all of which the host knows; the command is asked to delete it.
-class Deletion : public testing::Test {
+class Delete : public testing::Test {
   protected:
-    Deletion() {
-        host.answer(QUERY_MPATHA, listing({pathLine("sdb"), pathLine("sdc")}));
+    Delete() {
+        host.answer(QUERY_MPATHA, listing({readyPath("sdb"), readyPath("sdc")}));
         host.node(NODE);
         host.node("/sys/block/sdb");
         host.node("/sys/block/sdc");
@@ -59,71 +54,48 @@ Calls errorsOf(const FakeHost &host) {
     return errors;
 }
 
-// A list with these paths, released when it goes.
-class Paths {
-  public:
-    explicit Paths(const std::vector<std::string> &names) : head(mallocPathDev()) {
-        s_path_dev *cursor = head;
-        for (const std::string &name : names) {
-            s_path_dev *node = getOrMallocNextPathDev(cursor);
-            snprintf(node->dev_name, sizeof(node->dev_name), "%s", name.c_str());
-            cursor->end = false;
-            cursor = node;
-        }
-    }
-    ~Paths() {
-        freePathDev(head);
-    }
-    Paths(const Paths &) = delete;
-    Paths &operator=(const Paths &) = delete;
-
-    s_path_dev *head;
-};
-
 } // namespace
 
-// ---- delete
-
-TEST_F(Deletion, TheMapIsFlushedAndThenEveryBlockDeviceDeleted) {
+TEST_F(Delete, TheMapIsFlushedAndThenEveryBlockDeviceDeleted) {
     testing::internal::CaptureStdout();
     EXPECT_EQ(&EC_ok, delete_("mpatha"));
     EXPECT_EQ("", testing::internal::GetCapturedStdout());
     EXPECT_EQ((Calls{QUERY_MPATHA, FLUSH, DELETE_SDB, DELETE_SDC}), host.calls);
 }
 
-TEST_F(Deletion, AMapThatIsGoneAlreadyIsNotFlushed) {
+TEST_F(Delete, AMapThatIsGoneAlreadyIsNotFlushed) {
     host.removeNode(NODE);
     EXPECT_EQ(&EC_ok, delete_("mpatha"));
     EXPECT_EQ((Calls{QUERY_MPATHA, DELETE_SDB, DELETE_SDC}), host.calls);
 }
 
-TEST_F(Deletion, AMapNodeThatVanishesBetweenTwoAttemptsIsASuccessAndThePathsAreDeleted) {
+TEST_F(Delete, AMapNodeThatVanishesBetweenTwoAttemptsIsASuccessAndThePathsAreDeleted) {
     host.answer(FLUSH, "error\n", 1, nodeVanishes());
     EXPECT_EQ(&EC_ok, delete_("mpatha"));
     EXPECT_EQ((Calls{QUERY_MPATHA, FLUSH, DELETE_SDB, DELETE_SDC}), host.calls);
     EXPECT_EQ(2, host.askedFor(NODE));
 }
 
-TEST_F(Deletion, AMapInUseIsTriedThreeTimesWithAPauseAfterTheFirstTwo) {
+TEST_F(Delete, AMapInUseIsTriedThreeTimesWithAPauseAfterTheFirstTwo) {
     host.answer(FLUSH, IN_USE, 1);
     EXPECT_EQ(&EC_del_failed_for_using, delete_("mpatha"));
     EXPECT_EQ((Calls{QUERY_MPATHA, FLUSH, "sleep 1", FLUSH, "sleep 1", FLUSH}), host.calls);
 }
 
-TEST_F(Deletion, AMapThatIsReleasedAfterAnAttemptIsDeleted) {
+TEST_F(Delete, AMapThatIsReleasedAfterAnAttemptIsDeleted) {
     host.answer(FLUSH, IN_USE, 1);
     host.thenAnswer(FLUSH, "");
     EXPECT_EQ(&EC_ok, delete_("mpatha"));
     EXPECT_EQ((Calls{QUERY_MPATHA, FLUSH, "sleep 1", FLUSH, DELETE_SDB, DELETE_SDC}), host.calls);
 }
 
-TEST_F(Deletion, NotAValidArgumentWithTheNodeGoneIsASuccessAtOnce) {
+TEST_F(Delete, NotAValidArgumentWithTheNodeGoneIsASuccessAtOnce) {
     host.answer(FLUSH, NO_ARGUMENT, 1, nodeVanishes());
     EXPECT_EQ(&EC_ok, delete_("mpatha"));
     EXPECT_EQ((Calls{QUERY_MPATHA, FLUSH, DELETE_SDB, DELETE_SDC}), host.calls);
 }
 
-TEST_F(Deletion, NotAValidArgumentWhileTheNodeExistsIsAFailedAttempt) {
+TEST_F(Delete, NotAValidArgumentWhileTheNodeExistsIsAFailedAttempt) {
     host.answer(FLUSH, NO_ARGUMENT, 1);
     EXPECT_EQ(&EC_exe_cmd_failed, delete_("mpatha"));
     EXPECT_EQ((Calls{QUERY_MPATHA, FLUSH, FLUSH, FLUSH}), host.calls);
@@ -131,20 +103,20 @@ TEST_F(Deletion, NotAValidArgumentWhileTheNodeExistsIsAFailedAttempt) {
     EXPECT_EQ(6, host.askedFor(NODE));
 }
 
-TEST_F(Deletion, InUseGoesBeforeNotAValidArgument) {
+TEST_F(Delete, InUseGoesBeforeNotAValidArgument) {
     host.answer(FLUSH, std::string(IN_USE) + NO_ARGUMENT, 1, nodeVanishes());
     EXPECT_EQ(&EC_ok, delete_("mpatha"));
     EXPECT_EQ((Calls{QUERY_MPATHA, FLUSH, "sleep 1", DELETE_SDB, DELETE_SDC}), host.calls);
 }
 
-TEST_F(Deletion, TheLastAttemptDecidesTheRecord) {
+TEST_F(Delete, TheLastAttemptDecidesTheRecord) {
     host.answer(FLUSH, IN_USE, 1);
     host.thenAnswer(FLUSH, IN_USE, 1);
     host.thenAnswer(FLUSH, "error\n", 1);
     EXPECT_EQ(&EC_exe_cmd_failed, delete_("mpatha"));
 }
 
-TEST_F(Deletion, AnAnswerOfOneAttemptNeverDecidesTheNext) {
+TEST_F(Delete, AnAnswerOfOneAttemptNeverDecidesTheNext) {
     // A time-out copies nothing: the "in use" of the attempt before must not be read again.
     host.answer(FLUSH, IN_USE, 1);
     host.thenAnswer(FLUSH, "", HANGS);
@@ -152,7 +124,7 @@ TEST_F(Deletion, AnAnswerOfOneAttemptNeverDecidesTheNext) {
     EXPECT_EQ((Calls{QUERY_MPATHA, FLUSH, "sleep 1", FLUSH, FLUSH}), host.calls);
 }
 
-TEST_F(Deletion, AHangingFlushTimesOutAndAllPathsStay) {
+TEST_F(Delete, AHangingFlushTimesOutAndAllPathsStay) {
     host.answer(FLUSH, "", HANGS);
     EXPECT_EQ(&EC_exe_cmd_timeout, delete_("mpatha"));
     EXPECT_EQ((Calls{QUERY_MPATHA, FLUSH, FLUSH, FLUSH}), host.calls);
@@ -161,7 +133,7 @@ TEST_F(Deletion, AHangingFlushTimesOutAndAllPathsStay) {
     EXPECT_EQ((Calls{timeout, timeout, timeout}), errorsOf(host));
 }
 
-TEST_F(Deletion, AfterATimeOutTheTimerCannotEndTheDeletions) {
+TEST_F(Delete, AfterATimeOutTheTimerCannotEndTheDeletions) {
     host.answer(FLUSH, "", HANGS);
     host.thenAnswer(FLUSH, "");
     bool runs = true;
@@ -171,13 +143,13 @@ TEST_F(Deletion, AfterATimeOutTheTimerCannotEndTheDeletions) {
     EXPECT_EQ((Calls{QUERY_MPATHA, FLUSH, FLUSH, DELETE_SDB, DELETE_SDC}), host.calls);
 }
 
-TEST_F(Deletion, ADeviceWhoseFirstPathIsNvmeLosesItsMapOnly) {
-    host.answer(QUERY_MPATHA, listing({pathLine("nvme0n1"), pathLine("sdc")}));
+TEST_F(Delete, ADeviceWhoseFirstPathIsNvmeLosesItsMapOnly) {
+    host.answer(QUERY_MPATHA, listing({readyPath("nvme0n1"), readyPath("sdc")}));
     EXPECT_EQ(&EC_ok, delete_("mpatha"));
     EXPECT_EQ((Calls{QUERY_MPATHA, FLUSH}), host.calls);
 }
 
-TEST_F(Deletion, OnSuse11Sp4TheFlushNamesTheMapByAliasUnderDevMapper) {
+TEST_F(Delete, OnSuse11Sp4TheFlushNamesTheMapByAliasUnderDevMapper) {
     host.becomeSuse11Sp4();
     host.node("/dev/mapper/mpatha");
     EXPECT_EQ(&EC_ok, delete_("mpatha"));
@@ -186,7 +158,7 @@ TEST_F(Deletion, OnSuse11Sp4TheFlushNamesTheMapByAliasUnderDevMapper) {
     EXPECT_EQ(0, host.askedFor(NODE));
 }
 
-TEST_F(Deletion, APathThatCannotBeDeletedEndsTheCommandWithThoseBeforeItGone) {
+TEST_F(Delete, APathThatCannotBeDeletedEndsTheCommandWithThoseBeforeItGone) {
     host.answer(DELETE_SDB, "", NOT_STARTED);
     EXPECT_EQ(&EC_exe_cmd_failed, delete_("mpatha"));
     EXPECT_EQ((Calls{QUERY_MPATHA, FLUSH, DELETE_SDB}), host.calls);
@@ -194,7 +166,7 @@ TEST_F(Deletion, APathThatCannotBeDeletedEndsTheCommandWithThoseBeforeItGone) {
               host.dumps.commandLogLines().back());
 }
 
-TEST_F(Deletion, AFailedQueryIsLoggedAndItsRecordReturned) {
+TEST_F(Delete, AFailedQueryIsLoggedAndItsRecordReturned) {
     EXPECT_EQ(&EC_no_this_device, delete_("mpathx"));
     EXPECT_EQ("Error(0133): This device [mpathx] does not exist.", shown(&EC_no_this_device));
     EXPECT_EQ(Calls{"velomux -ll mpathx"}, host.calls);
@@ -204,16 +176,16 @@ TEST_F(Deletion, AFailedQueryIsLoggedAndItsRecordReturned) {
     EXPECT_EQ(&EC_exe_cmd_failed, delete_("mpathy"));
 }
 
-TEST_F(Deletion, ADeviceFoundByItsWwidIsUnknownAsAnAlias) {
+TEST_F(Delete, ADeviceFoundByItsWwidIsUnknownAsAnAlias) {
     const std::string wwid = "360000000000000000000000000000001";
     give(gParamMpathxVal, wwid);
-    host.answer("velomux -ll " + wwid, listing({pathLine("sdb")}));
+    host.answer("velomux -ll " + wwid, listing({readyPath("sdb")}));
     EXPECT_EQ(&EC_no_path_alias, delete_(wwid.c_str()));
     EXPECT_EQ("Error(0115): This path_alias [" + wwid + "] does not exist.", shown(&EC_no_path_alias));
     EXPECT_EQ(Calls{"velomux -ll " + wwid}, host.calls);
 }
 
-TEST_F(Deletion, TheUnknownAliasThatIsToldIsTheHandlersArgument) {
+TEST_F(Delete, TheUnknownAliasThatIsToldIsTheHandlersArgument) {
     give(gParamMpathxVal, "mpathz");
     EXPECT_EQ(&EC_no_path_alias, delete_("mpatha"));
     EXPECT_STREQ("mpatha", EC_no_path_alias.items[0]);
@@ -221,13 +193,13 @@ TEST_F(Deletion, TheUnknownAliasThatIsToldIsTheHandlersArgument) {
 
 // ---- words that must not reach a shell
 
-TEST(DeletionWords, AHostileAliasIsNeverFlushed) {
+TEST(DeleteWords, AHostileAliasIsNeverFlushed) {
     for (const std::string alias :
          {"a;reboot", "a$(reboot)", "a`reboot`", "a|b", "a&b", "a'b", "a\"b", "a*"}) {
         FakeHost host;
         host.becomeSuse11Sp4();
         give(gParamMpathxVal, alias);
-        host.answer("velomux -ll mpatha", listing({pathLine("sdb")}, alias));
+        host.answer("velomux -ll mpatha", listing({readyPath("sdb")}, alias));
         host.node("/dev/mapper/" + alias);
         host.node("/sys/block/sdb");
         EXPECT_EQ(&EC_exe_cmd_failed, delete_("mpatha")) << alias;
@@ -235,125 +207,4 @@ TEST(DeletionWords, AHostileAliasIsNeverFlushed) {
         EXPECT_EQ("ERROR delete_ # Execute command [velomux -f " + alias + "] failed\n",
                   host.dumps.commandLogLines().back());
     }
-}
-
-TEST(DeletionWords, AHostileDeviceNumberIsNeverFlushed) {
-    for (const char *number :
-         {"3;reboot", "3$(reboot)", "3`reboot`", "3 4", "3|x", "-1", "\xC3\xBC", "3\n"}) {
-        FakeHost host;
-        EXPECT_EQ(&EC_exe_cmd_failed, delPathInfo(number)) << number;
-        EXPECT_EQ(Calls{}, host.calls) << number;
-    }
-}
-
-TEST(DeletionWords, AHostileBlockDeviceIsNeverDeletedEvenIfItExists) {
-    for (const std::string name :
-         {"sd;reboot", "sd$(reboot)", "sd`x`", "sd x", "sd|x", "sd&x", "sd>x", "-sd", "sd'"}) {
-        FakeHost host;
-        host.node("/sys/block/" + name);
-        EXPECT_EQ(&EC_exe_cmd_failed, delOneDrive(name.c_str())) << name;
-        const Paths paths({name, "sdb"});
-        EXPECT_EQ(&EC_exe_cmd_failed, deleteDrive(paths.head)) << name;
-        EXPECT_EQ(Calls{}, host.calls) << name;
-        EXPECT_EQ("ERROR deleteDrive # Execute command [echo 1 > /sys/block/" + name +
-                      "/device/delete] failed\n",
-                  host.dumps.commandLogLines().back());
-    }
-}
-
-// ---- deleteDrive
-
-TEST(DeletionParts, DeleteDriveOfNoPathsIsASuccess) {
-    FakeHost host;
-    const Paths empty({});
-    EXPECT_EQ(&EC_ok, deleteDrive(nullptr));
-    EXPECT_EQ(&EC_ok, deleteDrive(empty.head));
-    empty.head->end = false; // a head without a first path
-    EXPECT_EQ(&EC_ok, deleteDrive(empty.head));
-    EXPECT_EQ(Calls{}, host.calls);
-}
-
-TEST(DeletionParts, OnlyTheFirstPathIsTestedForAScsiDisk) {
-    FakeHost host;
-    host.node("/sys/block/sdb");
-    host.node("/sys/block/nvme0n1");
-    EXPECT_EQ(&EC_ok, deleteDrive(Paths({"nvme0n1", "sdb"}).head));
-    EXPECT_EQ(Calls{}, host.calls);
-    EXPECT_EQ(&EC_ok, deleteDrive(Paths({"sdb", "nvme0n1"}).head));
-    EXPECT_EQ((Calls{DELETE_SDB, "echo 1 > /sys/block/nvme0n1/device/delete"}), host.calls);
-}
-
-TEST(DeletionParts, DeleteDrivePassesOverNamesThatSysfsDoesNotKnow) {
-    FakeHost host;
-    host.node("/sys/block/sdc");
-    EXPECT_EQ(&EC_ok, deleteDrive(Paths({"sdb", "sdc", "sdd"}).head));
-    EXPECT_EQ(Calls{DELETE_SDC}, host.calls);
-}
-
-TEST(DeletionParts, DeleteDriveStopsAtTheEndFlagAndAtAMissingSuccessor) {
-    FakeHost host;
-    host.node("/sys/block/sdb");
-    host.node("/sys/block/sdc");
-    const Paths paths({"sdb", "sdc"});
-    paths.head->next->end = true; // sdc is a spare node now
-    EXPECT_EQ(&EC_ok, deleteDrive(paths.head));
-    EXPECT_EQ(Calls{DELETE_SDB}, host.calls);
-    paths.head->next->end = false;
-    paths.head->next->next->end = false; // no node carries the flag
-    host.calls.clear();
-    EXPECT_EQ(&EC_ok, deleteDrive(paths.head));
-    EXPECT_EQ((Calls{DELETE_SDB, DELETE_SDC}), host.calls);
-}
-
-TEST(DeletionParts, AnEchoThatExitsWithAnErrorIsNoFailure) {
-    FakeHost host;
-    host.node("/sys/block/sdb");
-    host.node("/sys/block/sdc");
-    host.answer(DELETE_SDB, "sh: write error\n", 1);
-    EXPECT_EQ(&EC_ok, deleteDrive(Paths({"sdb", "sdc"}).head));
-    EXPECT_EQ((Calls{DELETE_SDB, DELETE_SDC}), host.calls);
-}
-
-// ---- delPathInfo, delOneDrive
-
-TEST(DeletionParts, DelPathInfoFlushesByNumberWithoutTheTimer) {
-    FakeHost host;
-    EXPECT_EQ(&EC_info_ok, delPathInfo("3"));
-    EXPECT_EQ(Calls{"velomux -f /dev/dm-3"}, host.calls);
-}
-
-TEST(DeletionParts, DelPathInfoOfAnEmptyOrNullNumberIsASuccess) {
-    FakeHost host;
-    EXPECT_EQ(&EC_ok, delPathInfo(""));
-    EXPECT_EQ(&EC_ok, delPathInfo(nullptr));
-    EXPECT_EQ(Calls{}, host.calls);
-}
-
-TEST(DeletionParts, DelPathInfoTellsAMapInUseFromAnyOtherFailure) {
-    FakeHost host;
-    host.answer("velomux -f /dev/dm-3", IN_USE, 1);
-    EXPECT_EQ(&EC_del_failed_for_using, delPathInfo("3"));
-    host.answer("velomux -f /dev/dm-4", NO_ARGUMENT, 1);
-    EXPECT_EQ(&EC_exe_cmd_failed, delPathInfo("4"));
-    host.answer("velomux -f /dev/dm-5", IN_USE, 0);
-    EXPECT_EQ(&EC_info_ok, delPathInfo("5"));
-    host.answer("velomux -f /dev/dm-6", "", NOT_STARTED);
-    EXPECT_EQ(&EC_exe_cmd_failed, delPathInfo("6"));
-}
-
-TEST(DeletionParts, DelOneDriveDeletesOnlyWhatSysfsKnows) {
-    FakeHost host;
-    host.node("/sys/block/sdb");
-    EXPECT_EQ(&EC_ok, delOneDrive("sdb"));
-    EXPECT_EQ(&EC_ok, delOneDrive("sdc"));
-    EXPECT_EQ(&EC_ok, delOneDrive(""));
-    EXPECT_EQ(&EC_ok, delOneDrive(nullptr));
-    EXPECT_EQ(Calls{DELETE_SDB}, host.calls);
-}
-
-TEST(DeletionParts, DelOneDriveReturnsTheRunnersRecord) {
-    FakeHost host;
-    host.node("/sys/block/sdb");
-    host.answer(DELETE_SDB, "", NOT_STARTED);
-    EXPECT_EQ(&EC_exe_cmd_failed, delOneDrive("sdb"));
 }

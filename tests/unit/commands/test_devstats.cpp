@@ -10,6 +10,7 @@
 
 #include "stats/device_list.h"
 #include "tests/support/dumps_redirect.h"
+#include "tests/support/fake_host.h"
 
 namespace {
 
@@ -46,14 +47,11 @@ Topology topologyOf(const std::vector<Device> &devices) {
     return head;
 }
 
-class DevStats : public testing::Test {
+// The entries of the statistics engine's list.
+class Devstats : public testing::Test {
   protected:
-    void SetUp() override {
-        salloc_dev_list(10);
-    }
-    void TearDown() override {
+    ~Devstats() override {
         sfree_dev_list();
-        dlist_idx = 0;
     }
     // "NAME ALIAS" of each entry of the list.
     static std::vector<std::string> registered() {
@@ -63,12 +61,19 @@ class DevStats : public testing::Test {
         }
         return entries;
     }
+};
+
+class DevstatsRegistering : public Devstats {
+  protected:
+    DevstatsRegistering() {
+        salloc_dev_list(10);
+    }
     DumpsFolder dumps; // for the notes of allocations
 };
 
 } // namespace
 
-TEST_F(DevStats, EachDeviceIsFollowedByItsPathsAndBringsItsAlias) {
+TEST_F(DevstatsRegistering, EachDeviceIsFollowedByItsPathsAndBringsItsAlias) {
     const Topology head =
         topologyOf({{"mpatha", "987654", {"sdxa", "sdxb"}}, {"database", "987655", {"sdxc"}}});
     testing::internal::CaptureStdout();
@@ -78,7 +83,7 @@ TEST_F(DevStats, EachDeviceIsFollowedByItsPathsAndBringsItsAlias) {
                                                       "dm-987655 database", "sdxc "}));
 }
 
-TEST_F(DevStats, ADeviceWithoutPathsIsRegisteredAlone) {
+TEST_F(DevstatsRegistering, ADeviceWithoutPathsIsRegisteredAlone) {
     const Topology head = topologyOf({{"mpatha", "987654", {}}});
     freePathDev(firstDravik(head.get())->pdev);
     firstDravik(head.get())->pdev = nullptr;
@@ -86,13 +91,63 @@ TEST_F(DevStats, ADeviceWithoutPathsIsRegisteredAlone) {
     EXPECT_EQ(registered(), std::vector<std::string>{"dm-987654 mpatha"});
 }
 
-TEST_F(DevStats, NoDeviceRegistersNothing) {
+TEST_F(DevstatsRegistering, NoDeviceRegistersNothing) {
     printDravikStats(nullptr);
     EXPECT_EQ(registered(), std::vector<std::string>{});
 }
 
-TEST_F(DevStats, APathOfTwoDevicesIsRegisteredOnce) {
+TEST_F(DevstatsRegistering, APathOfTwoDevicesIsRegisteredOnce) {
     const Topology head = topologyOf({{"a", "987654", {"sdxa"}}, {"b", "987655", {"sdxa", "sdxb"}}});
     printDravikStats(firstDravik(head.get()));
     EXPECT_EQ(registered(), (std::vector<std::string>{"dm-987654 a", "sdxa ", "dm-987655 b", "sdxb "}));
+}
+
+// ---- from the topology
+
+namespace {
+
+// A host with one device over two paths, and the list of the statistics engine as it is before a command.
+class DevstatsQuery : public Devstats {
+  protected:
+    void SetUp() override {
+        host.answer(QUERY_ALL, LISTING);
+        host.answer("velomux -ll mpatha", LISTING);
+    }
+
+    const std::string LISTING = listing({readyPath("sdxa"), readyPath("sdxb")}, "mpatha", "987654");
+    FakeHost host;
+};
+
+} // namespace
+
+TEST_F(DevstatsQuery, EveryDeviceOfTheTopologyIsRegisteredAndNothingPrinted) {
+    s_ecItems *result = nullptr;
+    EXPECT_EQ("", printed(queryDevStats, &result));
+    EXPECT_EQ(&EC_info_ok, result);
+    EXPECT_EQ(registered(), (std::vector<std::string>{"dm-987654 mpatha", "sdxa ", "sdxb "}));
+    EXPECT_EQ(host.calls, std::vector<std::string>{QUERY_ALL});
+}
+
+TEST_F(DevstatsQuery, OneDeviceIsAskedForByItsName) {
+    EXPECT_EQ(&EC_info_ok, querySingleDevStats("mpatha"));
+    EXPECT_EQ(registered(), (std::vector<std::string>{"dm-987654 mpatha", "sdxa ", "sdxb "}));
+    EXPECT_EQ(host.calls, std::vector<std::string>{"velomux -ll mpatha"});
+}
+
+TEST_F(DevstatsQuery, TheListHasAnEntryForEachLineOfTheListing) {
+    EXPECT_EQ(&EC_info_ok, queryDevStats());
+    // Seven lines, the empty one behind the last newline too, and one entry more that the presaving may need.
+    for (int i = dlist_idx; i < 8; ++i) {
+        EXPECT_EQ(update_dev_list(&dlist_idx, ("more" + std::to_string(i)).c_str(), ""), i);
+    }
+    EXPECT_EQ(update_dev_list(&dlist_idx, "one too many", ""), -1);
+}
+
+TEST_F(DevstatsQuery, AFailedQueryRegistersNothingAndItsRecordIsTheAnswer) {
+    EXPECT_EQ(&EC_no_this_device, querySingleDevStats("mpathx"));
+    host.answer(QUERY_ALL, "", 127);
+    EXPECT_EQ(&EC_exe_cmd_failed, queryDevStats());
+    host.answer(QUERY_ALL, "mpatha dm-3 KORVEL,QVX");
+    EXPECT_EQ(&EC_parse_cmd_out, queryDevStats());
+    EXPECT_EQ(registered(), std::vector<std::string>{});
 }

@@ -1,11 +1,13 @@
 // The port listing between its separators.
-#include "cli/cli_exe.h"
+#include "commands/port.h"
 
 #include <string>
 
 #include <gtest/gtest.h>
 
+#include "host/command_output.h"
 #include "tests/support/fake_host.h"
+#include "tests/support/rules.h"
 
 namespace {
 
@@ -21,27 +23,30 @@ std::string shownFor(const std::string &output) {
     return text;
 }
 
+// What the script prints, and what stands between the separators.
+struct ShownCase {
+    std::string output;
+    std::string shown;
+};
+
+const Rule<ShownCase> SHOWN_RULES[] = {
+    {"EmptyOutputGivesTwoSeparatorsAndSuccess", {{"", ""}}},
+    {"TwoLinesEndingInALineFeedAreFollowedByTheSeparatorOnItsOwnLine", {{"a\nb\n", "a\nb\n"}}},
+    {"OutputWithoutAFinalLineFeedHasTheSeparatorOnItsLastLine", {{"a\nb", "a\nb"}}},
+    {"EmptyLinesStay", {{"\n\na\n\n", "\n\na\n\n"}}},
+    {"PercentSignsAreText", {{"100%s %n\n", "100%s %n\n"}}},
+};
+
+class PortListing : public testing::TestWithParam<Rule<ShownCase>> {};
+
 } // namespace
 
-TEST(Port, EmptyOutputGivesTwoSeparatorsAndSuccess) {
-    EXPECT_EQ(separator() + separator(), shownFor(""));
+TEST_P(PortListing, IsShownAsItIs) {
+    for (const ShownCase &row : GetParam().cases) {
+        EXPECT_EQ(boxed(row.shown), shownFor(row.output));
+    }
 }
-
-TEST(Port, TwoLinesEndingInALineFeedAreFollowedByTheSeparatorOnItsOwnLine) {
-    EXPECT_EQ(separator() + "a\nb\n" + separator(), shownFor("a\nb\n"));
-}
-
-TEST(Port, OutputWithoutAFinalLineFeedHasTheSeparatorOnItsLastLine) {
-    EXPECT_EQ(separator() + "a\nb" + separator(), shownFor("a\nb"));
-}
-
-TEST(Port, EmptyLinesStay) {
-    EXPECT_EQ(separator() + "\n\na\n\n" + separator(), shownFor("\n\na\n\n"));
-}
-
-TEST(Port, PercentSignsAreText) {
-    EXPECT_EQ(separator() + "100%s %n\n" + separator(), shownFor("100%s %n\n"));
-}
+INSTANTIATE_TEST_SUITE_P(Rule, PortListing, testing::ValuesIn(SHOWN_RULES), nameOfRule);
 
 TEST(Port, OutputIsShownUpToTheSizeOfItsBuffer) {
     const std::string megabytes = std::string(3 << 20, 'x');

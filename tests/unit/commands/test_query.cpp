@@ -1,5 +1,5 @@
 // The topology as `query` prints it, to the last blank.
-#include "cli/cli_exe.h"
+#include "commands/query.h"
 
 #include <cstdio>
 #include <cstring>
@@ -11,6 +11,8 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/dumps_redirect.h"
+#include "tests/support/fake_host.h"
+#include "tests/support/rules.h"
 
 namespace {
 
@@ -81,7 +83,7 @@ class Topology {
     std::unique_ptr<s_dravik, FreeDravik> head{mallocDravik()};
 };
 
-class Display : public testing::Test {
+class Query : public testing::Test {
   protected:
     std::string shown(const Topology &topology) {
         dumps.forgetLogs();
@@ -125,11 +127,11 @@ std::string shownPolicy(const std::string &vendor, const std::string &policy) {
 
 } // namespace
 
-TEST_F(Display, NoDeviceIsTwoSeparatorsAndNothingBetween) {
+TEST_F(Query, NoDeviceIsTwoSeparatorsAndNothingBetween) {
     EXPECT_EQ(shown(Topology()), DASHES + DASHES);
 }
 
-TEST_F(Display, ADeviceWithPathsIsShownWhole) {
+TEST_F(Query, ADeviceWithPathsIsShownWhole) {
     dumps.write("storage_config.json", CACHE);
     Topology topology;
     topology.device("mpatha").path("sdb").path("nvme0n1", "queue-length 0", "fc", "");
@@ -144,7 +146,7 @@ TEST_F(Display, ADeviceWithPathsIsShownWhole) {
                   DASHES);
 }
 
-TEST_F(Display, ColumnsAreAsWideAsTheirWidestValueAndOneBlank) {
+TEST_F(Query, ColumnsAreAsWideAsTheirWidestValueAndOneBlank) {
     Topology topology;
     topology.device("mpatha").path("a_path_of_30_characters_in_all");
     set(topology.path_cursor->dev_id, "253:1048575");
@@ -160,13 +162,13 @@ TEST_F(Display, ColumnsAreAsWideAsTheirWidestValueAndOneBlank) {
                   "undef_undef_undef transport-offline p           \n");
 }
 
-TEST_F(Display, AnEmptyLineStandsBetweenTwoDevices) {
+TEST_F(Query, AnEmptyLineStandsBetweenTwoDevices) {
     Topology topology;
     topology.device("a").device("b").device("c");
     EXPECT_EQ(shown(topology), DASHES + header("a") + "\n" + header("b") + "\n" + header("c") + DASHES);
 }
 
-TEST_F(Display, SpareDevicesAndPathsOfALongerQueryAreNotShown) {
+TEST_F(Query, SpareDevicesAndPathsOfALongerQueryAreNotShown) {
     Topology topology;
     topology.device("a").path("sdb").path("sdspare");
     firstPathDev(topology.last->pdev)->end = true;
@@ -177,7 +179,7 @@ TEST_F(Display, SpareDevicesAndPathsOfALongerQueryAreNotShown) {
     EXPECT_EQ(output, DASHES + oneDevice(topology) + DASHES);
 }
 
-TEST_F(Display, ADeviceWithoutPathsEndsAfterItsName) {
+TEST_F(Query, ADeviceWithoutPathsEndsAfterItsName) {
     dumps.write("storage_config.json", CACHE);
     EXPECT_EQ(oneDevice(Topology().device("a")), header("a") + "vdisk_name: vol_one\n");
     Topology topology;
@@ -189,7 +191,7 @@ TEST_F(Display, ADeviceWithoutPathsEndsAfterItsName) {
 
 // ---- the name of the virtual disk
 
-TEST_F(Display, AFailedDeviceGetsItsNameFromTheCacheFileOnly) {
+TEST_F(Query, AFailedDeviceGetsItsNameFromTheCacheFileOnly) {
     dumps.write("storage_config.json", CACHE);
     const std::string output = oneDevice(Topology().device("a").failedPath("sdb").failedPath("sdc"));
     EXPECT_EQ(output.substr(0, output.find("host_interface")), header("a") + "vdisk_name: vol_one\n");
@@ -197,7 +199,7 @@ TEST_F(Display, AFailedDeviceGetsItsNameFromTheCacheFileOnly) {
                                                                  WWID + ") is a failed device.\n"}));
 }
 
-TEST_F(Display, AFailedDeviceWithoutACacheFileHasNoName) {
+TEST_F(Query, AFailedDeviceWithoutACacheFileHasNoName) {
     EXPECT_EQ(oneDevice(Topology().device("a").failedPath("sdb")).find("vdisk_name"), std::string::npos);
     EXPECT_EQ(dumps.commandLogMessages(),
               (std::vector<std::string>{"ERROR This device (" + WWID + ") is a failed device.\n",
@@ -205,7 +207,7 @@ TEST_F(Display, AFailedDeviceWithoutACacheFileHasNoName) {
                                             ") is a failed device, we can not get the vdisk name.\n"}));
 }
 
-TEST_F(Display, AFailedDeviceThatTheCacheDoesNotKnowHasNoName) {
+TEST_F(Query, AFailedDeviceThatTheCacheDoesNotKnowHasNoName) {
     dumps.write("storage_config.json", R"({"disk": [{"wwid": "other", "vdisk_name": "vol"}]})");
     EXPECT_EQ(oneDevice(Topology().device("a")), header("a"));
     EXPECT_EQ(ownLines(),
@@ -213,7 +215,7 @@ TEST_F(Display, AFailedDeviceThatTheCacheDoesNotKnowHasNoName) {
                                         ") is a failed device, we can not get the vdisk name.\n"}));
 }
 
-TEST_F(Display, AFailedDeviceWhoseStoredNameIsEmptyHasNoName) {
+TEST_F(Query, AFailedDeviceWhoseStoredNameIsEmptyHasNoName) {
     dumps.write("storage_config.json", R"({"disk": [{"wwid": ")" + WWID + R"(", "vdisk_name": ""}]})");
     EXPECT_EQ(oneDevice(Topology().device("a")), header("a"));
     EXPECT_EQ(ownLines(),
@@ -221,7 +223,7 @@ TEST_F(Display, AFailedDeviceWhoseStoredNameIsEmptyHasNoName) {
                                         ") is a failed device, we get the vdisk name from file is NULL.\n"}));
 }
 
-TEST_F(Display, OneWorkingPathMakesTheArrayTheOneToAsk) {
+TEST_F(Query, OneWorkingPathMakesTheArrayTheOneToAsk) {
     const std::string output = oneDevice(Topology().device("a").failedPath("sdb").path("sdc"));
     EXPECT_EQ(output.find("vdisk_name"), std::string::npos);
     const std::vector<std::string> messages = dumps.commandLogMessages();
@@ -231,14 +233,14 @@ TEST_F(Display, OneWorkingPathMakesTheArrayTheOneToAsk) {
                                                     "), the vdisk name we obtained is NULL.\n"}));
 }
 
-TEST_F(Display, AnNvmeDeviceIsAskedTheNvmeWay) {
+TEST_F(Query, AnNvmeDeviceIsAskedTheNvmeWay) {
     oneDevice(Topology().device("a").path("nvme0n1", "service-time 0", "rdma-nvme"));
     const std::vector<std::string> messages = dumps.commandLogMessages();
     ASSERT_FALSE(messages.empty());
     EXPECT_EQ(messages[0], "ERROR Open nvme device failed, fd = -1.\n");
 }
 
-TEST_F(Display, ADeviceNumberThatIsNoNumberOpensNothing) {
+TEST_F(Query, ADeviceNumberThatIsNoNumberOpensNothing) {
     dumps.write("storage_config.json", CACHE);
     Topology topology;
     topology.device("a").path("sdb");
@@ -249,7 +251,7 @@ TEST_F(Display, ADeviceNumberThatIsNoNumberOpensNothing) {
 
 // ---- the host interface
 
-TEST_F(Display, TheInterfaceIsThatOfTheFirstPath) {
+TEST_F(Query, TheInterfaceIsThatOfTheFirstPath) {
     const char *const rows[][2] = {{"iscsi", "iscsi"},    {"fc-nvme", "fc-nvme"}, {"rdma-nvme", "rdma-nvme"},
                                    {"fc", "fc"},          {"sas", "sas"},         {"xfc-nvmex", "fc-nvme"},
                                    {"sas-iscsi", "iscsi"}};
@@ -262,7 +264,7 @@ TEST_F(Display, TheInterfaceIsThatOfTheFirstPath) {
     }
 }
 
-TEST_F(Display, AnUnknownInterfaceIsLoggedAndHasNoLine) {
+TEST_F(Query, AnUnknownInterfaceIsLoggedAndHasNoLine) {
     dumps.write("storage_config.json", CACHE);
     Topology topology;
     topology.device("a").path("sdb", "service-time 0", "").path("sdc", "service-time 0", "fc");
@@ -275,30 +277,98 @@ TEST_F(Display, AnUnknownInterfaceIsLoggedAndHasNoLine) {
 
 // ---- the policy as shown
 
-TEST_F(Display, TheKernelsSelectorsAreShownUnderTheProductsNames) {
-    EXPECT_EQ(shownPolicy("KORVEL", "round-robin 0"), "smart-distribution-extend");
-    EXPECT_EQ(shownPolicy("KORVEL", "queue-length 0"), "least-queue-depth-extend");
-    EXPECT_EQ(shownPolicy("KORVEL", "service-time 0"), "round-robin-extend");
-}
+namespace {
 
-TEST_F(Display, AnUnknownSelectorIsShownAsListed) {
-    EXPECT_EQ(shownPolicy("KORVEL", "historical-service-time 0"), "historical-service-time 0");
-    EXPECT_EQ(shownPolicy("KORVEL", "service-time"), "service-time");
-    EXPECT_EQ(shownPolicy("KORVEL", ""), "");
-}
+// The vendor, the policy as listed, and as shown.
+struct PolicyCase {
+    std::string vendor;
+    std::string listed;
+    std::string shown;
+};
 
-TEST_F(Display, WhatStandsBehindTheSelectorFollowsItsName) {
-    EXPECT_EQ(shownPolicy("KORVEL", "service-time 0 1 8:16"), "round-robin-extend 1 8:16");
-    EXPECT_EQ(shownPolicy("KORVEL", "service-time 05"), "round-robin-extend5");
-    // never more than the field holds
-    EXPECT_EQ(shownPolicy("KORVEL", "round-robin 0 abcdefghijklmnop"), "smart-distribution-extend abcd");
-}
+const Rule<PolicyCase> POLICY_RULES[] = {
+    {"TheKernelsSelectorsAreShownUnderTheProductsNames",
+     {{"KORVEL", "round-robin 0", "smart-distribution-extend"},
+      {"KORVEL", "queue-length 0", "least-queue-depth-extend"},
+      {"KORVEL", "service-time 0", "round-robin-extend"}}},
+    {"AnUnknownSelectorIsShownAsListed",
+     {{"KORVEL", "historical-service-time 0", "historical-service-time 0"},
+      {"KORVEL", "service-time", "service-time"},
+      {"KORVEL", "", ""}}},
+    {"WhatStandsBehindTheSelectorFollowsItsName",
+     {{"KORVEL", "service-time 0 1 8:16", "round-robin-extend 1 8:16"},
+      {"KORVEL", "service-time 05", "round-robin-extend5"},
+      // never more than the field holds
+      {"KORVEL", "round-robin 0 abcdefghijklmnop", "smart-distribution-extend abcd"}}},
+    {"HuaweiAndHitachiShowTheirRotationAsListed",
+     {
+         {"HUAWEI", "round-robin 0", "round-robin 0"},
+         {"HUAWEI", "service-time 0", "round-robin-extend"},
+         {"HITACHI", "round-robin 0", "round-robin 0"},
+         {"HITACHI", "service-time 0", "round-robin-extend"},
+         {"HITACHI-X", "round-robin 0", "round-robin 0"},
+         {"HITACHI-X", "service-time 0", "round-robin-extend"},
+         {"XHUAWEI", "round-robin 0", "smart-distribution-extend"},
+         {"NVME", "round-robin 0", "smart-distribution-extend"},
+     }},
+};
 
-TEST_F(Display, HuaweiAndHitachiShowTheirRotationAsListed) {
-    for (const char *vendor : {"HUAWEI", "HITACHI", "HITACHI-X"}) {
-        EXPECT_EQ(shownPolicy(vendor, "round-robin 0"), "round-robin 0") << vendor;
-        EXPECT_EQ(shownPolicy(vendor, "service-time 0"), "round-robin-extend") << vendor;
+class QueryPolicy : public Query, public testing::WithParamInterface<Rule<PolicyCase>> {};
+
+} // namespace
+
+TEST_P(QueryPolicy, IsShownUnderTheProductsName) {
+    for (const PolicyCase &row : GetParam().cases) {
+        EXPECT_EQ(shownPolicy(row.vendor, row.listed), row.shown) << row.vendor << " " << row.listed;
     }
-    EXPECT_EQ(shownPolicy("XHUAWEI", "round-robin 0"), "smart-distribution-extend");
-    EXPECT_EQ(shownPolicy("NVME", "round-robin 0"), "smart-distribution-extend");
+}
+INSTANTIATE_TEST_SUITE_P(Rule, QueryPolicy, testing::ValuesIn(POLICY_RULES), nameOfRule);
+
+// ---- the commands
+
+TEST(QueryCommand, TheTopologyIsTakenAndShownAndTheParsersRecordIsTheAnswer) {
+    FakeHost host;
+    host.answer(QUERY_ALL, listing({readyPath("xa")}, "mpatha", "987654"));
+    s_ecItems *result = nullptr;
+    EXPECT_EQ(DASHES +
+                  "path_alias: mpatha\nwwid: 360000000000000000000000000000001\ndevice_number: 987654\n"
+                  "vendor: KORVEL\nproduct_type: QVX\nlun_size: 10G\n" +
+                  EQUALS +
+                  "dev_id dev_name dev_node path_policy        path_status dravik_status target_port   \n"
+                  "8:16   xa       1:0:0:1  round-robin-extend active      running                   \n" +
+                  DASHES,
+              printed(query, &result));
+    EXPECT_EQ(&EC_info_ok, result);
+    EXPECT_EQ(host.calls, std::vector<std::string>{QUERY_ALL});
+}
+
+TEST(QueryCommand, OneDeviceIsAskedForByItsName) {
+    FakeHost host;
+    host.answer("velomux -ll mpatha", listing({}, "mpatha", "987654"));
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(&EC_info_ok, querySingleDevice("mpatha"));
+    EXPECT_EQ(DASHES +
+                  "path_alias: mpatha\nwwid: 360000000000000000000000000000001\ndevice_number: 987654\n"
+                  "vendor: KORVEL\nproduct_type: QVX\nlun_size: 10G\n" +
+                  DASHES,
+              testing::internal::GetCapturedStdout());
+    EXPECT_EQ(host.calls, std::vector<std::string>{"velomux -ll mpatha"});
+}
+
+TEST(QueryCommand, AFailureOfTheQueryIsTheAnswerAndNothingIsPrinted) {
+    FakeHost host;
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(&EC_no_this_device, querySingleDevice("mpathx"));
+    host.answer(QUERY_ALL, "", NOT_STARTED);
+    EXPECT_EQ(&EC_exe_cmd_failed, query());
+    host.answer(QUERY_ALL, listing({readyPath("xa")}) + "|-+- nonsense\n");
+    EXPECT_EQ(&EC_parse_cmd_out, query());
+    EXPECT_EQ("", testing::internal::GetCapturedStdout());
+}
+
+TEST(QueryCommand, AnEmptyTopologyIsTwoSeparators) {
+    FakeHost host;
+    s_ecItems *result = nullptr;
+    EXPECT_EQ(DASHES + DASHES, printed(query, &result));
+    EXPECT_EQ(&EC_info_ok, result);
 }

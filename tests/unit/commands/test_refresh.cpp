@@ -1,22 +1,16 @@
-// Scan, aggregation, refresh, version: what each runs, in which order, and what a refresh removes.
-#include "cli/cli_exe.h"
+// The refresh: what it runs, in which order, what it removes, and what ends it.
+#include "commands/refresh.h"
 
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include "commands/version.h"
+#include "tests/support/command_lines.h"
 #include "tests/support/fake_host.h"
+#include "tests/support/rules.h"
 
 namespace {
-
-using Calls = std::vector<std::string>;
-
-constexpr char SCAN[] = "bash /usr/bin/dravik-script/g2dravikscan.sh";
-constexpr char DISCOVER[] = "bash /usr/bin/dravik-script/discoverfcnvme.sh";
-constexpr char REVIVE[] = "bash /usr/bin/dravik-script/run_all_offline_path.sh";
-constexpr char REBUILD[] = "velomux -r";
 
 // One path in a group of its own, as the listing has it.
 struct Path {
@@ -32,10 +26,6 @@ std::string device(const std::string &alias, const std::string &number, const st
                 path.name + " 8:16 failed " + path.checker + " running\n";
     }
     return text;
-}
-
-std::string deletionOf(const std::string &name) {
-    return "echo 1 > /sys/block/" + name + "/device/delete";
 }
 
 // What a refresh of the topology `text` runs between its query and its scan; it must go on to its end.
@@ -64,90 +54,54 @@ Calls endedRefresh(FakeHost *host, s_ecItems *expected) {
 
 } // namespace
 
-// ---- scan, aggregation
+// ---- what is removed
 
-TEST(Rescan, ScanRescansAndThenDiscovers) {
-    FakeHost host;
-    s_ecItems *result = nullptr;
-    EXPECT_EQ("", printed(scan, &result));
-    EXPECT_EQ(&EC_ok, result);
-    EXPECT_EQ((Calls{SCAN, DISCOVER}), host.calls);
+namespace {
+
+// A listing, and the command lines that remove what is dead in it.
+struct RemovalCase {
+    std::string listing;
+    Calls removals;
+};
+
+const Rule<RemovalCase> REMOVAL_RULES[] = {
+    {"AHealthyTopologyLosesNothing",
+     {{device("mpatha", "3", {{"sdb", "50", "ready"}, {"sdc", "0", "ready"}}), {}}, {"", {}}}},
+    {"AFaultyPathInAGroupOfPriority0IsDeletedAndTheMapStaysWithAHealthyOne",
+     {{device("mpatha", "3", {{"sdb", "0", "faulty"}, {"sdc", "50", "ready"}}), {deletionOf("sdb")}}}},
+    {"ADeviceWhoseEveryPathIsDeadLosesAllOfThemAndItsMap",
+     {{device("mpatha", "3", {{"sdb", "0", "faulty"}, {"sdc", "0", "faulty"}}),
+       {deletionOf("sdb"), deletionOf("sdc"), "velomux -f /dev/dm-3"}}}},
+    {"AFaultyPathInAGroupOfPriority50IsNotRemoved", {{device("mpatha", "3", {{"sdb", "50", "faulty"}}), {}}}},
+    {"ADeviceWithoutPathsLosesItsMap", {{device("mpatha", "3", {}), {"velomux -f /dev/dm-3"}}}},
+    {"TheFirstCharacterOfThePriorityAndSixOfTheCheckerDecide",
+     {{device("mpatha", "3", {{"sdb", "05", "faulty_x"}}), {deletionOf("sdb"), "velomux -f /dev/dm-3"}},
+      {device("mpatha", "3", {{"sdb", "0", "fault"}}), {}},
+      {device("mpatha", "3", {{"sdb", "0", "i/o"}}), {}},
+      {device("mpatha", "3", {{"sdb", "-1", "faulty"}}), {}}}},
+    {"DeadPathsThatSysfsDoesNotKnowCountAsDeadWithoutACommand",
+     {{device("mpatha", "3", {{"sdx", "0", "faulty"}}), {"velomux -f /dev/dm-3"}}}},
+    {"ADeadNvmePathIsDeletedLikeAnyOther",
+     {{device("mpatha", "3", {{"nvme0n1", "0", "faulty"}}),
+       {deletionOf("nvme0n1"), "velomux -f /dev/dm-3"}}}},
+    {"DevicesAreClearedInTheOrderOfTheListing",
+     {{device("mpatha", "3", {{"sdb", "0", "faulty"}}) + device("mpathb", "4", {{"sdc", "50", "ready"}}) +
+           device("mpathc", "5", {{"sdd", "0", "faulty"}}),
+       {deletionOf("sdb"), "velomux -f /dev/dm-3", deletionOf("sdd"), "velomux -f /dev/dm-5"}}}},
+};
+
+class RefreshRemoval : public testing::TestWithParam<Rule<RemovalCase>> {};
+
+} // namespace
+
+TEST_P(RefreshRemoval, IsOfWhatIsDeadAlone) {
+    for (const RemovalCase &row : GetParam().cases) {
+        EXPECT_EQ(row.removals, removedFrom(row.listing)) << row.listing;
+    }
 }
+INSTANTIATE_TEST_SUITE_P(Rule, RefreshRemoval, testing::ValuesIn(REMOVAL_RULES), nameOfRule);
 
-TEST(Rescan, OnlyTheSecondScriptOfAScanCounts) {
-    FakeHost host;
-    host.answer(SCAN, "", NOT_STARTED);
-    host.answer(DISCOVER, "", 1);
-    EXPECT_EQ(&EC_ok, scan());
-    EXPECT_EQ((Calls{SCAN, DISCOVER}), host.calls);
-    host.answer(DISCOVER, "", NOT_STARTED);
-    EXPECT_EQ(&EC_exe_cmd_failed, scan());
-}
-
-TEST(Rescan, AggregationRevivesPathsAndThenRebuildsTheMaps) {
-    FakeHost host;
-    EXPECT_EQ(&EC_ok, aggregation());
-    EXPECT_EQ((Calls{REVIVE, REBUILD}), host.calls);
-}
-
-TEST(Rescan, OnlyTheRebuildingOfAnAggregationCounts) {
-    FakeHost host;
-    host.answer(REVIVE, "", NOT_STARTED);
-    EXPECT_EQ(&EC_ok, aggregation());
-    host.answer(REBUILD, "", NO_MEMORY);
-    EXPECT_EQ(&EC_exe_cmd_failed, aggregation());
-}
-
-// ---- refresh: what is removed
-
-TEST(Refresh, AHealthyTopologyLosesNothing) {
-    EXPECT_EQ(Calls{}, removedFrom(device("mpatha", "3", {{"sdb", "50", "ready"}, {"sdc", "0", "ready"}})));
-    EXPECT_EQ(Calls{}, removedFrom(""));
-}
-
-TEST(Refresh, AFaultyPathInAGroupOfPriority0IsDeletedAndTheMapStaysWithAHealthyOne) {
-    EXPECT_EQ(Calls{deletionOf("sdb")},
-              removedFrom(device("mpatha", "3", {{"sdb", "0", "faulty"}, {"sdc", "50", "ready"}})));
-}
-
-TEST(Refresh, ADeviceWhoseEveryPathIsDeadLosesAllOfThemAndItsMap) {
-    EXPECT_EQ((Calls{deletionOf("sdb"), deletionOf("sdc"), "velomux -f /dev/dm-3"}),
-              removedFrom(device("mpatha", "3", {{"sdb", "0", "faulty"}, {"sdc", "0", "faulty"}})));
-}
-
-TEST(Refresh, AFaultyPathInAGroupOfPriority50IsNotRemoved) {
-    EXPECT_EQ(Calls{}, removedFrom(device("mpatha", "3", {{"sdb", "50", "faulty"}})));
-}
-
-TEST(Refresh, ADeviceWithoutPathsLosesItsMap) {
-    EXPECT_EQ(Calls{"velomux -f /dev/dm-3"}, removedFrom(device("mpatha", "3", {})));
-}
-
-TEST(Refresh, TheFirstCharacterOfThePriorityAndSixOfTheCheckerDecide) {
-    EXPECT_EQ((Calls{deletionOf("sdb"), "velomux -f /dev/dm-3"}),
-              removedFrom(device("mpatha", "3", {{"sdb", "05", "faulty_x"}})));
-    EXPECT_EQ(Calls{}, removedFrom(device("mpatha", "3", {{"sdb", "0", "fault"}})));
-    EXPECT_EQ(Calls{}, removedFrom(device("mpatha", "3", {{"sdb", "0", "i/o"}})));
-    EXPECT_EQ(Calls{}, removedFrom(device("mpatha", "3", {{"sdb", "-1", "faulty"}})));
-}
-
-TEST(Refresh, DeadPathsThatSysfsDoesNotKnowCountAsDeadWithoutACommand) {
-    EXPECT_EQ(Calls{"velomux -f /dev/dm-3"}, removedFrom(device("mpatha", "3", {{"sdx", "0", "faulty"}})));
-}
-
-TEST(Refresh, ADeadNvmePathIsDeletedLikeAnyOther) {
-    EXPECT_EQ((Calls{deletionOf("nvme0n1"), "velomux -f /dev/dm-3"}),
-              removedFrom(device("mpatha", "3", {{"nvme0n1", "0", "faulty"}})));
-}
-
-TEST(Refresh, DevicesAreClearedInTheOrderOfTheListing) {
-    EXPECT_EQ((Calls{deletionOf("sdb"), "velomux -f /dev/dm-3", deletionOf("sdd"), "velomux -f /dev/dm-5"}),
-              removedFrom(device("mpatha", "3", {{"sdb", "0", "faulty"}}) +
-                          device("mpathb", "4", {{"sdc", "50", "ready"}}) +
-                          device("mpathc", "5", {{"sdd", "0", "faulty"}})));
-}
-
-// ---- refresh: what ends it
+// ---- what ends it
 
 TEST(Refresh, AFailedQueryEndsIt) {
     FakeHost host;
@@ -199,22 +153,4 @@ TEST(Refresh, AHostileNameOfTheListingIsNeverHandedToAShell) {
         host.answer(QUERY_ALL, device("mpatha", "3", {{name, "0", "faulty"}}));
         EXPECT_EQ(Calls{QUERY_ALL}, endedRefresh(&host, &EC_exe_cmd_failed)) << name;
     }
-}
-
-// ---- version
-
-TEST(Version, TheIdentificationStandsBetweenTwoSeparators) {
-    FakeHost host;
-    s_ecItems *result = nullptr;
-    EXPECT_EQ(separator() +
-                  "Software name: Dravik\n"
-                  "Vendor: Korvel\n"
-                  "Version: " +
-                  DRAVIK_VERSION +
-                  "\n"
-                  "Copyright (c) Korvel. All rights reserved.\n" +
-                  separator(),
-              printed(version, &result));
-    EXPECT_EQ(&EC_info_ok, result);
-    EXPECT_EQ(Calls{}, host.calls);
 }

@@ -1,26 +1,19 @@
-// Setting and showing path policies: which scripts run with which values, roll-back, change log, reload.
-#include "cli/cli_exe.h"
+// Setting path policies: which scripts run with which values, roll-back, change log, reload.
+#include "commands/setpathpolicy.h"
 
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include "cli/cli_tags.h"
+#include "commands/parameter_buffers.h"
+#include "tests/support/command_lines.h"
 #include "tests/support/fake_host.h"
 
 namespace {
 
-using Calls = std::vector<std::string>;
-
-constexpr char BACK_UP[] = "\\cp -fp /etc/velomux.conf /etc/velomux.conf.bk";
-constexpr char ROLL_BACK[] = "\\cp -fp /etc/velomux.conf.bk /etc/velomux.conf";
-constexpr char QUERY[] = "bash /usr/bin/dravik-script/policy.sh query";
-constexpr char NVME_QUERY[] = "bash /usr/bin/dravik-script/policy_nvme.sh query";
-constexpr char STATUS[] = "service dravikd status";
 constexpr char RELOAD[] = "service dravikd reload";
 constexpr char NOTHING[] = "";
-constexpr char RUNNING[] = "dravikd (pid  1234) is running...\n";
 
 std::string setScsi(const std::string &group, const std::string &chooser) {
     return "bash /usr/bin/dravik-script/policy.sh set " + group + " \"" + chooser + "\"";
@@ -36,11 +29,11 @@ std::string setNvme(const std::string &group, const std::string &chooser) {
 }
 
 // A RHEL 6 host (one command per service action) on which "failover" and "round-robin" are in force.
-class PathPolicy : public testing::Test {
+class Setpathpolicy : public testing::Test {
   protected:
-    PathPolicy() {
+    Setpathpolicy() {
         host.becomeRhel6();
-        host.answer(QUERY, "failover\nround-robin\n");
+        host.answer(POLICY_QUERY, "failover\nround-robin\n");
     }
     // Asks for "multibus" with `chooser`, as the validation does.
     static void ask(const std::string &chooser) {
@@ -65,73 +58,75 @@ class PathPolicy : public testing::Test {
 
 } // namespace
 
-// ---- setpathpolicy: which lines run
+// ---- which lines run
 
-TEST_F(PathPolicy, TheThreeScsiScriptsRunInOrderAndTheRunningDaemonReloads) {
+TEST_F(Setpathpolicy, TheThreeScsiScriptsRunInOrderAndTheRunningDaemonReloads) {
     ask("queue-length");
-    host.answer(STATUS, RUNNING);
+    host.answer(SYSV_STATUS, SYSV_RUNNING);
     s_ecItems *result = nullptr;
     EXPECT_EQ("", printed(setpathpolicy, &result));
     EXPECT_EQ(&EC_ok, result);
+    EXPECT_EQ((Calls{BACK_UP, POLICY_QUERY, setScsi("multibus", "queue-length"),
+                     setHuawei("multibus", "queue-length"), setHitachi("multibus", "queue-length"),
+                     SYSV_STATUS, RELOAD}),
+              host.calls);
+}
+
+TEST_F(Setpathpolicy, ServiceTimeGoesToTheMakersScriptAndRoundRobinToTheOthers) {
+    ask("service-time");
+    EXPECT_EQ(&EC_info_ok, setpathpolicy());
     EXPECT_EQ(
-        (Calls{BACK_UP, QUERY, setScsi("multibus", "queue-length"), setHuawei("multibus", "queue-length"),
-               setHitachi("multibus", "queue-length"), STATUS, RELOAD}),
+        (Calls{BACK_UP, POLICY_QUERY, setScsi("multibus", "service-time"),
+               setHuawei("multibus", "round-robin"), setHitachi("multibus", "round-robin"), SYSV_STATUS}),
         host.calls);
 }
 
-TEST_F(PathPolicy, ServiceTimeGoesToTheMakersScriptAndRoundRobinToTheOthers) {
-    ask("service-time");
+TEST_F(Setpathpolicy, WithoutParametersThePolicyInForceIsSetAgain) {
     EXPECT_EQ(&EC_info_ok, setpathpolicy());
-    EXPECT_EQ((Calls{BACK_UP, QUERY, setScsi("multibus", "service-time"),
-                     setHuawei("multibus", "round-robin"), setHitachi("multibus", "round-robin"), STATUS}),
-              host.calls);
-}
-
-TEST_F(PathPolicy, WithoutParametersThePolicyInForceIsSetAgain) {
-    EXPECT_EQ(&EC_info_ok, setpathpolicy());
-    EXPECT_EQ((Calls{BACK_UP, QUERY, setScsi("failover", "round-robin"), setHuawei("failover", "round-robin"),
-                     setHitachi("failover", "round-robin"), STATUS}),
-              host.calls);
+    EXPECT_EQ(
+        (Calls{BACK_UP, POLICY_QUERY, setScsi("failover", "round-robin"),
+               setHuawei("failover", "round-robin"), setHitachi("failover", "round-robin"), SYSV_STATUS}),
+        host.calls);
     EXPECT_EQ("", host.dumps.changeLog());
 }
 
-TEST(PathPolicyInForce, WithoutParametersAndWithoutAPolicyTheDefaultsAreSet) {
+TEST(SetpathpolicyInForce, WithoutParametersAndWithoutAPolicyTheDefaultsAreSet) {
     FakeHost silent;
     silent.becomeRhel6();
     EXPECT_EQ(&EC_info_ok, setpathpolicy());
-    EXPECT_EQ((Calls{BACK_UP, QUERY, setScsi("failover", "rount-robin"), setHuawei("failover", "rount-robin"),
-                     setHitachi("failover", "rount-robin"), STATUS}),
-              silent.calls);
+    EXPECT_EQ(
+        (Calls{BACK_UP, POLICY_QUERY, setScsi("failover", "rount-robin"),
+               setHuawei("failover", "rount-robin"), setHitachi("failover", "rount-robin"), SYSV_STATUS}),
+        silent.calls);
 }
 
-TEST_F(PathPolicy, NvmeRunsTheNvmeScriptAndTwoEmptyCommandsAfterTheScsiQuery) {
+TEST_F(Setpathpolicy, NvmeRunsTheNvmeScriptAndTwoEmptyCommandsAfterTheScsiQuery) {
     askNvme("queue-length");
-    host.answer("systemctl status dravikd.service", "a\nb\n active (running) since\n");
+    host.answer(SYSTEMD_STATUS, "a\nb\n active (running) since\n");
     EXPECT_EQ(&EC_ok, setpathpolicy());
-    EXPECT_EQ((Calls{BACK_UP, QUERY, setNvme("multibus", "queue-length"), NOTHING, NOTHING,
-                     "bash /usr/bin/dravik-script/softlink.sh", "systemctl status dravikd.service",
-                     "bash /usr/bin/dravik-script/softlink.sh", "systemctl reload dravikd.service"}),
+    EXPECT_EQ((Calls{BACK_UP, POLICY_QUERY, setNvme("multibus", "queue-length"), NOTHING, NOTHING, SOFTLINK,
+                     SYSTEMD_STATUS, SOFTLINK, "systemctl reload dravikd.service"}),
               host.calls);
 }
 
-TEST(PathPolicyInForce, HostileScriptOutputNeverReachesACommandLine) {
+TEST(SetpathpolicyInForce, HostileScriptOutputNeverReachesACommandLine) {
     for (const char *word : {"a$(reboot)", "a`reboot`", "a;b", "a\"b", "a'b", "a|b", "a&b", "a>b", "a\\b",
                              "a\tb", "a\x01b", "a\xC3\xBC"}) {
         FakeHost hostile;
         hostile.becomeRhel6();
-        hostile.answer(QUERY, std::string(word) + "\n" + word + "\n");
+        hostile.answer(POLICY_QUERY, std::string(word) + "\n" + word + "\n");
         EXPECT_EQ(&EC_info_ok, setpathpolicy()) << word;
         EXPECT_EQ(
-            (Calls{BACK_UP, QUERY, setScsi("failover", "rount-robin"), setHuawei("failover", "rount-robin"),
-                   setHitachi("failover", "rount-robin"), STATUS}),
+            (Calls{BACK_UP, POLICY_QUERY, setScsi("failover", "rount-robin"),
+                   setHuawei("failover", "rount-robin"), setHitachi("failover", "rount-robin"), SYSV_STATUS}),
             hostile.calls)
             << word;
     }
 }
 
-// ---- setpathpolicy: distributions
+// ---- distributions
 
-TEST(PathPolicyOs, Rhel79WithNvmeIsRejectedAndNothingIsChanged) {
+TEST(SetpathpolicyOs, Rhel79WithNvmeIsRejectedAndNothingIsChanged) {
     FakeHost host;
     host.file("/etc/redhat-release", "Red Hat Enterprise Linux Server release 7.9 (Maipo)\n");
     gParamHostInterfaceType = HOST_INTERFACE_NVME;
@@ -142,7 +137,7 @@ TEST(PathPolicyOs, Rhel79WithNvmeIsRejectedAndNothingIsChanged) {
               host.dumps.commandLogLines());
 }
 
-TEST(PathPolicyOs, Rhel80ItselfPasses) {
+TEST(SetpathpolicyOs, Rhel80ItselfPasses) {
     FakeHost host;
     host.file("/etc/redhat-release", "Red Hat Enterprise Linux release 8.0 (Ootpa)\n");
     gParamHostInterfaceType = HOST_INTERFACE_NVME;
@@ -150,14 +145,14 @@ TEST(PathPolicyOs, Rhel80ItselfPasses) {
     EXPECT_EQ(BACK_UP, host.calls.front());
 }
 
-TEST(PathPolicyOs, Suse12Sp6ByItsOsReleasePasses) {
+TEST(SetpathpolicyOs, Suse12Sp6ByItsOsReleasePasses) {
     FakeHost host;
     host.file("/etc/os-release", "NAME=\"SLES\"\nVERSION=\"12-SP6\"\n");
     gParamHostInterfaceType = HOST_INTERFACE_NVME;
     EXPECT_EQ(&EC_info_ok, setpathpolicy());
 }
 
-TEST(PathPolicyOs, Suse11IsRejectedForNvme) {
+TEST(SetpathpolicyOs, Suse11IsRejectedForNvme) {
     FakeHost host;
     host.becomeSuse11Sp4();
     gParamHostInterfaceType = HOST_INTERFACE_NVME;
@@ -165,24 +160,24 @@ TEST(PathPolicyOs, Suse11IsRejectedForNvme) {
     EXPECT_EQ(Calls{}, host.calls);
 }
 
-// ---- setpathpolicy: failures
+// ---- failures
 
-TEST_F(PathPolicy, ABackupThatCannotBeRunEndsTheCommand) {
+TEST_F(Setpathpolicy, ABackupThatCannotBeRunEndsTheCommand) {
     host.answer(BACK_UP, "", NOT_STARTED);
     EXPECT_EQ(&EC_exe_cmd_failed, setpathpolicy());
     EXPECT_EQ(Calls{BACK_UP}, host.calls);
 }
 
-TEST(PathPolicyInForce, AFailedQueryRestoresTheBackup) {
+TEST(SetpathpolicyInForce, AFailedQueryRestoresTheBackup) {
     FakeHost failing;
-    failing.answer(QUERY, "", 1);
+    failing.answer(POLICY_QUERY, "", 1);
     EXPECT_EQ(&EC_exe_cmd_failed, setpathpolicy());
-    EXPECT_EQ((Calls{BACK_UP, QUERY, ROLL_BACK}), failing.calls);
+    EXPECT_EQ((Calls{BACK_UP, POLICY_QUERY, ROLL_BACK}), failing.calls);
 }
 
-TEST_F(PathPolicy, TwoFailingScriptsOfThreeAreASuccessWithChangeLogAndReload) {
+TEST_F(Setpathpolicy, TwoFailingScriptsOfThreeAreASuccessWithChangeLogAndReload) {
     ask("queue-length");
-    host.answer(STATUS, RUNNING);
+    host.answer(SYSV_STATUS, SYSV_RUNNING);
     host.answer(setScsi("multibus", "queue-length"), "No configuration\n", 1);
     host.answer(setHitachi("multibus", "queue-length"), "No configuration\n", 1);
     EXPECT_EQ(&EC_ok, setpathpolicy());
@@ -192,7 +187,7 @@ TEST_F(PathPolicy, TwoFailingScriptsOfThreeAreASuccessWithChangeLogAndReload) {
               host.dumps.changeLogLines());
 }
 
-TEST_F(PathPolicy, AllThreeFailingWithOneNoConfigurationAsksForConfig) {
+TEST_F(Setpathpolicy, AllThreeFailingWithOneNoConfigurationAsksForConfig) {
     ask("service-time");
     failAllScsi("service-time", "No configuration information\n");
     EXPECT_EQ(&EC_no_config_info, setpathpolicy());
@@ -200,29 +195,29 @@ TEST_F(PathPolicy, AllThreeFailingWithOneNoConfigurationAsksForConfig) {
         "Error(0134): No [scsi] device configuration information found, please execute \"dravik config\" "
         "command to configure first.",
         shown(&EC_no_config_info));
-    EXPECT_EQ((Calls{BACK_UP, QUERY, setScsi("multibus", "service-time"),
+    EXPECT_EQ((Calls{BACK_UP, POLICY_QUERY, setScsi("multibus", "service-time"),
                      setHuawei("multibus", "round-robin"), setHitachi("multibus", "round-robin"), ROLL_BACK}),
               host.calls);
     EXPECT_EQ("", host.dumps.changeLog());
 }
 
-TEST_F(PathPolicy, AllThreeFailingOtherwiseGivesTheMakersRecord) {
+TEST_F(Setpathpolicy, AllThreeFailingOtherwiseGivesTheMakersRecord) {
     ask("service-time");
     failAllScsi("service-time", "no configuration\n");
     EXPECT_EQ(&EC_exe_cmd_failed, setpathpolicy());
     EXPECT_EQ(ROLL_BACK, host.calls.back());
 }
 
-TEST_F(PathPolicy, AFailingNvmeScriptIsNeverReported) {
+TEST_F(Setpathpolicy, AFailingNvmeScriptIsNeverReported) {
     askNvme("queue-length");
     host.answer(setNvme("multibus", "queue-length"), "No configuration\n", 1);
     EXPECT_EQ(&EC_info_ok, setpathpolicy());
-    EXPECT_EQ((Calls{BACK_UP, QUERY, setNvme("multibus", "queue-length"), NOTHING, NOTHING,
-                     "bash /usr/bin/dravik-script/softlink.sh", "systemctl status dravikd.service"}),
+    EXPECT_EQ((Calls{BACK_UP, POLICY_QUERY, setNvme("multibus", "queue-length"), NOTHING, NOTHING, SOFTLINK,
+                     SYSTEMD_STATUS}),
               host.calls);
 }
 
-TEST_F(PathPolicy, NvmeFailsLikeScsiOnlyWhenEvenTheEmptyCommandsFail) {
+TEST_F(Setpathpolicy, NvmeFailsLikeScsiOnlyWhenEvenTheEmptyCommandsFail) {
     askNvme("queue-length");
     host.answer(setNvme("multibus", "queue-length"), "No configuration\n", 1);
     host.answer(NOTHING, "", NOT_STARTED);
@@ -231,31 +226,31 @@ TEST_F(PathPolicy, NvmeFailsLikeScsiOnlyWhenEvenTheEmptyCommandsFail) {
     EXPECT_EQ(ROLL_BACK, host.calls.back());
 }
 
-TEST_F(PathPolicy, WithTheDaemonStoppedTheFileIsChangedWithoutAReload) {
+TEST_F(Setpathpolicy, WithTheDaemonStoppedTheFileIsChangedWithoutAReload) {
     ask("queue-length");
-    host.answer(STATUS, "dravikd is stopped\n", 3);
+    host.answer(SYSV_STATUS, "dravikd is stopped\n", 3);
     EXPECT_EQ(&EC_info_ok, setpathpolicy());
-    EXPECT_EQ(STATUS, host.calls.back());
+    EXPECT_EQ(SYSV_STATUS, host.calls.back());
 }
 
-TEST_F(PathPolicy, AReloadThatCannotBeRunRestoresTheBackup) {
+TEST_F(Setpathpolicy, AReloadThatCannotBeRunRestoresTheBackup) {
     ask("queue-length");
-    host.answer(STATUS, RUNNING);
+    host.answer(SYSV_STATUS, SYSV_RUNNING);
     host.answer(RELOAD, "", NOT_STARTED);
     EXPECT_EQ(&EC_exe_cmd_failed, setpathpolicy());
-    EXPECT_EQ((Calls{STATUS, RELOAD, ROLL_BACK}), Calls(host.calls.end() - 3, host.calls.end()));
+    EXPECT_EQ((Calls{SYSV_STATUS, RELOAD, ROLL_BACK}), Calls(host.calls.end() - 3, host.calls.end()));
 }
 
-// ---- setpathpolicy: change log
+// ---- change log
 
-TEST_F(PathPolicy, OnlyWhatChangesIsLogged) {
+TEST_F(Setpathpolicy, OnlyWhatChangesIsLogged) {
     ask("round-robin");
     EXPECT_EQ(&EC_info_ok, setpathpolicy());
     EXPECT_EQ(Calls{"The path group policy is changed from [ failover ] to [ multibus ]"},
               host.dumps.changeLogLines());
 }
 
-TEST(PathPolicyInForce, AnUnknownPreviousPolicyIsLoggedAsEmpty) {
+TEST(SetpathpolicyInForce, AnUnknownPreviousPolicyIsLoggedAsEmpty) {
     FakeHost silent;
     silent.becomeRhel6();
     give(gParamGroupVal, "multibus");
@@ -264,87 +259,4 @@ TEST(PathPolicyInForce, AnUnknownPreviousPolicyIsLoggedAsEmpty) {
     EXPECT_EQ((Calls{"The path group policy is changed from [  ] to [ multibus ]",
                      "The path chooser type is changed from [  ] to [ round-robin ]"}),
               silent.dumps.changeLogLines());
-}
-
-// ---- lspathpolicy
-
-TEST_F(PathPolicy, OnAHostWithoutNvmeOnlyTheScsiChooserIsShown) {
-    s_ecItems *result = nullptr;
-    EXPECT_EQ(separator() + "SCSI DISK: \nchooser_type: smart-distribution-extend\n" + separator(),
-              printed(lspathpolicy, &result));
-    EXPECT_EQ(&EC_info_ok, result);
-    EXPECT_EQ(Calls{QUERY}, host.calls);
-}
-
-TEST(PathPolicyShown, OnAnNvmeCapableHostBothPartsAreShownAndOnlyScsiUnderTheProductsName) {
-    FakeHost host;
-    host.file("/etc/redhat-release", "Red Hat Enterprise Linux release 8.4 (Ootpa)\n");
-    host.answer(QUERY, "multibus\nservice-time\n");
-    host.answer(NVME_QUERY, "multibus\nservice-time\n");
-    s_ecItems *result = nullptr;
-    EXPECT_EQ(separator() +
-                  "SCSI DISK: \nchooser_type: round-robin-extend\n\n"
-                  "NVMe DISK: \ngroup_policy: multibus\nchooser_type: service-time\n" +
-                  separator(),
-              printed(lspathpolicy, &result));
-    EXPECT_EQ(&EC_info_ok, result);
-    EXPECT_EQ((Calls{QUERY, NVME_QUERY}), host.calls);
-}
-
-TEST(PathPolicyShown, EveryChooserOfTheTableHasItsProductName) {
-    const std::vector<std::pair<std::string, std::string>> names = {
-        {"round-robin", "smart-distribution-extend"},
-        {"queue-length", "least-queue-depth-extend"},
-        {"service-time", "round-robin-extend"},
-    };
-    for (const auto &[chooser, name] : names) {
-        FakeHost host;
-        host.answer(QUERY, "multibus\n" + chooser + "\n");
-        s_ecItems *result = nullptr;
-        EXPECT_EQ(separator() + "SCSI DISK: \nchooser_type: " + name + "\n" + separator(),
-                  printed(lspathpolicy, &result));
-    }
-}
-
-TEST(PathPolicyShown, AChooserOutsideTheTableIsShownAsRead) {
-    for (const std::string chooser : {"rount-robin", "service-time 0", "service", "", "%s%n"}) {
-        FakeHost host;
-        host.answer(QUERY, "multibus\n" + chooser + "\nx\n");
-        s_ecItems *result = nullptr;
-        EXPECT_EQ(separator() + "SCSI DISK: \nchooser_type: " + chooser + "\n" + separator(),
-                  printed(lspathpolicy, &result));
-        EXPECT_EQ(&EC_info_ok, result);
-    }
-}
-
-TEST(PathPolicyShown, EachQueryStartsFromEmptyValues) {
-    FakeHost host;
-    host.file("/etc/redhat-release", "CentOS Linux release 8.4.2105 (x)\n");
-    host.answer(QUERY, "multibus\nservice-time\n");
-    host.answer(NVME_QUERY, "one line only\n");
-    s_ecItems *result = nullptr;
-    EXPECT_EQ(separator() +
-                  "SCSI DISK: \nchooser_type: round-robin-extend\n\n"
-                  "NVMe DISK: \ngroup_policy: \nchooser_type: \n" +
-                  separator(),
-              printed(lspathpolicy, &result));
-}
-
-TEST(PathPolicyShown, AFailedScsiQueryPrintsNothing) {
-    FakeHost host;
-    host.answer(QUERY, "multibus\nservice-time\n", 1);
-    s_ecItems *result = nullptr;
-    EXPECT_EQ("", printed(lspathpolicy, &result));
-    EXPECT_EQ(&EC_exe_cmd_failed, result);
-}
-
-TEST(PathPolicyShown, AFailedNvmeQueryEndsTheOutputWithoutTheClosingSeparator) {
-    FakeHost host;
-    host.file("/etc/redhat-release", "CentOS Linux release 8.4.2105 (x)\n");
-    host.answer(QUERY, "multibus\nservice-time\n");
-    host.answer(NVME_QUERY, "", 1);
-    s_ecItems *result = nullptr;
-    EXPECT_EQ(separator() + "SCSI DISK: \nchooser_type: round-robin-extend\n",
-              printed(lspathpolicy, &result));
-    EXPECT_EQ(&EC_exe_cmd_failed, result);
 }

@@ -1,35 +1,29 @@
 // Taking paths offline and online: what the daemon and the record script are sent, and what is answered.
-#include "cli/cli_exe.h"
+#include "commands/setstate.h"
 
-#include <functional>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include "cli/cli_tags.h"
+#include "commands/parameter_buffers.h"
+#include "tests/support/command_lines.h"
 #include "tests/support/fake_host.h"
+#include "tests/support/path_list.h"
 
 namespace {
 
-using Calls = std::vector<std::string>;
-
-constexpr char START_DAEMON[] = "bash /usr/bin/dravik-script/checkdravikd.sh";
 constexpr char ADD_SDB[] = "bash /usr/bin/dravik-script/path_state_record.sh add sdb";
 constexpr char DEL_SDB[] = "bash /usr/bin/dravik-script/path_state_record.sh del sdb";
 constexpr char FAIL_SDB[] = "dravikd fail path sdb";
 constexpr char REINSTATE_SDB[] = "dravikd reinstate path sdb";
 
-std::string pathLine(const std::string &name) {
-    return "1:0:0:1 " + name + " 8:16 active ready running";
-}
-
 // A host with the device mpatha over sdb and nvme0n1, and mpathb over sdc.
-class PathState : public testing::Test {
+class Setstate : public testing::Test {
   protected:
-    PathState() {
-        host.answer(QUERY_ALL, listing({pathLine("sdb"), pathLine("nvme0n1")}) +
-                                   listing({pathLine("sdc")}, "mpathb", "4"));
+    Setstate() {
+        host.answer(QUERY_ALL, listing({readyPath("sdb"), readyPath("nvme0n1")}) +
+                                   listing({readyPath("sdc")}, "mpathb", "4"));
     }
     static void ask(const std::string &state, const std::string &path = "sdb",
                     const std::string &alias = "mpatha") {
@@ -40,24 +34,11 @@ class PathState : public testing::Test {
     FakeHost host;
 };
 
-// A list of paths with these names, as a device owns it.
-s_path_dev *pathsNamed(const std::vector<std::string> &names) {
-    s_path_dev *head = mallocPathDev();
-    s_path_dev *cursor = head;
-    for (const std::string &name : names) {
-        s_path_dev *node = getOrMallocNextPathDev(cursor);
-        snprintf(node->dev_name, sizeof(node->dev_name), "%s", name.c_str());
-        cursor->end = false;
-        cursor = node;
-    }
-    return head;
-}
-
 } // namespace
 
 // ---- setstate
 
-TEST_F(PathState, OfflineFailsThePathAndRecordsIt) {
+TEST_F(Setstate, OfflineFailsThePathAndRecordsIt) {
     ask("offline");
     s_ecItems *result = nullptr;
     EXPECT_EQ("", printed(setpathstate, &result));
@@ -65,19 +46,19 @@ TEST_F(PathState, OfflineFailsThePathAndRecordsIt) {
     EXPECT_EQ((Calls{START_DAEMON, QUERY_ALL, FAIL_SDB, ADD_SDB}), host.calls);
 }
 
-TEST_F(PathState, OnlineReinstatesThePathAndTakesItOffTheRecord) {
+TEST_F(Setstate, OnlineReinstatesThePathAndTakesItOffTheRecord) {
     ask("online");
     EXPECT_EQ(&EC_ok, setpathstate());
     EXPECT_EQ((Calls{START_DAEMON, QUERY_ALL, REINSTATE_SDB, DEL_SDB}), host.calls);
 }
 
-TEST_F(PathState, AnEmptyStateMeansOnline) {
+TEST_F(Setstate, AnEmptyStateMeansOnline) {
     ask("");
     EXPECT_EQ(&EC_ok, setpathstate());
     EXPECT_EQ((Calls{START_DAEMON, QUERY_ALL, REINSTATE_SDB, DEL_SDB}), host.calls);
 }
 
-TEST_F(PathState, AnyOtherStateIsAnInvalidParameterAndNothingIsRun) {
+TEST_F(Setstate, AnyOtherStateIsAnInvalidParameterAndNothingIsRun) {
     for (const char *state : {"Online", "onlin", "onlinee", "offline ", "failed"}) {
         ask(state);
         EXPECT_EQ(&EC_invalid_param, setpathstate());
@@ -87,7 +68,7 @@ TEST_F(PathState, AnyOtherStateIsAnInvalidParameterAndNothingIsRun) {
     EXPECT_EQ(Calls{}, host.calls);
 }
 
-TEST_F(PathState, APathNamedNvme0n1IsHandledLikeSdb) {
+TEST_F(Setstate, APathNamedNvme0n1IsHandledLikeSdb) {
     ask("offline", "nvme0n1");
     EXPECT_EQ(&EC_ok, setpathstate());
     ask("online", "nvme0n1");
@@ -99,7 +80,7 @@ TEST_F(PathState, APathNamedNvme0n1IsHandledLikeSdb) {
               host.calls);
 }
 
-TEST_F(PathState, SettingAFailedPathOfflineAgainSendsTheCommandAgain) {
+TEST_F(Setstate, SettingAFailedPathOfflineAgainSendsTheCommandAgain) {
     ask("offline");
     EXPECT_EQ(&EC_ok, setpathstate());
     EXPECT_EQ(&EC_ok, setpathstate());
@@ -107,21 +88,21 @@ TEST_F(PathState, SettingAFailedPathOfflineAgainSendsTheCommandAgain) {
               host.calls);
 }
 
-TEST_F(PathState, APathOfAnotherDeviceDoesNotExistOnThisOne) {
+TEST_F(Setstate, APathOfAnotherDeviceDoesNotExistOnThisOne) {
     ask("offline", "sdc");
     EXPECT_EQ(&EC_no_device_name, setpathstate());
     EXPECT_EQ("Error(0116): Path [sdc] of disk [mpatha] does not exist.", shown(&EC_no_device_name));
     EXPECT_EQ((Calls{START_DAEMON, QUERY_ALL}), host.calls);
 }
 
-TEST_F(PathState, AnUnknownAliasIsTold) {
+TEST_F(Setstate, AnUnknownAliasIsTold) {
     ask("online", "sdb", "mpathx");
     EXPECT_EQ(&EC_no_path_alias, setpathstate());
     EXPECT_EQ("Error(0115): This path_alias [mpathx] does not exist.", shown(&EC_no_path_alias));
     EXPECT_EQ((Calls{START_DAEMON, QUERY_ALL}), host.calls);
 }
 
-TEST_F(PathState, ATopologyThatCannotBeHadIsAFailedCommand) {
+TEST_F(Setstate, ATopologyThatCannotBeHadIsAFailedCommand) {
     for (const int outcome : {127, NOT_STARTED, NO_MEMORY}) {
         host.calls.clear();
         host.dumps.forgetLogs();
@@ -134,7 +115,7 @@ TEST_F(PathState, ATopologyThatCannotBeHadIsAFailedCommand) {
     }
 }
 
-TEST_F(PathState, ADaemonThatCannotBeReachedIsAFailedCommandAndNothingIsRecorded) {
+TEST_F(Setstate, ADaemonThatCannotBeReachedIsAFailedCommandAndNothingIsRecorded) {
     host.answer(FAIL_SDB, "timeout\n", 1);
     ask("offline");
     EXPECT_EQ(&EC_exe_cmd_failed, setpathstate());
@@ -149,7 +130,7 @@ TEST_F(PathState, ADaemonThatCannotBeReachedIsAFailedCommandAndNothingIsRecorded
               host.dumps.commandLogLines().back());
 }
 
-TEST_F(PathState, ADaemonThatAnswersFailLeavesTheRecordUntouched) {
+TEST_F(Setstate, ADaemonThatAnswersFailLeavesTheRecordUntouched) {
     host.answer(FAIL_SDB, "fail\n");
     ask("offline");
     EXPECT_EQ(&EC_offline_path_fail, setpathstate());
@@ -164,7 +145,7 @@ TEST_F(PathState, ADaemonThatAnswersFailLeavesTheRecordUntouched) {
     EXPECT_EQ("ERROR setPathOnline # reinstate path [sdb] failed\n", host.dumps.commandLogLines().back());
 }
 
-TEST_F(PathState, TheOutcomeOfTheScriptsAroundTheChangeIsIgnored) {
+TEST_F(Setstate, TheOutcomeOfTheScriptsAroundTheChangeIsIgnored) {
     host.answer(START_DAEMON, "", NOT_STARTED);
     host.answer(ADD_SDB, "", NOT_STARTED);
     ask("offline");
@@ -174,21 +155,21 @@ TEST_F(PathState, TheOutcomeOfTheScriptsAroundTheChangeIsIgnored) {
 
 // ---- words that must not reach a shell
 
-TEST(PathStateWords, OnlyTheNameThatTheTopologyHoldsIsSentNeverTheArgumentsTail) {
+TEST(SetstateWords, OnlyTheNameThatTheTopologyHoldsIsSentNeverTheArgumentsTail) {
     const std::string name30 = std::string(30, 'a');
     FakeHost host;
-    host.answer(QUERY_ALL, listing({pathLine(name30 + "tail")}));
+    host.answer(QUERY_ALL, listing({readyPath(name30 + "tail")}));
     EXPECT_EQ(&EC_ok, setPathOffline("mpatha", (name30 + ";reboot").c_str()));
     EXPECT_EQ((Calls{START_DAEMON, QUERY_ALL, "dravikd fail path " + name30,
                      "bash /usr/bin/dravik-script/path_state_record.sh add " + name30}),
               host.calls);
 }
 
-TEST(PathStateWords, AHostileNameOfTheListingIsNeverSent) {
+TEST(SetstateWords, AHostileNameOfTheListingIsNeverSent) {
     for (const char *name : {"sd;reboot", "sd$(reboot)", "sd`reboot`", "sd|reboot", "sd&reboot", "sd>x",
                              "sd\"", "sd'", "-sdb", "sd*", "sd\x01", "sd\xC3\xBC", "sd\\x", "sd%x"}) {
         FakeHost host;
-        host.answer(QUERY_ALL, listing({pathLine(name)}));
+        host.answer(QUERY_ALL, listing({readyPath(name)}));
         EXPECT_EQ(&EC_exe_cmd_failed, setPathOffline("mpatha", name)) << name;
         EXPECT_EQ(&EC_exe_cmd_failed, setPathOnline("mpatha", name)) << name;
         EXPECT_EQ(&EC_exe_cmd_failed, failPath(name)) << name;
@@ -200,7 +181,7 @@ TEST(PathStateWords, AHostileNameOfTheListingIsNeverSent) {
     }
 }
 
-TEST(PathStateWords, ARefusalIsLoggedAsACommandThatCouldNotBeRun) {
+TEST(SetstateWords, ARefusalIsLoggedAsACommandThatCouldNotBeRun) {
     FakeHost host;
     EXPECT_EQ(&EC_exe_cmd_failed, failPath("sd;x"));
     EXPECT_EQ((Calls{"ERROR failPath # Execute command [dravikd fail path sd;x] failed\n"}),
@@ -209,25 +190,25 @@ TEST(PathStateWords, ARefusalIsLoggedAsACommandThatCouldNotBeRun) {
 
 // ---- checkPathstateAndParam
 
-TEST_F(PathState, TheCheckAnswersOkForAPathOfTheDevice) {
+TEST_F(Setstate, TheCheckAnswersOkForAPathOfTheDevice) {
     EXPECT_EQ(&EC_ok, checkPathstateAndParam("mpatha", "nvme0n1"));
     EXPECT_EQ(&EC_ok, checkPathstateAndParam("mpathb", "sdc"));
     EXPECT_EQ((Calls{QUERY_ALL, QUERY_ALL}), host.calls);
 }
 
-TEST_F(PathState, TheCheckOfAMalformedListingIsAFailedCommand) {
-    host.answer(QUERY_ALL, listing({pathLine("sdb")}) + "|-+- nonsense\n");
+TEST_F(Setstate, TheCheckOfAMalformedListingIsAFailedCommand) {
+    host.answer(QUERY_ALL, listing({readyPath("sdb")}) + "|-+- nonsense\n");
     EXPECT_EQ(&EC_exe_cmd_failed, checkPathstateAndParam("mpatha", "sdb"));
 }
 
-TEST_F(PathState, TheCheckOfNullNamesFindsNothing) {
+TEST_F(Setstate, TheCheckOfNullNamesFindsNothing) {
     EXPECT_EQ(&EC_no_path_alias, checkPathstateAndParam(nullptr, "sdb"));
     EXPECT_EQ(&EC_no_device_name, checkPathstateAndParam("mpatha", nullptr));
 }
 
 // ---- the operations that no command uses
 
-TEST(PathStateParts, FailPathSendsAndRecordsWithoutAnyCheck) {
+TEST(SetstateParts, FailPathSendsAndRecordsWithoutAnyCheck) {
     FakeHost host;
     EXPECT_EQ(&EC_ok, failPath("sdb"));
     EXPECT_EQ((Calls{FAIL_SDB, ADD_SDB}), host.calls);
@@ -236,21 +217,20 @@ TEST(PathStateParts, FailPathSendsAndRecordsWithoutAnyCheck) {
     EXPECT_EQ("ERROR failPath # fail path [sdb] failed\n", host.dumps.commandLogLines().back());
 }
 
-TEST(PathStateParts, FailDriveFailsEveryPathInOrderWhateverBecomesOfIt) {
+TEST(SetstateParts, FailDriveFailsEveryPathInOrderWhateverBecomesOfIt) {
     FakeHost host;
     host.answer("dravikd fail path sdb", "fail\n");
     host.answer("dravikd fail path sdc", "", NOT_STARTED);
-    s_path_dev *head = pathsNamed({"sdb", "sdc", "sdd"});
-    EXPECT_EQ(&EC_ok, failDrive(head));
+    EXPECT_EQ(&EC_ok, failDrive(PathList({"sdb", "sdc", "sdd"}).head));
     EXPECT_EQ((Calls{"dravikd fail path sdb", "dravikd fail path sdc", "dravikd fail path sdd",
                      "bash /usr/bin/dravik-script/path_state_record.sh add sdd"}),
               host.calls);
-    freePathDev(head);
 }
 
-TEST(PathStateParts, FailDriveStopsAtTheEndFlagAndAtAMissingSuccessor) {
+TEST(SetstateParts, FailDriveStopsAtTheEndFlagAndAtAMissingSuccessor) {
     FakeHost host;
-    s_path_dev *head = pathsNamed({"sdb", "sdc"});
+    const PathList paths({"sdb", "sdc"});
+    s_path_dev *head = paths.head;
     head->next->end = true; // sdc is a spare node now
     EXPECT_EQ(&EC_ok, failDrive(head));
     EXPECT_EQ((Calls{FAIL_SDB, ADD_SDB}), host.calls);
@@ -258,22 +238,22 @@ TEST(PathStateParts, FailDriveStopsAtTheEndFlagAndAtAMissingSuccessor) {
     head->next->next->end = false; // no node carries the flag
     host.calls.clear();
     EXPECT_EQ(&EC_ok, failDrive(head));
-    EXPECT_EQ(4U, host.calls.size());
-    freePathDev(head);
+    EXPECT_EQ((Calls{FAIL_SDB, ADD_SDB, "dravikd fail path sdc",
+                     "bash /usr/bin/dravik-script/path_state_record.sh add sdc"}),
+              host.calls);
 }
 
-TEST(PathStateParts, FailDriveOfNoPathsDoesNothing) {
+TEST(SetstateParts, FailDriveOfNoPathsDoesNothing) {
     FakeHost host;
-    s_path_dev *empty = mallocPathDev();
+    const PathList empty({});
     EXPECT_EQ(&EC_ok, failDrive(nullptr));
-    EXPECT_EQ(&EC_ok, failDrive(empty));
-    empty->end = false; // a head without a first path
-    EXPECT_EQ(&EC_ok, failDrive(empty));
+    EXPECT_EQ(&EC_ok, failDrive(empty.head));
+    empty.head->end = false; // a head without a first path
+    EXPECT_EQ(&EC_ok, failDrive(empty.head));
     EXPECT_EQ(Calls{}, host.calls);
-    freePathDev(empty);
 }
 
-TEST(PathStateParts, TheKernelsStateSetsTheFlagOrLeavesIt) {
+TEST(SetstateParts, TheKernelsStateSetsTheFlagOrLeavesIt) {
     constexpr char STATE[] = "cat /sys/block/sdb/device/state";
     struct Case {
         const char *output;

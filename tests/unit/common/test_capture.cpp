@@ -1,8 +1,10 @@
 // The capture layer: whole outputs, growth, exit statuses, the filter, its log lines, its children.
+#include "common/capture.h"
 
 #include "tests/support/children.h"
 #include "tests/support/console.h"
 #include "tests/support/dumps_redirect.h"
+#include "tests/support/rules.h"
 #include "tests/support/system_calls.h"
 
 #include <fcntl.h>
@@ -19,8 +21,7 @@
 #include <cstring>
 #include <memory>
 #include <set>
-
-#include "common/comm_util.h"
+#include <tuple>
 
 namespace {
 
@@ -81,8 +82,8 @@ class Capture : public testing::Test {
     std::string blocked = blockedSignals();
 };
 
-class EveryRunner : public Capture, public testing::WithParamInterface<Runner> {};
-INSTANTIATE_TEST_SUITE_P(Capture, EveryRunner, testing::Values(exe_query, exe_cmd, exe_cmd_nonblocking),
+class CaptureRunner : public Capture, public testing::WithParamInterface<Runner> {};
+INSTANTIATE_TEST_SUITE_P(Every, CaptureRunner, testing::Values(exe_query, exe_cmd, exe_cmd_nonblocking),
                          [](const testing::TestParamInfo<Runner> &tested) {
                              return tested.param == exe_query ? "exe_query"
                                     : tested.param == exe_cmd ? "exe_cmd"
@@ -113,54 +114,50 @@ std::string printX(int count) {
 
 // ---- outputs and growth
 
-TEST_P(EveryRunner, CommandPrintingNothingGivesAnEmptyOutput) {
-    const Outcome run(GetParam(), "true", 100);
-    EXPECT_EQ(run.result, 0);
-    EXPECT_EQ(run.out, run.buffer.get());
-    EXPECT_EQ(run.text(), "");
-    EXPECT_EQ(run.grown, 0);
-    EXPECT_EQ(dumps.names(), Texts());
-}
+namespace {
 
-TEST_P(EveryRunner, OutputThatFitsStaysInTheCallersBuffer) {
-    const Outcome run(GetParam(), "echo one && echo two", 100);
-    EXPECT_EQ(run.result, 0);
-    EXPECT_EQ(run.out, run.buffer.get());
-    EXPECT_EQ(run.text(), "one\ntwo\n");
-    EXPECT_EQ(run.grown, 0);
-}
+// A command that succeeds, the size of the buffer, what comes back, and whether it had to grow.
+struct FitCase {
+    const char *command;
+    int size;
+    std::string text;
+    bool grows;
+};
 
-TEST_P(EveryRunner, ExactFitDoesNotGrow) {
-    const Outcome run(GetParam(), "echo 123456789", 11);
-    EXPECT_EQ(run.result, 0);
-    EXPECT_EQ(run.out, run.buffer.get());
-    EXPECT_EQ(run.text(), "123456789\n");
-    EXPECT_EQ(run.grown, 0);
-}
+const Rule<FitCase> FIT_RULES[] = {
+    {"CommandPrintingNothingGivesAnEmptyOutput", {{"true", 100, "", false}}},
+    {"OutputThatFitsStaysInTheCallersBuffer", {{"echo one && echo two", 100, "one\ntwo\n", false}}},
+    {"ExactFitDoesNotGrow", {{"echo 123456789", 11, "123456789\n", false}}},
+    {"OneByteMoreThanTheBufferHoldsGrows", {{"echo 123456789", 10, "123456789\n", true}}},
+    {"BufferOfOneByteGrowsWithTheFirstLine", {{"echo a", 1, "a\n", true}}},
+    {"BufferOfOneByteHoldsAnEmptyOutput", {{"true", 1, "", false}}},
+};
 
-TEST_P(EveryRunner, OneByteMoreThanTheBufferHoldsGrows) {
-    const Outcome run(GetParam(), "echo 123456789", 10);
-    EXPECT_EQ(run.text(), "123456789\n");
-    EXPECT_TRUE(run.onHeap());
-    EXPECT_EQ(run.grown, 1);
-    EXPECT_EQ(run.result, GetParam() == exe_cmd_nonblocking ? 1 : 0);
-}
+class CaptureFit : public Capture, public testing::WithParamInterface<std::tuple<Runner, Rule<FitCase>>> {};
 
-TEST_P(EveryRunner, BufferOfOneByteGrowsWithTheFirstLine) {
-    const Outcome run(GetParam(), "echo a", 1);
-    EXPECT_EQ(run.text(), "a\n");
-    EXPECT_TRUE(run.onHeap());
-    EXPECT_EQ(run.grown, 1);
-}
+} // namespace
 
-TEST_P(EveryRunner, BufferOfOneByteHoldsAnEmptyOutput) {
-    const Outcome run(GetParam(), "true", 1);
-    EXPECT_EQ(run.text(), "");
-    EXPECT_EQ(run.out, run.buffer.get());
-    EXPECT_EQ(run.grown, 0);
+TEST_P(CaptureFit, DecidesWhereTheOutputIs) {
+    const auto &[runner, rule] = GetParam();
+    for (const FitCase &row : rule.cases) {
+        const Outcome run(runner, row.command, row.size);
+        EXPECT_EQ(run.result, runner == exe_cmd_nonblocking && row.grows ? 1 : 0);
+        EXPECT_EQ(run.out == run.buffer.get(), !row.grows);
+        EXPECT_EQ(run.onHeap(), row.grows);
+        EXPECT_EQ(run.text(), row.text);
+        EXPECT_EQ(run.grown, row.grows ? 1 : 0);
+        EXPECT_EQ(dumps.names(), Texts());
+    }
 }
+INSTANTIATE_TEST_SUITE_P(EveryRule, CaptureFit,
+                         testing::Combine(testing::Values(exe_query, exe_cmd, exe_cmd_nonblocking),
+                                          testing::ValuesIn(FIT_RULES)),
+                         [](const auto &row) {
+                             return std::string(std::get<1>(row.param).name) + "_" +
+                                    nameOf(std::get<0>(row.param));
+                         });
 
-TEST_P(EveryRunner, OutputsAroundEveryEdgeComeBackWhole) {
+TEST_P(CaptureRunner, OutputsAroundEveryEdgeComeBackWhole) {
     for (const int size : {1, 2, 100, STEP - 1, STEP, STEP + 1, STEP + 2, 50000}) {
         const int capacity = size - 1;
         const int step = std::max(capacity, STEP);
@@ -179,14 +176,14 @@ TEST_P(EveryRunner, OutputsAroundEveryEdgeComeBackWhole) {
     }
 }
 
-TEST_P(EveryRunner, LineOfFiveMiBComesBackWhole) {
+TEST_P(CaptureRunner, LineOfFiveMiBComesBackWhole) {
     constexpr int LENGTH = 5 * 1024 * 1024;
     const Outcome run(GetParam(), printX(LENGTH), 2097152);
     EXPECT_TRUE(run.text() == std::string(LENGTH, 'x'));
     EXPECT_EQ(run.grown, 1);
 }
 
-TEST_P(EveryRunner, ManyLinesComeBackWhole) {
+TEST_P(CaptureRunner, ManyLinesComeBackWhole) {
     std::string expected;
     for (int i = 1; i <= 200000; i++) {
         expected += std::to_string(i) + "\n";
@@ -196,12 +193,12 @@ TEST_P(EveryRunner, ManyLinesComeBackWhole) {
     EXPECT_EQ(run.grown, 1);
 }
 
-TEST_P(EveryRunner, LastLineWithoutNewlineIsKept) {
+TEST_P(CaptureRunner, LastLineWithoutNewlineIsKept) {
     const Outcome run(GetParam(), "printf 'one\\ntwo'", 100);
     EXPECT_EQ(run.text(), "one\ntwo");
 }
 
-TEST_P(EveryRunner, NulBytesOfTheOutputAreData) {
+TEST_P(CaptureRunner, NulBytesOfTheOutputAreData) {
     const Outcome small(GetParam(), "printf 'a\\0b\\n\\0c'", 100);
     EXPECT_EQ(small.bytes(6), std::string("a\0b\n\0c\0", 7));
     const Outcome large(GetParam(), "head -c 50000 /dev/zero", 100);
@@ -209,12 +206,12 @@ TEST_P(EveryRunner, NulBytesOfTheOutputAreData) {
     EXPECT_EQ(large.grown, 1);
 }
 
-TEST_P(EveryRunner, SlowOutputIsWaitedFor) {
+TEST_P(CaptureRunner, SlowOutputIsWaitedFor) {
     const Outcome run(GetParam(), "echo one && sleep 0.2 && echo two", 100);
     EXPECT_EQ(run.text(), "one\ntwo\n");
 }
 
-TEST_P(EveryRunner, ChildThatReadsItsInputIsNotFedTheOutput) {
+TEST_P(CaptureRunner, ChildThatReadsItsInputIsNotFedTheOutput) {
     const Outcome run(GetParam(), "echo one | cat", 100);
     EXPECT_EQ(run.text(), "one\n");
 }
@@ -313,7 +310,7 @@ TEST_F(Capture, ExitStatusIsEightBitsWide) {
     EXPECT_EQ(next.result, 2);
 }
 
-TEST_P(EveryRunner, CommandKilledByASignalCountsAsSuccess) {
+TEST_P(CaptureRunner, CommandKilledByASignalCountsAsSuccess) {
     const Outcome run(GetParam(), "echo before && kill -9 $$", 100);
     EXPECT_EQ(run.result, 0);
     EXPECT_EQ(run.text(), "before\n");
@@ -355,7 +352,7 @@ TEST_F(Capture, FailingCommandIsMinusOneForNonblockingInResultAndFlag) {
 
 // ---- log lines
 
-TEST_P(EveryRunner, FailureIsLoggedWithTheUnfilteredCommandAndTheOutput) {
+TEST_P(CaptureRunner, FailureIsLoggedWithTheUnfilteredCommandAndTheOutput) {
     const std::string name = nameOf(GetParam());
     const std::string command = "printf 'one\\ntwo' && exit 3 # ;<x";
     // the filter makes "%%x" of the comment's end, which changes nothing but the text that runs
@@ -365,7 +362,7 @@ TEST_P(EveryRunner, FailureIsLoggedWithTheUnfilteredCommandAndTheOutput) {
                                               "ERROR " + name + " # Error message: one\ntwo\n"}));
 }
 
-TEST_P(EveryRunner, FailureWithoutOutputIsLoggedWithAnEmptyOne) {
+TEST_P(CaptureRunner, FailureWithoutOutputIsLoggedWithAnEmptyOne) {
     const Outcome run(GetParam(), "false", 100);
     const std::string name = nameOf(GetParam());
     EXPECT_EQ(dumps.commandLogLines(), (Texts{"ERROR " + name + " # Execute command [" +
@@ -373,7 +370,7 @@ TEST_P(EveryRunner, FailureWithoutOutputIsLoggedWithAnEmptyOne) {
                                               "ERROR " + name + " # Error message: \n"}));
 }
 
-TEST_P(EveryRunner, LongErrorOutputIsLoggedAsFarAsALineGoes) {
+TEST_P(CaptureRunner, LongErrorOutputIsLoggedAsFarAsALineGoes) {
     const Outcome run(GetParam(), printX(100000) + " && false", 2097152);
     const Texts lines = dumps.commandLogMessages();
     ASSERT_EQ(lines.size(), 2U);
@@ -381,7 +378,7 @@ TEST_P(EveryRunner, LongErrorOutputIsLoggedAsFarAsALineGoes) {
     EXPECT_EQ(run.text().size(), 100000U);
 }
 
-TEST_P(EveryRunner, SuccessIsLoggedWhileDebugging) {
+TEST_P(CaptureRunner, SuccessIsLoggedWhileDebugging) {
     setenv("DRAVIK_CLI_DEBUG", "1", 1);
     const Outcome run(GetParam(), "echo a", 100);
     unsetenv("DRAVIK_CLI_DEBUG");
@@ -391,7 +388,7 @@ TEST_P(EveryRunner, SuccessIsLoggedWhileDebugging) {
 
 // ---- no shell, no memory
 
-TEST_P(EveryRunner, ShellThatCannotBeStartedIsMinusOne) {
+TEST_P(CaptureRunner, ShellThatCannotBeStartedIsMinusOne) {
     for (const char *call : {"pipe2", "posix_spawn"}) {
         dumps.forgetLogs();
         std::unique_ptr<Outcome> run;
@@ -407,7 +404,7 @@ TEST_P(EveryRunner, ShellThatCannotBeStartedIsMinusOne) {
     }
 }
 
-TEST_P(EveryRunner, RunningOutOfDescriptorsIsMinusOneAndLogged) {
+TEST_P(CaptureRunner, RunningOutOfDescriptorsIsMinusOneAndLogged) {
     const Runner runner = GetParam();
     EXPECT_EQ(inChild([runner] {
                   // one descriptor is left: enough for the log, not for a pipe
@@ -428,7 +425,7 @@ TEST_P(EveryRunner, RunningOutOfDescriptorsIsMinusOneAndLogged) {
                                              shown(runner, "echo a") + "] failed\n"});
 }
 
-TEST_P(EveryRunner, FailedGrowthIsMinusTwoAndLogsTheSizeAskedFor) {
+TEST_P(CaptureRunner, FailedGrowthIsMinusTwoAndLogsTheSizeAskedFor) {
     struct Case {
         int size;
         int length;
@@ -464,13 +461,13 @@ TEST_P(EveryRunner, FailedGrowthIsMinusTwoAndLogsTheSizeAskedFor) {
 
 // ---- the child's surroundings
 
-TEST_P(EveryRunner, ChildInheritsNoDescriptorOfTheCapture) {
+TEST_P(CaptureRunner, ChildInheritsNoDescriptorOfTheCapture) {
     const Outcome run(GetParam(), "ls /proc/self/fd", 1000);
     // `ls` itself has the directory open: the lowest free number
     EXPECT_EQ(run.text(), inheritedDescriptorsAndOneMore());
 }
 
-TEST_P(EveryRunner, ChildStartsWithTheCallersSignalMask) {
+TEST_P(CaptureRunner, ChildStartsWithTheCallersSignalMask) {
     // some shells clear the mask for what they fork, so the shell itself becomes the one that looks
     const char *command = "exec grep SigBlk /proc/self/status";
     const Outcome open(GetParam(), command, 100);
@@ -490,7 +487,7 @@ TEST_P(EveryRunner, ChildStartsWithTheCallersSignalMask) {
     }
 }
 
-TEST_P(EveryRunner, ChildSeesTheEnvironmentAndTheInput) {
+TEST_P(CaptureRunner, ChildSeesTheEnvironmentAndTheInput) {
     setenv("DRAVIK_TEST_WORD", "word", 1);
     const Outcome run(GetParam(), "echo $DRAVIK_TEST_WORD", 100);
     unsetenv("DRAVIK_TEST_WORD");
@@ -501,7 +498,7 @@ TEST_P(EveryRunner, ChildSeesTheEnvironmentAndTheInput) {
     EXPECT_EQ(input.text(), std::string(here) + "\n");
 }
 
-TEST_P(EveryRunner, ConstantAlarmsLoseNothingOfTheOutput) {
+TEST_P(CaptureRunner, ConstantAlarmsLoseNothingOfTheOutput) {
     const AlarmEveryMillisecond alarm;
     std::string expected;
     for (int i = 1; i <= 50000; i++) {

@@ -1,4 +1,5 @@
 // The logging call: lines, levels, cuts, rotation, many writers, and everything that drops a line.
+#include "common/log.h"
 
 #include "tests/support/console.h"
 #include "tests/support/dumps_redirect.h"
@@ -21,8 +22,6 @@
 #include <filesystem>
 #include <map>
 #include <sstream>
-
-#include "common/comm_util.h"
 
 namespace {
 
@@ -608,24 +607,24 @@ TEST_F(Log, MacroLogsTheCallersPosition) {
 
 // ---- the console
 
-TEST(Trace, IsSilentUntilItIsSwitchedOn) {
+TEST(LogTrace, IsSilentUntilItIsSwitchedOn) {
     EXPECT_FALSE(debug_started);
     EXPECT_EQ(printedBy([] { inDebug("message"); }), "");
 }
 
-TEST(Trace, PrintsTheEscapedFormatAndANewline) {
+TEST(LogTrace, PrintsTheEscapedFormatAndANewline) {
     debug_started = true;
     EXPECT_EQ(printedBy([] { inDebug("a;%s %d", "b;c", 5); }), "a\\;b;c 5\n");
     EXPECT_EQ(printedBy([] { DRAVIK_TRACE("== %s", "x"); }), "== x\n");
     debug_started = false;
 }
 
-TEST(Trace, SilentTraceDoesNotEvaluateItsArguments) {
+TEST(LogTrace, SilentTraceDoesNotEvaluateItsArguments) {
     int evaluated = 0;
     DRAVIK_TRACE("%d", ++evaluated);
     EXPECT_EQ(evaluated, 0);
 }
 
-TEST(Separator, Is130HyphensAndANewline) {
+TEST(LogSeparator, Is130HyphensAndANewline) {
     EXPECT_EQ(printedBy([] { print__(); }), std::string(130, '-') + "\n");
 }

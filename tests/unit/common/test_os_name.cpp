@@ -1,5 +1,5 @@
 // The distribution's name from release files as the distributions ship them, and from broken ones.
-#include "common/comm_util.h"
+#include "common/os_name.h"
 
 #include <cstring>
 #include <string>
@@ -7,8 +7,11 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/fake_host.h"
+#include "tests/support/rules.h"
 
 namespace {
+
+constexpr char LSB_RELEASE[] = "what lsb_release prints";
 
 std::string nameWith(const std::string &path, const std::string &text) {
     FakeHost host;
@@ -22,37 +25,67 @@ std::string lsbName(const std::string &text) {
     return get_os_name();
 }
 
+// The release file that there is, or LSB_RELEASE; its text; the name that it gives.
+struct NameCase {
+    std::string source;
+    std::string text;
+    std::string name;
+};
+
+const Rule<NameCase> NAME_RULES[] = {
+    {"ARedHatSystemGivesANameContainingRed",
+     {{"/etc/redhat-release", "Red Hat Enterprise Linux release 8.4 (Ootpa)\n",
+       "Red Hat Enterprise Linux 8.4 "}}},
+    {"ACentOs7SystemGivesANameContainingCentOsLinuxWithATrailingBlank",
+     {{"/etc/redhat-release", "CentOS Linux release 7.9.2009 (Core)\n", "CentOS Linux 7.9.2009 "}}},
+    {"ALineWithoutAParenthesisLosesItsLastCharacterBeforeTheNewline",
+     {{"/etc/oracle-release", "Oracle Linux Server release 7.9\n", "Oracle Linux Server 7."}}},
+    {"ALineWithoutANewlineLosesItsLastTwoCharacters",
+     {{"/etc/oracle-release", "Oracle Linux Server release 7.9", "Oracle Linux Server 7"}}},
+    {"ReleaseAndItsBlankAreSkippedWhereverTheyStand",
+     {{"/etc/redhat-release", "a release b release release c(x)\n", "a b c"}}},
+    {"ReleaseWithoutItsBlankIsKept", {{"/etc/redhat-release", "a releases 8 (x)\n", "a releases 8 "}}},
+    {"TheRedHatNameHoldsAtMost64Characters",
+     {{"/etc/redhat-release", std::string(100, 'a') + " (x)\n", std::string(64, 'a')}}},
+    {"TheSecondLineOfOsReleaseIsCutAt64Characters",
+     {{"/etc/os-release", "NAME=\"SLES\"\nVERSION=\"" + std::string(70, '1') + "\"\n",
+       "VERSION=\"" + std::string(55, '1')}}},
+    {"SuseReleaseGivesItsFirstLineUpToTheBlankBeforeTheParenthesisAndItsThird",
+     {{"/etc/SuSE-release", "SUSE Linux Enterprise Server 12 (x86_64)\nVERSION = 12\nPATCHLEVEL = 6\n",
+       "SUSE Linux Enterprise Server 12PATCHLEVEL = 6\n"}}},
+    {"ASuseLineWithoutAParenthesisLosesItsLastCharacter",
+     {{"/etc/SuSE-release", "SUSE Linux Enterprise Server 12\nVERSION = 12\nPATCHLEVEL = 6",
+       "SUSE Linux Enterprise Server 12PATCHLEVEL = 6"}}},
+    {"ASuseLineThatBeginsWithAParenthesisLosesOnlyItsLastCharacter",
+     {{"/etc/SuSE-release", "(SUSE) (12)\nb\nc", "(SUSE) (12)c"}}},
+    {"ASuseNameHoldsAtMost64Characters",
+     {{"/etc/SuSE-release", "SUSE (x)\nVERSION\n" + std::string(100, 'p') + "\n",
+       "SUSE" + std::string(60, 'p')}}},
+    {"ASuseFileOfOneLineGivesThatLine", {{"/etc/SuSE-release", "SUSE 12 (x86_64)\n", "SUSE 12"}}},
+    {"AnLsbTextWithoutAParenthesisLosesTheLastCharacterOfTheLineAsRead",
+     {// With a newline that character is the newline; without one it belongs to the text or to its quotes.
+      {LSB_RELEASE, "Debian 12\n", "Debian 12"},
+      {LSB_RELEASE, "\"Debian 12\"\n", "Debian 12"},
+      {LSB_RELEASE, "\"Debian 12\"", "Debian 12"},
+      {LSB_RELEASE, "Debian 12", "Debian 1"}}},
+    {"AllTrailingQuotesAndNewlinesGoButOnlyOneLeadingQuote",
+     {{LSB_RELEASE, "\"\"Debian 12\"\"\n", "\"Debian 12"}}},
+    {"AnLsbTextThatBeginsWithAParenthesisIsNotCutThere",
+     {{LSB_RELEASE, "\"(Debian) (12)\"\n", "(Debian) (12)"}}},
+    {"TheLsbLineIsReadOver127Characters",
+     {{LSB_RELEASE, std::string(300, 'a') + "\n", std::string(126, 'a')}}},
+};
+
+class OsNameOf : public testing::TestWithParam<Rule<NameCase>> {};
+
 } // namespace
 
-TEST(OsName, ARedHatSystemGivesANameContainingRed) {
-    EXPECT_EQ("Red Hat Enterprise Linux 8.4 ",
-              nameWith("/etc/redhat-release", "Red Hat Enterprise Linux release 8.4 (Ootpa)\n"));
+TEST_P(OsNameOf, IsMadeOfTheText) {
+    for (const NameCase &row : GetParam().cases) {
+        EXPECT_EQ(row.name, row.source == LSB_RELEASE ? lsbName(row.text) : nameWith(row.source, row.text));
+    }
 }
-
-TEST(OsName, ACentOs7SystemGivesANameContainingCentOsLinuxWithATrailingBlank) {
-    EXPECT_EQ("CentOS Linux 7.9.2009 ",
-              nameWith("/etc/redhat-release", "CentOS Linux release 7.9.2009 (Core)\n"));
-}
-
-TEST(OsName, ALineWithoutAParenthesisLosesItsLastCharacterBeforeTheNewline) {
-    EXPECT_EQ("Oracle Linux Server 7.", nameWith("/etc/oracle-release", "Oracle Linux Server release 7.9\n"));
-}
-
-TEST(OsName, ALineWithoutANewlineLosesItsLastTwoCharacters) {
-    EXPECT_EQ("Oracle Linux Server 7", nameWith("/etc/oracle-release", "Oracle Linux Server release 7.9"));
-}
-
-TEST(OsName, ReleaseAndItsBlankAreSkippedWhereverTheyStand) {
-    EXPECT_EQ("a b c", nameWith("/etc/redhat-release", "a release b release release c(x)\n"));
-}
-
-TEST(OsName, ReleaseWithoutItsBlankIsKept) {
-    EXPECT_EQ("a releases 8 ", nameWith("/etc/redhat-release", "a releases 8 (x)\n"));
-}
-
-TEST(OsName, TheRedHatNameHoldsAtMost64Characters) {
-    EXPECT_EQ(std::string(64, 'a'), nameWith("/etc/redhat-release", std::string(100, 'a') + " (x)\n"));
-}
+INSTANTIATE_TEST_SUITE_P(Rule, OsNameOf, testing::ValuesIn(NAME_RULES), nameOfRule);
 
 TEST(OsName, TheRedHatLineIsReadOver119Characters) {
     // All but the last 59 characters are skipped; the line ends two short of its 119 characters.
@@ -102,11 +135,6 @@ TEST(OsName, RedHatReleaseGoesBeforeOsRelease) {
     EXPECT_STREQ("CentOS Linux 7.9.2009 ", get_os_name());
 }
 
-TEST(OsName, TheSecondLineOfOsReleaseIsCutAt64Characters) {
-    EXPECT_EQ("VERSION=\"" + std::string(55, '1'),
-              nameWith("/etc/os-release", "NAME=\"SLES\"\nVERSION=\"" + std::string(70, '1') + "\"\n"));
-}
-
 TEST(OsName, OsReleaseWithoutASecondLineFailsWithoutLookingAtSuseRelease) {
     for (const char *text : {"", "NAME=\"SLES\"", "NAME=\"SLES\"\n", "NAME=\"SLES\"\n\nVERSION=\"12\"\n"}) {
         FakeHost host;
@@ -116,30 +144,6 @@ TEST(OsName, OsReleaseWithoutASecondLineFailsWithoutLookingAtSuseRelease) {
         EXPECT_EQ(1, read_suse_release()) << text;
         EXPECT_STREQ("Unknown Linux", get_os_name()) << text;
     }
-}
-
-TEST(OsName, SuseReleaseGivesItsFirstLineUpToTheBlankBeforeTheParenthesisAndItsThird) {
-    EXPECT_EQ("SUSE Linux Enterprise Server 12PATCHLEVEL = 6\n",
-              nameWith("/etc/SuSE-release",
-                       "SUSE Linux Enterprise Server 12 (x86_64)\nVERSION = 12\nPATCHLEVEL = 6\n"));
-}
-
-TEST(OsName, ASuseLineWithoutAParenthesisLosesItsLastCharacter) {
-    EXPECT_EQ("SUSE Linux Enterprise Server 12PATCHLEVEL = 6",
-              nameWith("/etc/SuSE-release", "SUSE Linux Enterprise Server 12\nVERSION = 12\nPATCHLEVEL = 6"));
-}
-
-TEST(OsName, ASuseLineThatBeginsWithAParenthesisLosesOnlyItsLastCharacter) {
-    EXPECT_EQ("(SUSE) (12)c", nameWith("/etc/SuSE-release", "(SUSE) (12)\nb\nc"));
-}
-
-TEST(OsName, ASuseNameHoldsAtMost64Characters) {
-    EXPECT_EQ("SUSE" + std::string(60, 'p'),
-              nameWith("/etc/SuSE-release", "SUSE (x)\nVERSION\n" + std::string(100, 'p') + "\n"));
-}
-
-TEST(OsName, ASuseFileOfOneLineGivesThatLine) {
-    EXPECT_EQ("SUSE 12", nameWith("/etc/SuSE-release", "SUSE 12 (x86_64)\n"));
 }
 
 TEST(OsName, AnEmptyFirstLineMakesTheSuseReaderFail) {
@@ -163,26 +167,6 @@ TEST(OsName, LsbReleaseIsNotAskedWhenAFileAnswers) {
     host.file("/etc/os-release", "NAME=\"SLES\"\nVERSION=\"12-SP5\"\n");
     EXPECT_STREQ("VERSION=\"12-SP5\"\n", get_os_name());
     EXPECT_EQ(0, host.askedFor("lsb_release"));
-}
-
-TEST(OsName, AnLsbTextWithoutAParenthesisLosesTheLastCharacterOfTheLineAsRead) {
-    // With a newline that character is the newline; without one it belongs to the text or to its quotes.
-    EXPECT_EQ("Debian 12", lsbName("Debian 12\n"));
-    EXPECT_EQ("Debian 12", lsbName("\"Debian 12\"\n"));
-    EXPECT_EQ("Debian 12", lsbName("\"Debian 12\""));
-    EXPECT_EQ("Debian 1", lsbName("Debian 12"));
-}
-
-TEST(OsName, AllTrailingQuotesAndNewlinesGoButOnlyOneLeadingQuote) {
-    EXPECT_EQ("\"Debian 12", lsbName("\"\"Debian 12\"\"\n"));
-}
-
-TEST(OsName, AnLsbTextThatBeginsWithAParenthesisIsNotCutThere) {
-    EXPECT_EQ("(Debian) (12)", lsbName("\"(Debian) (12)\"\n"));
-}
-
-TEST(OsName, TheLsbLineIsReadOver127Characters) {
-    EXPECT_EQ(std::string(126, 'a'), lsbName(std::string(300, 'a') + "\n"));
 }
 
 TEST(OsName, AnEmptyLsbLineMakesTheReaderFail) {

@@ -1,5 +1,5 @@
 // Replacing a file: old or new text at any instant, nothing foreign touched, nothing left behind.
-#include "common/comm_util.h"
+#include "common/replace_file.h"
 
 #include <cerrno>
 #include <cstring>

@@ -1,14 +1,14 @@
 // Result records: the whole table, their printed forms, their words.
+#include "common/result.h"
 
 #include "tests/support/console.h"
+#include "tests/support/rules.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <string>
 #include <vector>
-
-#include "common/comm_util.h"
 
 namespace {
 
@@ -154,20 +154,54 @@ TEST(Result, BothRecordsOfCode141PrintThatPrefix) {
               "Error(0141): Please do not use an alias that starts with idisk.");
 }
 
-TEST(Result, FirstWordFillsTheTemplate) {
-    initEcItems1(&EC_no_this_device, "mpathb");
-    EXPECT_EQ(messageOf(&EC_no_this_device), "Error(0133): This device [mpathb] does not exist.");
-}
+namespace {
 
-TEST(Result, TwoWordsFillTheTemplateInOrder) {
-    initEcItems2(&EC_no_device_name, "sdb", "mpathb");
-    EXPECT_EQ(messageOf(&EC_no_device_name), "Error(0116): Path [sdb] of disk [mpathb] does not exist.");
-}
+// A record, the words that it is given, and what it then prints.
+struct WordsCase {
+    s_ecItems *record;
+    std::vector<const char *> words;
+    std::string text;
+};
 
-TEST(Result, TemplateOfTwoWithOneWordPrintsTheSecondEmpty) {
-    initEcItems1(&EC_no_device_name, "sdb");
-    EXPECT_EQ(messageOf(&EC_no_device_name), "Error(0116): Path [sdb] of disk [] does not exist.");
+const std::string WORD_OF_100 = std::string(64, 'a') + std::string(36, 'b');
+const std::string CUT_WORD(64, 'a');
+
+const Rule<WordsCase> WORDS_RULES[] = {
+    {"FirstWordFillsTheTemplate",
+     {{&EC_no_this_device, {"mpathb"}, "Error(0133): This device [mpathb] does not exist."}}},
+    {"TwoWordsFillTheTemplateInOrder",
+     {{&EC_no_device_name, {"sdb", "mpathb"}, "Error(0116): Path [sdb] of disk [mpathb] does not exist."}}},
+    {"TemplateOfTwoWithOneWordPrintsTheSecondEmpty",
+     {{&EC_no_device_name, {"sdb"}, "Error(0116): Path [sdb] of disk [] does not exist."}}},
+    {"WordOf100CharactersIsShownAsItsFirst64",
+     {{&EC_no_this_device,
+       {WORD_OF_100.c_str()},
+       "Error(0133): This device [" + CUT_WORD + "] does not exist."},
+      {&EC_no_device_name,
+       {WORD_OF_100.c_str(), WORD_OF_100.c_str()},
+       "Error(0116): Path [" + CUT_WORD + "] of disk [" + CUT_WORD + "] does not exist."}}},
+    {"NullWordCountsAsEmpty",
+     {{&EC_no_this_device, {nullptr}, "Error(0133): This device [] does not exist."},
+      {&EC_no_device_name, {nullptr, "mpathb"}, "Error(0116): Path [] of disk [mpathb] does not exist."}}},
+    {"PercentSignsOfAWordAreNotInterpreted",
+     {{&EC_no_this_device, {"%s%n%d"}, "Error(0133): This device [%s%n%d] does not exist."}}},
+};
+
+class ResultWords : public testing::TestWithParam<Rule<WordsCase>> {};
+
+} // namespace
+
+TEST_P(ResultWords, StandInTheirPlaces) {
+    for (const WordsCase &row : GetParam().cases) {
+        if (row.words.size() == 1) {
+            initEcItems1(row.record, row.words[0]);
+        } else {
+            initEcItems2(row.record, row.words[0], row.words[1]);
+        }
+        EXPECT_EQ(messageOf(row.record), row.text);
+    }
 }
+INSTANTIATE_TEST_SUITE_P(Rule, ResultWords, testing::ValuesIn(WORDS_RULES), nameOfRule);
 
 TEST(Result, ThirdWordFillsTheThirdPlace) {
     s_ecItems record = recordOf(7, "[%s] [%s] [%s]");
@@ -188,28 +222,6 @@ TEST(Result, SettingWordsEmptiesAllThreeFirst) {
     EXPECT_STREQ(record.items[0], "one");
     EXPECT_STREQ(record.items[1], "two");
     EXPECT_STREQ(record.items[2], "");
-}
-
-TEST(Result, WordOf100CharactersIsShownAsItsFirst64) {
-    const std::string word = std::string(64, 'a') + std::string(36, 'b');
-    initEcItems1(&EC_no_this_device, word.c_str());
-    EXPECT_EQ(messageOf(&EC_no_this_device),
-              "Error(0133): This device [" + std::string(64, 'a') + "] does not exist.");
-    initEcItems2(&EC_no_device_name, word.c_str(), word.c_str());
-    EXPECT_EQ(messageOf(&EC_no_device_name), "Error(0116): Path [" + std::string(64, 'a') + "] of disk [" +
-                                                 std::string(64, 'a') + "] does not exist.");
-}
-
-TEST(Result, NullWordCountsAsEmpty) {
-    initEcItems1(&EC_no_this_device, nullptr);
-    EXPECT_EQ(messageOf(&EC_no_this_device), "Error(0133): This device [] does not exist.");
-    initEcItems2(&EC_no_device_name, nullptr, "mpathb");
-    EXPECT_EQ(messageOf(&EC_no_device_name), "Error(0116): Path [] of disk [mpathb] does not exist.");
-}
-
-TEST(Result, PercentSignsOfAWordAreNotInterpreted) {
-    initEcItems1(&EC_no_this_device, "%s%n%d");
-    EXPECT_EQ(messageOf(&EC_no_this_device), "Error(0133): This device [%s%n%d] does not exist.");
 }
 
 TEST(Result, WordsStayUntilTheNextOperationSetsThem) {

@@ -4,25 +4,15 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
-#include <fcntl.h>
+#include <set>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
 
-namespace {
+#include "tests/support/children.h"
 
-// Runs `check` in a child process and tells its exit status.
-int inChild(int (*check)()) {
-    const pid_t child = fork();
-    if (child == 0) {
-        _exit(check());
-    }
-    int status = -1;
-    waitpid(child, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
+namespace {
 
 bool actsAsUsual(int number) {
     struct sigaction action = {};
@@ -33,6 +23,7 @@ bool actsAsUsual(int number) {
 
 TEST(Startup, ClosedStandardDescriptorsAreOpenedOnTheNullDevice) {
     EXPECT_EQ(inChild([] {
+                  const std::set<int> before = openDescriptors();
                   for (int fd = 0; fd < 3; ++fd) {
                       close(fd);
                   }
@@ -45,7 +36,7 @@ TEST(Startup, ClosedStandardDescriptorsAreOpenedOnTheNullDevice) {
                           return 1;
                       }
                   }
-                  return fcntl(3, F_GETFD) >= 0 && open("/dev/null", O_RDONLY) == 3 ? 2 : 0;
+                  return openDescriptors() == before ? 0 : 2; // no other one is left open
               }),
               0);
 }
@@ -88,6 +79,48 @@ TEST(Startup, InheritedSignalSettingsAreUndone) {
                   return 0;
               }),
               0);
+}
+
+TEST(Startup, HandlersOfTheParentProgramAreForgotten) {
+    EXPECT_EQ(inChild([] {
+                  for (const int number : {SIGCHLD, SIGPIPE, SIGALRM}) {
+                      signal(number, [](int) {});
+                  }
+                  resetProcess();
+                  for (const int number : {SIGCHLD, SIGPIPE, SIGALRM}) {
+                      if (!actsAsUsual(number)) {
+                          return number;
+                      }
+                  }
+                  return 0;
+              }),
+              0);
+}
+
+TEST(Startup, ASingleClosedDescriptorIsOpenedAndTheOthersStay) {
+    for (int closed = 0; closed < 3; ++closed) {
+        EXPECT_EQ(inChild([closed] {
+                      struct stat before[3] = {};
+                      for (int fd = 0; fd < 3; ++fd) {
+                          fstat(fd, &before[fd]);
+                      }
+                      close(closed);
+                      resetProcess();
+                      struct stat null_device = {};
+                      stat("/dev/null", &null_device);
+                      for (int fd = 0; fd < 3; ++fd) {
+                          const struct stat &expected = fd == closed ? null_device : before[fd];
+                          struct stat after = {};
+                          if (fstat(fd, &after) != 0 || after.st_ino != expected.st_ino ||
+                              after.st_dev != expected.st_dev) {
+                              return 1 + fd;
+                          }
+                      }
+                      return 0;
+                  }),
+                  0)
+            << closed;
+    }
 }
 
 TEST(Startup, HangupAndInterruptStayIgnored) {

@@ -1,6 +1,8 @@
 // Bounded and null-safe text functions.
+#include "common/text.h"
 
 #include "tests/support/console.h"
+#include "tests/support/rules.h"
 
 #include <gtest/gtest.h>
 
@@ -10,8 +12,6 @@
 #include <memory>
 #include <string>
 #include <vector>
-
-#include "common/comm_util.h"
 
 namespace {
 
@@ -343,49 +343,60 @@ TEST(Text, ReplaceOfNullTextsReturnsTheTextItself) {
     EXPECT_STREQ(text, "abc");
 }
 
-TEST(Text, BeginsWith) {
-    EXPECT_EQ(isBeginwith("abc", "ab"), 1);
-    EXPECT_EQ(isBeginwith("abc", "abc"), 1);
-    EXPECT_EQ(isBeginwith("abc", "abcd"), 0);
-    EXPECT_EQ(isBeginwith("abc", "b"), 0);
-    EXPECT_EQ(isBeginwith("", "a"), 0);
-}
+namespace {
 
-TEST(Text, EveryTextBeginsWithTheEmptyOne) {
-    EXPECT_EQ(isBeginwith("abc", ""), 1);
-    EXPECT_EQ(isBeginwith("", ""), 1);
-}
+// Which end is looked at, the text, what it may begin or end with, and the answer.
+struct EndCase {
+    int (*compares)(const char *text, const char *part);
+    const char *text;
+    const char *part;
+    int answer;
+};
 
-TEST(Text, NullBeginsWithNothing) {
-    EXPECT_EQ(isBeginwith(nullptr, "a"), 0);
-    EXPECT_EQ(isBeginwith("a", nullptr), 0);
-    EXPECT_EQ(isBeginwith(nullptr, nullptr), 0);
-    EXPECT_EQ(isBeginwith(nullptr, ""), 0);
-}
+const Rule<EndCase> END_RULES[] = {
+    {"BeginsWith",
+     {{isBeginwith, "abc", "ab", 1},
+      {isBeginwith, "abc", "abc", 1},
+      {isBeginwith, "abc", "abcd", 0},
+      {isBeginwith, "abc", "b", 0},
+      {isBeginwith, "", "a", 0}}},
+    {"EveryTextBeginsWithTheEmptyOne", {{isBeginwith, "abc", "", 1}, {isBeginwith, "", "", 1}}},
+    {"NullBeginsWithNothing",
+     {{isBeginwith, nullptr, "a", 0},
+      {isBeginwith, "a", nullptr, 0},
+      {isBeginwith, nullptr, nullptr, 0},
+      {isBeginwith, nullptr, "", 0}}},
+    {"EndsWith",
+     {{isEndWith, "abc", "bc", 1},
+      {isEndWith, "abc", "abc", 1},
+      {isEndWith, "abc", "xbc", 0},
+      {isEndWith, "abc", "ab", 0},
+      {isEndWith, "abcb", "b", 1}}},
+    {"SuffixLongerThanTheTextMatchesWhenTheCommonPartDoes",
+     {{isEndWith, "b", "ab", 1},
+      {isEndWith, "bc", "abc", 1},
+      {isEndWith, "b", "ax", 0},
+      {isEndWith, "xc", "abc", 0}}},
+    {"EndsWithOfEmptyAndNullTexts",
+     {{isEndWith, "", "", 1},
+      {isEndWith, "abc", "", 1},
+      {isEndWith, "", "abc", 0},
+      {isEndWith, nullptr, "a", 0},
+      {isEndWith, "a", nullptr, 0},
+      {isEndWith, nullptr, nullptr, 0}}},
+};
 
-TEST(Text, EndsWith) {
-    EXPECT_EQ(isEndWith("abc", "bc"), 1);
-    EXPECT_EQ(isEndWith("abc", "abc"), 1);
-    EXPECT_EQ(isEndWith("abc", "xbc"), 0);
-    EXPECT_EQ(isEndWith("abc", "ab"), 0);
-    EXPECT_EQ(isEndWith("abcb", "b"), 1);
-}
+class TextEnds : public testing::TestWithParam<Rule<EndCase>> {};
 
-TEST(Text, SuffixLongerThanTheTextMatchesWhenTheCommonPartDoes) {
-    EXPECT_EQ(isEndWith("b", "ab"), 1);
-    EXPECT_EQ(isEndWith("bc", "abc"), 1);
-    EXPECT_EQ(isEndWith("b", "ax"), 0);
-    EXPECT_EQ(isEndWith("xc", "abc"), 0);
-}
+} // namespace
 
-TEST(Text, EndsWithOfEmptyAndNullTexts) {
-    EXPECT_EQ(isEndWith("", ""), 1);
-    EXPECT_EQ(isEndWith("abc", ""), 1);
-    EXPECT_EQ(isEndWith("", "abc"), 0);
-    EXPECT_EQ(isEndWith(nullptr, "a"), 0);
-    EXPECT_EQ(isEndWith("a", nullptr), 0);
-    EXPECT_EQ(isEndWith(nullptr, nullptr), 0);
+TEST_P(TextEnds, AreCompared) {
+    for (const EndCase &row : GetParam().cases) {
+        EXPECT_EQ(row.compares(row.text, row.part), row.answer)
+            << testing::PrintToString(row.text) << " " << testing::PrintToString(row.part);
+    }
 }
+INSTANTIATE_TEST_SUITE_P(Rule, TextEnds, testing::ValuesIn(END_RULES), nameOfRule);
 
 TEST(Text, PrintWidthCutsToTheWidthAndRestoresTheText) {
     char text[] = "abcdef";

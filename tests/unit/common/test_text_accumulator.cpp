@@ -1,4 +1,5 @@
 // The process-wide text accumulator and its odd growth rule.
+#include "common/text_accumulator.h"
 
 #include "tests/support/console.h"
 
@@ -7,17 +8,15 @@
 #include <cstdlib>
 #include <string>
 
-#include "common/comm_util.h"
-
 namespace {
 
 // Each test begins with an accumulator that has never grown, and leaves none of its memory behind.
-class TextBuffer : public testing::Test {
+class TextAccumulator : public testing::Test {
   protected:
-    TextBuffer() {
+    TextAccumulator() {
         forget();
     }
-    ~TextBuffer() override {
+    ~TextAccumulator() override {
         forget();
     }
 
@@ -32,37 +31,37 @@ class TextBuffer : public testing::Test {
 
 } // namespace
 
-TEST_F(TextBuffer, BlockIs1024Bytes) {
+TEST_F(TextAccumulator, BlockIs1024Bytes) {
     EXPECT_EQ(bufBlockSize, 1024U);
 }
 
-TEST_F(TextBuffer, AppendAnswersTheNewLength) {
+TEST_F(TextAccumulator, AppendAnswersTheNewLength) {
     EXPECT_EQ(appendBuf("abc"), 3U);
     EXPECT_EQ(appendBuf("defg"), 7U);
     EXPECT_STREQ(buf, "abcdefg");
     EXPECT_EQ(bufLen, 7U);
 }
 
-TEST_F(TextBuffer, AppendByCharAppendsCopies) {
+TEST_F(TextAccumulator, AppendByCharAppendsCopies) {
     EXPECT_EQ(appendBufByChar('-', 5), 5U);
     EXPECT_EQ(appendBuf("x"), 6U);
     EXPECT_EQ(appendBufByChar('=', 2), 8U);
     EXPECT_STREQ(buf, "-----x==");
 }
 
-TEST_F(TextBuffer, NothingToAppendIsOne) {
+TEST_F(TextAccumulator, NothingToAppendIsOne) {
     EXPECT_EQ(appendBuf(""), 1U);
     EXPECT_EQ(appendBuf(nullptr), 1U);
     EXPECT_EQ(appendBufByChar('x', 0), 1U);
     EXPECT_EQ(bufLen, 0U);
 }
 
-TEST_F(TextBuffer, NewSizeIsTheBlockTimesTheRemainder) {
+TEST_F(TextAccumulator, NewSizeIsTheBlockTimesTheRemainder) {
     EXPECT_EQ(appendBuf("abc"), 3U);
     EXPECT_EQ(bufSize, 1024U * 4U); // 0 + 3 + 1 = 4, modulo 1024
 }
 
-TEST_F(TextBuffer, GrowsOnlyWhenTheLengthReachesTheSize) {
+TEST_F(TextAccumulator, GrowsOnlyWhenTheLengthReachesTheSize) {
     ASSERT_EQ(appendBuf("a"), 1U);
     ASSERT_EQ(bufSize, 2048U);
     EXPECT_EQ(appendBufByChar('b', 2046), 2047U); // 2047 < 2048
@@ -76,7 +75,7 @@ TEST_F(TextBuffer, GrowsOnlyWhenTheLengthReachesTheSize) {
     EXPECT_EQ(std::string(buf), "a" + std::string(2046, 'b') + "ccc");
 }
 
-TEST_F(TextBuffer, OldTextIsCarriedOverAGrowth) {
+TEST_F(TextAccumulator, OldTextIsCarriedOverAGrowth) {
     ASSERT_EQ(appendBuf("ab"), 2U);
     ASSERT_EQ(bufSize, 3072U);
     // 2 + 3100 = 3102 >= 3072; 3103 modulo 1024 = 31
@@ -85,7 +84,7 @@ TEST_F(TextBuffer, OldTextIsCarriedOverAGrowth) {
     EXPECT_EQ(std::string(buf), "ab" + std::string(3100, 'c'));
 }
 
-TEST_F(TextBuffer, GrowthThatTheRuleMakesTooSmallChangesNothing) {
+TEST_F(TextAccumulator, GrowthThatTheRuleMakesTooSmallChangesNothing) {
     // 0 + 1023 + 1 = 1024, modulo 1024 = 0: no room at all
     EXPECT_EQ(appendBufByChar('x', 1023), 0U);
     EXPECT_EQ(bufLen, 0U);
@@ -98,7 +97,7 @@ TEST_F(TextBuffer, GrowthThatTheRuleMakesTooSmallChangesNothing) {
     EXPECT_EQ(bufSize, 4096U);
 }
 
-TEST_F(TextBuffer, ExpandSaysWhetherTheTextFits) {
+TEST_F(TextAccumulator, ExpandSaysWhetherTheTextFits) {
     EXPECT_EQ(expandBufSize(10), 1);
     EXPECT_EQ(bufSize, 1024U * 11U);
     EXPECT_EQ(bufLen, 0U);
@@ -108,7 +107,7 @@ TEST_F(TextBuffer, ExpandSaysWhetherTheTextFits) {
     EXPECT_EQ(bufSize, 1024U * 11U);
 }
 
-TEST_F(TextBuffer, CountsThatOverflowAreNoRoom) {
+TEST_F(TextAccumulator, CountsThatOverflowAreNoRoom) {
     ASSERT_EQ(appendBuf("abc"), 3U);
     EXPECT_EQ(appendBufByChar('x', 0xfffffffeU), 0U);
     EXPECT_EQ(expandBufSize(0xffffffffU), 0);
@@ -116,24 +115,24 @@ TEST_F(TextBuffer, CountsThatOverflowAreNoRoom) {
     EXPECT_EQ(bufLen, 3U);
 }
 
-TEST_F(TextBuffer, CleanEmptiesTheTextAndKeepsTheRoom) {
+TEST_F(TextAccumulator, CleanEmptiesTheTextAndKeepsTheBlock) {
     ASSERT_EQ(appendBuf("abc"), 3U);
-    const char *room = buf;
+    const char *block = buf;
     cleanBuf();
     EXPECT_EQ(bufLen, 0U);
     EXPECT_EQ(bufSize, 4096U);
-    EXPECT_EQ(buf, room);
+    EXPECT_EQ(buf, block);
     EXPECT_STREQ(buf, "");
     EXPECT_EQ(appendBuf("x"), 1U);
     EXPECT_STREQ(buf, "x");
 }
 
-TEST_F(TextBuffer, CleanBeforeTheFirstGrowthIsHarmless) {
+TEST_F(TextAccumulator, CleanBeforeTheFirstGrowthIsHarmless) {
     cleanBuf();
     EXPECT_EQ(bufLen, 0U);
 }
 
-TEST_F(TextBuffer, PrintPrintsTheText) {
+TEST_F(TextAccumulator, PrintPrintsTheText) {
     EXPECT_EQ(printedBy([] { printBuf(); }), "");
     ASSERT_EQ(appendBuf("abc%s"), 5U);
     EXPECT_EQ(printedBy([] { printBuf(); }), "abc%s");

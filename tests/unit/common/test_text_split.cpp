@@ -1,13 +1,14 @@
 // Cutting text into lines, tokens and fields; regular expressions.
+#include "common/text_split.h"
 
 #include <gtest/gtest.h>
+
+#include "tests/support/rules.h"
 
 #include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
-
-#include "common/comm_util.h"
 
 namespace {
 
@@ -150,31 +151,39 @@ TEST(TextSplit, IndexesOfNullEmptyOrOnlySeparatorsAreNone) {
     EXPECT_EQ(indexes("    ", ' ', 6), std::vector<int>());
 }
 
-TEST(TextSplit, StrsplitKeepsEmptyFields) {
-    EXPECT_EQ(splitAt("a,,b", ","), (Texts{"a", "", "b"}));
-    EXPECT_EQ(splitAt(",a", ","), (Texts{"", "a"}));
-    EXPECT_EQ(splitAt(",", ","), (Texts{"", ""}));
-}
+namespace {
 
-TEST(TextSplit, StrsplitFinalDelimiterYieldsALastEmptyField) {
-    EXPECT_EQ(splitAt("a,b,", ","), (Texts{"a", "b", ""}));
-}
+// A text, the delimiter at which it is split, and its fields.
+struct SplitCase {
+    const char *text;
+    const char *delimiter;
+    Texts fields;
+};
 
-TEST(TextSplit, StrsplitOfAnEmptyTextIsOneEmptyField) {
-    EXPECT_EQ(splitAt("", ","), Texts{""});
-}
+const Rule<SplitCase> SPLIT_RULES[] = {
+    {"StrsplitKeepsEmptyFields",
+     {{"a,,b", ",", {"a", "", "b"}}, {",a", ",", {"", "a"}}, {",", ",", {"", ""}}}},
+    {"StrsplitFinalDelimiterYieldsALastEmptyField", {{"a,b,", ",", {"a", "b", ""}}}},
+    {"StrsplitOfAnEmptyTextIsOneEmptyField", {{"", ",", {""}}}},
+    {"StrsplitCutsAtTheWholeDelimiter",
+     {{"a--b-c--d", "--", {"a", "b-c", "d"}},
+      {"abc", "abcd", {"abc"}},
+      {"abc", "abc", {"", ""}},
+      {"---", "--", {"", "-"}},
+      {"aaaa", "aa", {"", "", ""}}}},
+    {"StrsplitNeverFindsAnEmptyDelimiter", {{"abc", "", {"abc"}}}},
+};
 
-TEST(TextSplit, StrsplitCutsAtTheWholeDelimiter) {
-    EXPECT_EQ(splitAt("a--b-c--d", "--"), (Texts{"a", "b-c", "d"}));
-    EXPECT_EQ(splitAt("abc", "abcd"), Texts{"abc"});
-    EXPECT_EQ(splitAt("abc", "abc"), (Texts{"", ""}));
-    EXPECT_EQ(splitAt("---", "--"), (Texts{"", "-"}));
-    EXPECT_EQ(splitAt("aaaa", "aa"), (Texts{"", "", ""}));
-}
+class TextSplitFields : public testing::TestWithParam<Rule<SplitCase>> {};
 
-TEST(TextSplit, StrsplitNeverFindsAnEmptyDelimiter) {
-    EXPECT_EQ(splitAt("abc", ""), Texts{"abc"});
+} // namespace
+
+TEST_P(TextSplitFields, AreThoseOfTheText) {
+    for (const SplitCase &row : GetParam().cases) {
+        EXPECT_EQ(splitAt(row.text, row.delimiter), row.fields) << row.text;
+    }
 }
+INSTANTIATE_TEST_SUITE_P(Rule, TextSplitFields, testing::ValuesIn(SPLIT_RULES), nameOfRule);
 
 TEST(TextSplit, StrsplitLeavesItsTextAlone) {
     const char text[] = "a,b";
@@ -246,32 +255,42 @@ TEST(TextSplit, SpliteStringCutsATokenToItsSlot) {
     EXPECT_STREQ(slots[1], "y");
 }
 
-TEST(TextSplit, RegMatchMatchesAnywhere) {
-    EXPECT_EQ(regMatch("^[0-9]+$", "123"), 1);
-    EXPECT_EQ(regMatch("^[0-9]+$", "12a"), 0);
-    EXPECT_EQ(regMatch("b+", "abbc"), 1);
-    EXPECT_EQ(regMatch("(ab|cd){2}", "xabcd"), 1);
-    EXPECT_EQ(regMatch("dm-[0-9]+", "mpatha (36) dm-3 KORVEL"), 1);
-}
+namespace {
 
-TEST(TextSplit, RegMatchKnowsNoFlagsButExtended) {
-    EXPECT_EQ(regMatch("ABC", "abc"), 0);     // letters' case counts
-    EXPECT_EQ(regMatch("^b$", "a\nb\nc"), 0); // a newline is no line end
-    EXPECT_EQ(regMatch("a.b", "a\nb"), 1);    // and any character
-    EXPECT_EQ(regMatch("a\\+b", "a+b"), 1);   // an escaped operator is itself
-}
+// A pattern, a text, and the answer.
+struct MatchCase {
+    const char *pattern;
+    const char *text;
+    int answer;
+};
 
-TEST(TextSplit, RegMatchOfABrokenPatternIsTwo) {
-    EXPECT_EQ(regMatch("(", "("), 2);
-    EXPECT_EQ(regMatch("a)(", "a"), 2);
-    EXPECT_EQ(regMatch("[a", "a"), 2);
-    EXPECT_EQ(regMatch("a{2,1}", "aa"), 2);
-}
+const Rule<MatchCase> MATCH_RULES[] = {
+    {"RegMatchMatchesAnywhere",
+     {{"^[0-9]+$", "123", 1},
+      {"^[0-9]+$", "12a", 0},
+      {"b+", "abbc", 1},
+      {"(ab|cd){2}", "xabcd", 1},
+      {"dm-[0-9]+", "mpatha (36) dm-3 KORVEL", 1}}},
+    {"RegMatchKnowsNoFlagsButExtended",
+     {
+         {"ABC", "abc", 0},     // letters' case counts
+         {"^b$", "a\nb\nc", 0}, // a newline is no line end
+         {"a.b", "a\nb", 1},    // and any character
+         {"a\\+b", "a+b", 1}    // an escaped operator is itself
+     }},
+    {"RegMatchOfABrokenPatternIsTwo", {{"(", "(", 2}, {"a)(", "a", 2}, {"[a", "a", 2}, {"a{2,1}", "aa", 2}}},
+    {"RegMatchOfNullOrEmptyIsZero",
+     {{nullptr, "a", 0}, {"a", nullptr, 0}, {"", "a", 0}, {"a", "", 0}, {"(", "", 0}}},
+};
 
-TEST(TextSplit, RegMatchOfNullOrEmptyIsZero) {
-    EXPECT_EQ(regMatch(nullptr, "a"), 0);
-    EXPECT_EQ(regMatch("a", nullptr), 0);
-    EXPECT_EQ(regMatch("", "a"), 0);
-    EXPECT_EQ(regMatch("a", ""), 0);
-    EXPECT_EQ(regMatch("(", ""), 0);
+class TextSplitMatch : public testing::TestWithParam<Rule<MatchCase>> {};
+
+} // namespace
+
+TEST_P(TextSplitMatch, IsAnswered) {
+    for (const MatchCase &row : GetParam().cases) {
+        EXPECT_EQ(regMatch(row.pattern, row.text), row.answer)
+            << testing::PrintToString(row.pattern) << " " << testing::PrintToString(row.text);
+    }
 }
+INSTANTIATE_TEST_SUITE_P(Rule, TextSplitMatch, testing::ValuesIn(MATCH_RULES), nameOfRule);

@@ -1,59 +1,63 @@
 // What release names and kernels mean: SysV or systemd, NVMe over Fabrics or not.
-#include "cli/cli_exe.h"
+#include "host/host_os.h"
 
 #include <string>
 
 #include <gtest/gtest.h>
 
 #include "tests/support/fake_host.h"
+#include "tests/support/rules.h"
 
-TEST(HostOs, RedHatServerIsNvmeCapableFromExactly80) {
-    EXPECT_FALSE(isNvmeCapableOs("Red Hat Enterprise Linux Server 7.9 "));
-    EXPECT_TRUE(isNvmeCapableOs("Red Hat Enterprise Linux Server 8.0"));
-    EXPECT_TRUE(isNvmeCapableOs("Red Hat Enterprise Linux Server 8.0 "));
-    EXPECT_TRUE(isNvmeCapableOs("Red Hat Enterprise Linux Server 9.2 "));
-}
+namespace {
 
-TEST(HostOs, RedHatWithoutServerIsNvmeCapableFromExactly80) {
-    EXPECT_FALSE(isNvmeCapableOs("Red Hat Enterprise Linux 7.9"));
-    EXPECT_TRUE(isNvmeCapableOs("Red Hat Enterprise Linux 8.0"));
-    EXPECT_TRUE(isNvmeCapableOs("Red Hat Enterprise Linux 8.4 "));
-    // Byte by byte: a tenth generation comes before the eighth.
-    EXPECT_FALSE(isNvmeCapableOs("Red Hat Enterprise Linux 10.0 "));
-}
+// A distribution's name, and whether it supports NVMe over Fabrics.
+struct CapableCase {
+    const char *os_name;
+    bool capable;
+};
 
-TEST(HostOs, CentOsIsNvmeCapableFromExactly80) {
-    EXPECT_FALSE(isNvmeCapableOs("CentOS Linux 7.9.2009 "));
-    EXPECT_TRUE(isNvmeCapableOs("CentOS Linux 8.0"));
-    EXPECT_TRUE(isNvmeCapableOs("CentOS Linux 8.4.2105 "));
-}
+const Rule<CapableCase> CAPABLE_RULES[] = {
+    {"RedHatServerIsNvmeCapableFromExactly80",
+     {{"Red Hat Enterprise Linux Server 7.9 ", false},
+      {"Red Hat Enterprise Linux Server 8.0", true},
+      {"Red Hat Enterprise Linux Server 8.0 ", true},
+      {"Red Hat Enterprise Linux Server 9.2 ", true}}},
+    {"RedHatWithoutServerIsNvmeCapableFromExactly80",
+     {{"Red Hat Enterprise Linux 7.9", false},
+      {"Red Hat Enterprise Linux 8.0", true},
+      {"Red Hat Enterprise Linux 8.4 ", true},
+      // Byte by byte: a tenth generation comes before the eighth.
+      {"Red Hat Enterprise Linux 10.0 ", false}}},
+    {"CentOsIsNvmeCapableFromExactly80",
+     {{"CentOS Linux 7.9.2009 ", false}, {"CentOS Linux 8.0", true}, {"CentOS Linux 8.4.2105 ", true}}},
+    {"SuseIsNvmeCapableFromExactly12Sp6ByItsOsRelease",
+     {{"VERSION=\"12-SP5\"\n", false},
+      {"VERSION=\"12-SP6\"", true},
+      {"VERSION=\"12-SP6\"\n", true},
+      {"VERSION=\"15-SP3\"\n", true}}},
+    {"ASuseReleaseNameMustComeAfter12Patchlevel6",
+     {{"SUSE Linux Enterprise Server 12 PATCHLEVEL = 6", false},
+      {"SUSE Linux Enterprise Server 12 PATCHLEVEL = 6\n", true},
+      {"SUSE Linux Enterprise Server 12 PATCHLEVEL = 7", true},
+      {"SUSE Linux Enterprise Server 15", true},
+      {"SUSE Linux Enterprise Server 11", false}}},
+    {"AnyOtherNameIsNotNvmeCapable",
+     {{"", false}, {"Unknown Linux", false}, {"Oracle Linux Server 8.", false}, {"VERSION=\"15\"\n", false}}},
+    {"TheFirstMatchingRuleDecides",
+     {// "Red" goes before "SUSE", whatever the rest of the name says.
+      {"A SUSE with Red in it", false}}},
+};
 
-TEST(HostOs, SuseIsNvmeCapableFromExactly12Sp6ByItsOsRelease) {
-    EXPECT_FALSE(isNvmeCapableOs("VERSION=\"12-SP5\"\n"));
-    EXPECT_TRUE(isNvmeCapableOs("VERSION=\"12-SP6\""));
-    EXPECT_TRUE(isNvmeCapableOs("VERSION=\"12-SP6\"\n"));
-    EXPECT_TRUE(isNvmeCapableOs("VERSION=\"15-SP3\"\n"));
-}
+class HostOsNvme : public testing::TestWithParam<Rule<CapableCase>> {};
 
-TEST(HostOs, ASuseReleaseNameMustComeAfter12Patchlevel6) {
-    EXPECT_FALSE(isNvmeCapableOs("SUSE Linux Enterprise Server 12 PATCHLEVEL = 6"));
-    EXPECT_TRUE(isNvmeCapableOs("SUSE Linux Enterprise Server 12 PATCHLEVEL = 6\n"));
-    EXPECT_TRUE(isNvmeCapableOs("SUSE Linux Enterprise Server 12 PATCHLEVEL = 7"));
-    EXPECT_TRUE(isNvmeCapableOs("SUSE Linux Enterprise Server 15"));
-    EXPECT_FALSE(isNvmeCapableOs("SUSE Linux Enterprise Server 11"));
-}
+} // namespace
 
-TEST(HostOs, AnyOtherNameIsNotNvmeCapable) {
-    EXPECT_FALSE(isNvmeCapableOs(""));
-    EXPECT_FALSE(isNvmeCapableOs("Unknown Linux"));
-    EXPECT_FALSE(isNvmeCapableOs("Oracle Linux Server 8."));
-    EXPECT_FALSE(isNvmeCapableOs("VERSION=\"15\"\n"));
+TEST_P(HostOsNvme, IsToldByTheName) {
+    for (const CapableCase &row : GetParam().cases) {
+        EXPECT_EQ(isNvmeCapableOs(row.os_name), row.capable) << row.os_name;
+    }
 }
-
-TEST(HostOs, TheFirstMatchingRuleDecides) {
-    // "Red" goes before "SUSE", whatever the rest of the name says.
-    EXPECT_FALSE(isNvmeCapableOs("A SUSE with Red in it"));
-}
+INSTANTIATE_TEST_SUITE_P(Rule, HostOsNvme, testing::ValuesIn(CAPABLE_RULES), nameOfRule);
 
 TEST(HostOs, Suse11Sp4IsKnownByBothMarks) {
     EXPECT_TRUE(isSuse11Sp4("VERSION=\"11.4\"\n"));

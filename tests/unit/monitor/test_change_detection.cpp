@@ -1,5 +1,5 @@
 // Change detection: which lines two lists give, in which order, and when the snapshot is rewritten.
-#include "monitor/monitor.h"
+#include "monitor/change_detection.h"
 
 #include <algorithm>
 #include <random>
@@ -10,9 +10,11 @@
 
 #include <gtest/gtest.h>
 
-#include "common/comm_util.h"
+#include "common/log.h"
+#include "monitor/cycle.h"
 #include "tests/support/dumps_redirect.h"
 #include "tests/support/lun_list_maker.h"
+#include "tests/support/rules.h"
 #include "tests/support/seeded_random.h"
 
 namespace {
@@ -118,14 +120,14 @@ std::string snapshotText(const List &list) {
 
 constexpr char OLD_SNAPSHOT[] = "the snapshot of an earlier cycle\n";
 
-class ChangeLog : public testing::Test {
+class ChangeDetection : public testing::Test {
   protected:
-    ChangeLog() {
+    ChangeDetection() {
         g_pLunPath = mallocLunpath();
         g_pOldLunPath = mallocLunpath();
         snprintf(lunPathFile, sizeof(lunPathFile), "/dumps/data.dravik");
     }
-    ~ChangeLog() override {
+    ~ChangeDetection() override {
         freeLunpath(g_pLunPath);
         freeLunpath(g_pOldLunPath);
         g_pLunPath = nullptr;
@@ -189,7 +191,7 @@ const std::string PATH_3_PROPERTIES =
 
 // ---- what is a change
 
-TEST_F(ChangeLog, IdenticalListsLogNothingAndDoNotTouchTheSnapshot) {
+TEST_F(ChangeDetection, IdenticalListsLogNothingAndDoNotTouchTheSnapshot) {
     makeLunList(g_pOldLunPath, {PATH_1, PATH_2, PATH_3});
     makeLunList(g_pLunPath, {PATH_1, PATH_2, PATH_3});
     dumps.forgetLogs();
@@ -207,20 +209,61 @@ TEST_F(ChangeLog, IdenticalListsLogNothingAndDoNotTouchTheSnapshot) {
     EXPECT_EQ(dumps.read("data.dravik"), OLD_SNAPSHOT);
 }
 
-TEST_F(ChangeLog, TwoEmptyListsLogNothing) {
-    expectChanges({}, {}, {});
-}
+namespace {
 
-TEST_F(ChangeLog, AnotherOrderOfTheSamePathsIsNoChange) {
-    expectChanges({PATH_1, PATH_2, PATH_3}, {PATH_3, PATH_2, PATH_1}, {});
-}
+// Two lists, and the lines that their comparison gives.
+struct ChangeCase {
+    List before;
+    List now;
+    Lines lines;
+};
 
-TEST_F(ChangeLog, AFaultyPathLogsExactlyOneStatusLineAndRewritesTheSnapshot) {
-    expectChanges({PATH_1, PATH_2}, {with(PATH_1, &LunFields::status, "faulty"), PATH_2},
-                  {"The path status is changed from [ready] to [faulty] for the path [ dev_name: sdb ]."});
-}
+const Rule<ChangeCase> CHANGE_RULES[] = {
+    {"TwoEmptyListsLogNothing", {{{}, {}, {}}}},
+    {"AnotherOrderOfTheSamePathsIsNoChange", {{{PATH_1, PATH_2, PATH_3}, {PATH_3, PATH_2, PATH_1}, {}}}},
+    {"AFaultyPathLogsExactlyOneStatusLineAndRewritesTheSnapshot",
+     {{{PATH_1, PATH_2},
+       {with(PATH_1, &LunFields::status, "faulty"), PATH_2},
+       {"The path status is changed from [ready] to [faulty] for the path [ dev_name: sdb ]."}}}},
+    {"TheDeviceNumberOfAPathIsNeverCompared", {{{PATH_1}, {with(PATH_1, &LunFields::id, "65:0")}, {}}}},
+    {"AllThatIsNewIsCreatedOnTheFirstCycleWithoutASnapshot",
+     {{{},
+       {PATH_1, PATH_2, PATH_3},
+       {CREATED_A, CREATED_B, "The path is created, " + PATH_1_PROPERTIES,
+        "The path is created, " + PATH_2_PROPERTIES, "The path is created, " + PATH_3_PROPERTIES}}}},
+    {"AnEmptyCurrentListReportsAllDeletedAndLeavesTheSnapshot",
+     {{{PATH_1, PATH_2, PATH_3},
+       {},
+       {DELETED_A, DELETED_B, "The path is deleted, " + PATH_1_PROPERTIES,
+        "The path is deleted, " + PATH_2_PROPERTIES, "The path is deleted, " + PATH_3_PROPERTIES}},
+      // A cycle later nothing has been remembered: the same again.
+      {{PATH_3}, {}, {DELETED_B, "The path is deleted, " + PATH_3_PROPERTIES}}}},
+    {"APathThatComesOrGoesUnderAKeptVolumeIsNoVolumeLine",
+     {{{PATH_1, PATH_2}, {PATH_1}, {"The path is deleted, " + PATH_2_PROPERTIES}},
+      {{PATH_1}, {PATH_1, PATH_2}, {"The path is created, " + PATH_2_PROPERTIES}}}},
+    {"AWwidInTwoRunsThatIsGoneIsReportedDeletedTwice",
+     {{{PATH_1, PATH_3, PATH_2},
+       {PATH_3},
+       {DELETED_A, DELETED_A, "The path is deleted, " + PATH_1_PROPERTIES,
+        "The path is deleted, " + PATH_2_PROPERTIES}},
+      {{PATH_3},
+       {PATH_1, PATH_3, PATH_2},
+       {CREATED_A, CREATED_A, "The path is created, " + PATH_1_PROPERTIES,
+        "The path is created, " + PATH_2_PROPERTIES}}}},
+};
 
-TEST_F(ChangeLog, EachDifferenceOfAPathIsALineInTheFixedOrder) {
+class ChangeDetectionRule : public ChangeDetection, public testing::WithParamInterface<Rule<ChangeCase>> {};
+
+} // namespace
+
+TEST_P(ChangeDetectionRule, GivesLines) {
+    for (const ChangeCase &row : GetParam().cases) {
+        expectChanges(row.before, row.now, row.lines);
+    }
+}
+INSTANTIATE_TEST_SUITE_P(Rule, ChangeDetectionRule, testing::ValuesIn(CHANGE_RULES), nameOfRule);
+
+TEST_F(ChangeDetection, EachDifferenceOfAPathIsALineInTheFixedOrder) {
     const LunFields other = {"mpathz", "36z", "8:99", "sdb", "shaky", "failed", "offline"};
     expectChanges(
         {PATH_1, PATH_3}, {other, PATH_3},
@@ -232,37 +275,14 @@ TEST_F(ChangeLog, EachDifferenceOfAPathIsALineInTheFixedOrder) {
          "The dravik status is changed from [running] to [offline] for the path [ dev_name: sdb ]."});
 }
 
-TEST_F(ChangeLog, TheDeviceNumberOfAPathIsNeverCompared) {
-    expectChanges({PATH_1}, {with(PATH_1, &LunFields::id, "65:0")}, {});
-}
-
-TEST_F(ChangeLog, AllThatIsNewIsCreatedOnTheFirstCycleWithoutASnapshot) {
-    expectChanges({}, {PATH_1, PATH_2, PATH_3},
-                  {CREATED_A, CREATED_B, "The path is created, " + PATH_1_PROPERTIES,
-                   "The path is created, " + PATH_2_PROPERTIES, "The path is created, " + PATH_3_PROPERTIES});
-}
-
-TEST_F(ChangeLog, AnEmptyCurrentListReportsAllDeletedAndLeavesTheSnapshot) {
-    expectChanges({PATH_1, PATH_2, PATH_3}, {},
-                  {DELETED_A, DELETED_B, "The path is deleted, " + PATH_1_PROPERTIES,
-                   "The path is deleted, " + PATH_2_PROPERTIES, "The path is deleted, " + PATH_3_PROPERTIES});
-    // A cycle later nothing has been remembered: the same again.
-    expectChanges({PATH_3}, {}, {DELETED_B, "The path is deleted, " + PATH_3_PROPERTIES});
-}
-
-TEST_F(ChangeLog, APathThatComesOrGoesUnderAKeptVolumeIsNoVolumeLine) {
-    expectChanges({PATH_1, PATH_2}, {PATH_1}, {"The path is deleted, " + PATH_2_PROPERTIES});
-    expectChanges({PATH_1}, {PATH_1, PATH_2}, {"The path is created, " + PATH_2_PROPERTIES});
-}
-
-TEST_F(ChangeLog, ADeviceNameUnderAnotherVolumeIsReportedAsChanged) {
+TEST_F(ChangeDetection, ADeviceNameUnderAnotherVolumeIsReportedAsChanged) {
     const LunFields moved = {"mpathb", "36b", "8:16", "sdb", "ready", "active", "running"};
     expectChanges({PATH_1, PATH_2, PATH_3}, {PATH_2, moved, PATH_3},
                   {"The path alias is changed from [mpatha] to [mpathb] for the path [ dev_name: sdb ].",
                    "The lun wwid is changed from [36a] to [36b] for the path [ dev_name: sdb ]."});
 }
 
-TEST_F(ChangeLog, TheLinesStandInTheOrderOfTheFourPasses) {
+TEST_F(ChangeDetection, TheLinesStandInTheOrderOfTheFourPasses) {
     const LunFields path_4 = {"mpathc", "36c", "8:64", "sde", "ready", "active", "running"};
     const std::string path_4_properties =
         "the properties are [ path_alias: mpathc, wwid: 36c, dev_name: sde, "
@@ -275,23 +295,14 @@ TEST_F(ChangeLog, TheLinesStandInTheOrderOfTheFourPasses) {
                    "The path is created, " + path_4_properties});
 }
 
-TEST_F(ChangeLog, AWwidInTwoRunsThatIsGoneIsReportedDeletedTwice) {
-    expectChanges({PATH_1, PATH_3, PATH_2}, {PATH_3},
-                  {DELETED_A, DELETED_A, "The path is deleted, " + PATH_1_PROPERTIES,
-                   "The path is deleted, " + PATH_2_PROPERTIES});
-    expectChanges({PATH_3}, {PATH_1, PATH_3, PATH_2},
-                  {CREATED_A, CREATED_A, "The path is created, " + PATH_1_PROPERTIES,
-                   "The path is created, " + PATH_2_PROPERTIES});
-}
-
-TEST_F(ChangeLog, RecordsOfOneNameAreAllComparedWithTheFirstOfThatName) {
+TEST_F(ChangeDetection, RecordsOfOneNameAreAllComparedWithTheFirstOfThatName) {
     const LunFields twin = with(PATH_1, &LunFields::status, "faulty");
     expectChanges({PATH_1, PATH_1}, {twin, PATH_1},
                   {"The path status is changed from [ready] to [faulty] for the path [ dev_name: sdb ].",
                    "The path status is changed from [ready] to [faulty] for the path [ dev_name: sdb ]."});
 }
 
-TEST_F(ChangeLog, RecordsWithoutPathDataMatchOneAnotherByTheirEmptyNames) {
+TEST_F(ChangeDetection, RecordsWithoutPathDataMatchOneAnotherByTheirEmptyNames) {
     const LunFields volume_a = {"mpatha", "36a", "", "", "", "", ""};
     const LunFields volume_b = {"mpathb", "36b", "", "", "", "", ""};
     expectChanges({volume_a}, {volume_a, volume_b}, {CREATED_B});
@@ -301,7 +312,7 @@ TEST_F(ChangeLog, RecordsWithoutPathDataMatchOneAnotherByTheirEmptyNames) {
                    "The lun wwid is changed from [36b] to [36a] for the path [ dev_name:  ]."});
 }
 
-TEST_F(ChangeLog, AVolumeWithAnEmptyWwidAtTheFrontOfItsListIsLookedForAsAnyOther) {
+TEST_F(ChangeDetection, AVolumeWithAnEmptyWwidAtTheFrontOfItsListIsLookedForAsAnyOther) {
     const LunFields nameless = with(PATH_1, &LunFields::wwid, "");
     expectChanges({nameless, PATH_3}, {PATH_3},
                   {"The lun is deleted, the properties are [ path_alias: mpatha, wwid:  ].",
@@ -311,7 +322,7 @@ TEST_F(ChangeLog, AVolumeWithAnEmptyWwidAtTheFrontOfItsListIsLookedForAsAnyOther
 
 // ---- over-long texts
 
-TEST_F(ChangeLog, AliasesThatDifferOnlyAfterTheir30thCharacterAreEqual) {
+TEST_F(ChangeDetection, AliasesThatDifferOnlyAfterTheir30thCharacterAreEqual) {
     const std::string alias(30, 'a');
     expectChanges({with(PATH_1, &LunFields::alias, alias)}, {with(PATH_1, &LunFields::alias, alias + "x")},
                   {});
@@ -319,7 +330,7 @@ TEST_F(ChangeLog, AliasesThatDifferOnlyAfterTheir30thCharacterAreEqual) {
                   {});
 }
 
-TEST_F(ChangeLog, AnOverLongAliasReadsAsItsFirst31CharactersAndTheWwid) {
+TEST_F(ChangeDetection, AnOverLongAliasReadsAsItsFirst31CharactersAndTheWwid) {
     const std::string wwid = "36000d310000000000000000000000001"; // 33 characters
     LunFields path = PATH_1;
     path.alias = wwid.substr(0, 31);
@@ -335,7 +346,7 @@ TEST_F(ChangeLog, AnOverLongAliasReadsAsItsFirst31CharactersAndTheWwid) {
         {"The path alias is changed from [mpatha] to [" + shown + "] for the path [ dev_name: sdb ]."});
 }
 
-TEST_F(ChangeLog, ASemicolonOrAPercentSignInAFieldIsWrittenAsItStands) {
+TEST_F(ChangeDetection, ASemicolonOrAPercentSignInAFieldIsWrittenAsItStands) {
     const LunFields odd = {"a;b%s", "%n;w", "8:16", "sd%d;", "re;ady", "act%ive", "run%s;ning"};
     expectChanges(
         {}, {odd},
@@ -346,7 +357,7 @@ TEST_F(ChangeLog, ASemicolonOrAPercentSignInAFieldIsWrittenAsItStands) {
 
 // ---- around the comparison
 
-TEST_F(ChangeLog, TheSnapshotThatCannotBeWrittenIsLoggedAndOtherwiseIgnored) {
+TEST_F(ChangeDetection, TheSnapshotThatCannotBeWrittenIsLoggedAndOtherwiseIgnored) {
     makeLunList(g_pLunPath, {PATH_1});
     dumps.forgetLogs();
     snprintf(lunPathFile, sizeof(lunPathFile), "/dumps/no-such-folder/data.dravik");
@@ -356,7 +367,7 @@ TEST_F(ChangeLog, TheSnapshotThatCannotBeWrittenIsLoggedAndOtherwiseIgnored) {
     EXPECT_EQ(dumps.changeLogLines(), (Lines{CREATED_A, "The path is created, " + PATH_1_PROPERTIES}));
 }
 
-TEST_F(ChangeLog, EachLineIsAlsoTracedToTheConsole) {
+TEST_F(ChangeDetection, EachLineIsAlsoTracedToTheConsole) {
     makeLunList(g_pOldLunPath, {PATH_1, PATH_2});
     makeLunList(g_pLunPath, {with(PATH_1, &LunFields::status, "faulty"), PATH_3});
     dumps.forgetLogs();
@@ -373,7 +384,7 @@ TEST_F(ChangeLog, EachLineIsAlsoTracedToTheConsole) {
     EXPECT_EQ(dumps.changeLog(), trace); // time stamp and message only
 }
 
-TEST_F(ChangeLog, ThousandsOfRandomListsGiveTheLinesOfALinearComparison) {
+TEST_F(ChangeDetection, ThousandsOfRandomListsGiveTheLinesOfALinearComparison) {
     std::mt19937 random = seededRandom(11);
     const auto below = [&](size_t bound) { return random() % bound; };
     const auto text = [&](size_t variety, size_t width) {

@@ -1,5 +1,5 @@
 // The monitor's cycle: what it asks, compares, logs, remembers and sleeps.
-#include "monitor/monitor.h"
+#include "monitor/cycle.h"
 
 #include <ctime>
 #include <stdexcept>
@@ -9,7 +9,8 @@
 
 #include <gtest/gtest.h>
 
-#include "common/comm_util.h"
+#include "common/log.h"
+#include "common/text.h"
 #include "tests/support/cycle_fixture.h"
 #include "tests/support/dumps_redirect.h"
 #include "tests/support/fake_host.h"

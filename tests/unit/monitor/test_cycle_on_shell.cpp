@@ -1,9 +1,11 @@
 // The monitor's cycle with the real command runner: what a steady cycle allocates, and a tool that comes and goes.
+#include "monitor/cycle.h"
+
 #include <string>
 
 #include <gtest/gtest.h>
 
-#include "common/comm_util.h"
+#include "common/log.h"
 #include "tests/support/allocation_count.h"
 #include "tests/support/cycle_fixture.h"
 #include "tests/support/dumps_redirect.h"

@@ -1,16 +1,15 @@
-// The list of devices to report and other names of a device.
-#include "stats/stats.h"
+// The list of devices to report.
+#include "stats/device_list.h"
 
 #include <cstring>
-#include <filesystem>
 #include <random>
 #include <string>
 #include <sys/resource.h>
-#include <unistd.h>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "tests/support/seeded_random.h"
 #include "tests/support/stats_host.h"
 
 namespace {
@@ -116,8 +115,7 @@ TEST_F(DeviceList, TheNameColumnIsAsWideAsTheLongestAliasOfADeviceButAtLeastThir
 }
 
 TEST_F(DeviceList, TheIndexAnswersAsTheLinearSearchDoes) {
-    constexpr unsigned int SEED = 4711;
-    std::mt19937 random(SEED); // NOLINT(cert-msc32-c,cert-msc51-cpp): a failure must come back
+    std::mt19937 random = seededRandom(4711);
     for (int round = 0; round < 30; round++) {
         const int entries = 1 + static_cast<int>(random() % 300);
         salloc_dev_list(entries);
@@ -133,47 +131,9 @@ TEST_F(DeviceList, TheIndexAnswersAsTheLinearSearchDoes) {
             if (expected == entries + 1) {
                 expected = -1;
             }
-            ASSERT_EQ(add(name, "alias"), expected) << SEED << " " << name;
+            ASSERT_EQ(add(name, "alias"), expected) << name;
         }
     }
-}
-
-TEST(DeviceNaming, ALinkIsFollowedAndTheDevFolderDropped) {
-    const StatsHost host;
-    const std::string link = host.path("/link");
-    ASSERT_EQ(symlink("/dev/null", link.c_str()), 0);
-    EXPECT_STREQ(device_name(link.c_str()), "null");
-    EXPECT_STREQ(device_name("/dev/null"), "null");
-    host.write("/file", "");
-    std::filesystem::remove(link);
-    ASSERT_EQ(symlink("file", link.c_str()), 0);
-    EXPECT_EQ(device_name(link.c_str()), std::filesystem::canonical(host.path("/file")).string());
-}
-
-TEST(DeviceNaming, WhatLeadsNowhereIsTheNameItself) {
-    const char *name = "dm-3";
-    EXPECT_EQ(device_name(name), name);
-    EXPECT_STREQ(device_name("/nonexistent/dm-3"), "/nonexistent/dm-3");
-    EXPECT_STREQ(device_name(""), "");
-}
-
-TEST(DeviceNaming, AFileInTheWorkingFolderDoesNotHideADevice) {
-    const StatsHost host;
-    host.write("/working/sdb", "");
-    ASSERT_EQ(symlink("/dev/null", host.path("/working/sdc").c_str()), 0);
-    const std::filesystem::path before = std::filesystem::current_path();
-    std::filesystem::current_path(host.path("/working"));
-    EXPECT_STREQ(device_name("sdb"), "sdb");
-    EXPECT_STREQ(device_name("sdc"), "null");
-    std::filesystem::current_path("/dev");
-    EXPECT_STREQ(device_name("null"), "null");
-    std::filesystem::current_path(before);
-}
-
-TEST(DeviceNaming, TheNamingTablesFindNoName) {
-    EXPECT_EQ(device_table_name(8, 16), nullptr);
-    EXPECT_EQ(device_mapper_name(253, 3), nullptr);
-    EXPECT_EQ(get_pretty_name_from_persistent("sdb"), nullptr);
 }
 
 } // namespace

@@ -1,5 +1,5 @@
 // The loop: what it prints sample by sample, and what the signals do to it.
-#include "stats/stats.h"
+#include "stats/sampling.h"
 
 #include <cerrno>
 #include <cmath>
@@ -18,17 +18,11 @@
 
 #include <gtest/gtest.h>
 
+#include "stats/stats.h"
+#include "tests/support/report_texts.h"
 #include "tests/support/stats_host.h"
 
 namespace {
-
-constexpr char BANNER[] =
-    "================================================================================================\n"
-    "                                   I/O Performance Information                                  \n"
-    "================================================================================================\n";
-constexpr char HEADER[] =
-    "Device           IOPS                         KB/S                        ResponseTime(ms)\n"
-    "                 |Total     Read    Write     |Total      Read     Write  |Total    Read   Write\n";
 
 // A command's child process: the loop with its output in a pipe whose every write arrives by itself.
 class Command {
@@ -130,7 +124,7 @@ class Command {
     bool ended = false;
 };
 
-class StatSampling : public testing::Test {
+class Sampling : public testing::Test {
   protected:
     StatsHost host;
     tm local = {};
@@ -176,7 +170,7 @@ const std::string REPORT =
     "sdb                2.00     2.00     0.00      20.00     20.00      0.00    2.00    2.00    0.00 \n"
     "\n";
 
-TEST_F(StatSampling, OneReportIsTheBannerAndTheCountsSinceBoot) {
+TEST_F(Sampling, OneReportIsTheBannerAndTheCountsSinceBoot) {
     start({"dm-3=mpatha", "sdb"}, COUNTERS);
     EXPECT_EQ(loop(1), BANNER + REPORT);
     EXPECT_EQ(cur_slot, 1);
@@ -184,7 +178,7 @@ TEST_F(StatSampling, OneReportIsTheBannerAndTheCountsSinceBoot) {
     EXPECT_LE(std::abs(difftime(now, mktime(&local))), 60.0);
 }
 
-TEST_F(StatSampling, TheSecondReportIsOfTheInterval) {
+TEST_F(Sampling, TheSecondReportIsOfTheInterval) {
     start({"dm-3=mpatha", "sdb"}, COUNTERS);
     installAlarm();
     Command command([this] { rw_io_stat_loop(2, &local); });
@@ -205,7 +199,7 @@ TEST_F(StatSampling, TheSecondReportIsOfTheInterval) {
     EXPECT_EQ(WEXITSTATUS(command.status), 77);
 }
 
-TEST_F(StatSampling, ABannerAndAReportAreOneWriteEach) {
+TEST_F(Sampling, ABannerAndAReportAreOneWriteEach) {
     start({"dm-3=mpatha", "sdb"}, COUNTERS);
     Command command([this] { rw_io_stat_loop(-1, &local); });
     EXPECT_EQ(command.nextWrite(), BANNER);
@@ -217,7 +211,7 @@ TEST_F(StatSampling, ABannerAndAReportAreOneWriteEach) {
     EXPECT_EQ(report, REPORT);
 }
 
-TEST_F(StatSampling, ADeviceThatAppearsLaterIsMeasuredFromZeroAndOneThatVanishesLeavesTheReport) {
+TEST_F(Sampling, ADeviceThatAppearsLaterIsMeasuredFromZeroAndOneThatVanishesLeavesTheReport) {
     start({"dm-3=mpatha", "sdb"}, diskstatsLine("sdb", {4, 0, 80, 8}));
     installAlarm();
     Command command([this] { rw_io_stat_loop(3, &local); });
@@ -240,7 +234,7 @@ TEST_F(StatSampling, ADeviceThatAppearsLaterIsMeasuredFromZeroAndOneThatVanishes
     EXPECT_EQ(command.rest(), std::string(BANNER) + HEADER + "\n");
 }
 
-TEST_F(StatSampling, RowsComeBackWithTheCounterFile) {
+TEST_F(Sampling, RowsComeBackWithTheCounterFile) {
     start({"dm-3=mpatha", "sdb"}, COUNTERS);
     installAlarm();
     host.diskstats("");
@@ -254,7 +248,7 @@ TEST_F(StatSampling, RowsComeBackWithTheCounterFile) {
     EXPECT_EQ(command.rest(), BANNER + REPORT);
 }
 
-TEST_F(StatSampling, AnOmittedFirstReportIsTakenButNeitherPrintedNorCounted) {
+TEST_F(Sampling, AnOmittedFirstReportIsTakenButNeitherPrintedNorCounted) {
     start({"dm-3=mpatha", "sdb"}, COUNTERS);
     installAlarm();
     st_settings.omit_first_report = true;
@@ -270,14 +264,14 @@ TEST_F(StatSampling, AnOmittedFirstReportIsTakenButNeitherPrintedNorCounted) {
                                   "Path:\n\n");
 }
 
-TEST_F(StatSampling, WithoutAnIntervalTheFirstReportIsNotOmitted) {
+TEST_F(Sampling, WithoutAnIntervalTheFirstReportIsNotOmitted) {
     start({"dm-3=mpatha", "sdb"}, COUNTERS);
     st_settings.omit_first_report = true;
     st_interval = 0;
     EXPECT_EQ(loop(1), BANNER + REPORT);
 }
 
-TEST_F(StatSampling, WithSeveralProcessorsTheHostsClockIsRead) {
+TEST_F(Sampling, WithSeveralProcessorsTheHostsClockIsRead) {
     start({"dm-3=mpatha", "sdb"}, COUNTERS);
     cpu_nr = 8;
     host.write("/proc/stat", "cpu  1600 0 0 0 0 0 0 0 0 0\n");
@@ -286,7 +280,7 @@ TEST_F(StatSampling, WithSeveralProcessorsTheHostsClockIsRead) {
     EXPECT_EQ(uptime[1], 1600U);
 }
 
-TEST_F(StatSampling, TheCounterSourceFollowsListAndSettings) {
+TEST_F(Sampling, TheCounterSourceFollowsListAndSettings) {
     const std::string disk_file = "7 0 0 0 0 0 0 0 0 0 0\n";
     host.write("/sys/block/sdb/stat", disk_file);
     host.write("/sys/block/sdz/stat", disk_file);
@@ -318,7 +312,7 @@ TEST_F(StatSampling, TheCounterSourceFollowsListAndSettings) {
         << all;
 }
 
-TEST_F(StatSampling, GroupsAreAddedUpWhenThereAreAny) {
+TEST_F(Sampling, GroupsAreAddedUpWhenThereAreAny) {
     group_nr = 1;
     strcpy(st_group_name, " all");
     start({"sdb", "sdc"}, diskstatsLine("sdb", {4, 0, 0, 0, 1}) + diskstatsLine("sdc", {5}));
@@ -328,7 +322,7 @@ TEST_F(StatSampling, GroupsAreAddedUpWhenThereAreAny) {
 
 // ---- signals
 
-TEST_F(StatSampling, CtrlCPrintsANewlineAndExitsWithZero) {
+TEST_F(Sampling, CtrlCPrintsANewlineAndExitsWithZero) {
     start({"dm-3=mpatha", "sdb"}, COUNTERS);
     Command command([this] {
         initSignal();
@@ -342,7 +336,7 @@ TEST_F(StatSampling, CtrlCPrintsANewlineAndExitsWithZero) {
     EXPECT_EQ(WEXITSTATUS(command.status), 0);
 }
 
-TEST_F(StatSampling, CtrlCAndTheAlarmDuringASampleWaitForTheWholeReport) {
+TEST_F(Sampling, CtrlCAndTheAlarmDuringASampleWaitForTheWholeReport) {
     start({"dm-3=mpatha", "sdb"}, COUNTERS);
     host.remove("/proc/diskstats");
     ASSERT_EQ(mkfifo(host.path("/proc/diskstats").c_str(), 0600), 0);
@@ -362,7 +356,7 @@ TEST_F(StatSampling, CtrlCAndTheAlarmDuringASampleWaitForTheWholeReport) {
     EXPECT_EQ(WEXITSTATUS(command.status), 0);
 }
 
-TEST_F(StatSampling, AnAlarmThatFiresDuringASampleIsNotLost) {
+TEST_F(Sampling, AnAlarmThatFiresDuringASampleIsNotLost) {
     start({"dm-3=mpatha", "sdb"}, COUNTERS);
     host.remove("/proc/diskstats");
     ASSERT_EQ(mkfifo(host.path("/proc/diskstats").c_str(), 0600), 0);
@@ -378,7 +372,7 @@ TEST_F(StatSampling, AnAlarmThatFiresDuringASampleIsNotLost) {
     EXPECT_EQ(WEXITSTATUS(command.status), 77);
 }
 
-TEST_F(StatSampling, TerminationEndsItAsTheSystemDoesAlsoDuringASample) {
+TEST_F(Sampling, TerminationEndsItAsTheSystemDoesAlsoDuringASample) {
     start({"dm-3=mpatha", "sdb"}, COUNTERS);
     host.remove("/proc/diskstats");
     ASSERT_EQ(mkfifo(host.path("/proc/diskstats").c_str(), 0600), 0);
@@ -393,7 +387,7 @@ TEST_F(StatSampling, TerminationEndsItAsTheSystemDoesAlsoDuringASample) {
     EXPECT_EQ(WTERMSIG(command.status), SIGTERM);
 }
 
-TEST_F(StatSampling, AReaderThatGoesAwayEndsItAsTheSystemDoes) {
+TEST_F(Sampling, AReaderThatGoesAwayEndsItAsTheSystemDoes) {
     start({"dm-3=mpatha", "sdb"}, COUNTERS);
     installAlarm();
     int ends[2];
@@ -417,7 +411,7 @@ TEST_F(StatSampling, AReaderThatGoesAwayEndsItAsTheSystemDoes) {
     EXPECT_EQ(WTERMSIG(status), SIGPIPE);
 }
 
-TEST_F(StatSampling, TheAlarmHandlerArmsTheNextInterval) {
+TEST_F(Sampling, TheAlarmHandlerArmsTheNextInterval) {
     st_interval = 3600;
     alarm_handler(SIGALRM);
     const unsigned int left = alarm(0);
@@ -425,7 +419,7 @@ TEST_F(StatSampling, TheAlarmHandlerArmsTheNextInterval) {
     EXPECT_LE(left, 3600U);
 }
 
-TEST_F(StatSampling, TheAlarmPacesTheLoop) {
+TEST_F(Sampling, TheAlarmPacesTheLoop) {
     start({"dm-3=mpatha", "sdb"}, COUNTERS);
     st_interval = 1;
     installAlarm();
@@ -445,14 +439,14 @@ TEST_F(StatSampling, TheAlarmPacesTheLoop) {
     EXPECT_GE(seconds, 1.9);
 }
 
-TEST_F(StatSampling, TheExitHandlerLeavesOtherSignalsAlone) {
+TEST_F(Sampling, TheExitHandlerLeavesOtherSignalsAlone) {
     start({"dm-3=mpatha", "sdb"}, COUNTERS);
     exitHandler(SIGTERM);
     EXPECT_NE(st_hdr_iodev, nullptr);
     EXPECT_NE(st_dev_list, nullptr);
 }
 
-TEST_F(StatSampling, TheLoopGivesTheSignalMaskBack) {
+TEST_F(Sampling, TheLoopGivesTheSignalMaskBack) {
     start({"dm-3=mpatha", "sdb"}, COUNTERS);
     loop(1);
     sigset_t mask;

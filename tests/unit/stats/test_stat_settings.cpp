@@ -1,5 +1,5 @@
 // The settings' rules: the default unit, the interval and the count.
-#include "stats/stats.h"
+#include "stats/stat_settings.h"
 
 #include <climits>
 #include <cstdlib>

@@ -1,4 +1,6 @@
 // Device and path records: their lists, their reuse, and the questions asked of them.
+#include "struct/s_dravik.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -7,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "struct/s_dravik.h"
+#include "tests/support/allocation_count.h"
 #include "tests/support/dumps_redirect.h"
 
 namespace {
@@ -97,7 +99,7 @@ unsigned int isNvme(const s_dravik *device) {
     return flag;
 }
 
-class DeviceRecords : public ::testing::Test {
+class SDravik : public ::testing::Test {
   protected:
     DumpsFolder dumps;
     Devices head{mallocDravik()};
@@ -105,7 +107,7 @@ class DeviceRecords : public ::testing::Test {
 
 } // namespace
 
-TEST_F(DeviceRecords, ANewNodeIsZeroedWithItsEndFlagSetAndOneLogLine) {
+TEST_F(SDravik, ANewNodeIsZeroedWithItsEndFlagSetAndOneLogLine) {
     EXPECT_EQ(dumps.commandLogLines(), (Names{"INFO  mallocDravik # Malloc struct s_dravik."}));
     s_dravik zeroed = {};
     zeroed.end = true;
@@ -120,7 +122,7 @@ TEST_F(DeviceRecords, ANewNodeIsZeroedWithItsEndFlagSetAndOneLogLine) {
     freePathDev(path);
 }
 
-TEST_F(DeviceRecords, AListJustAllocatedOrJustResetIsEmptyForEverySearch) {
+TEST_F(SDravik, AListJustAllocatedOrJustResetIsEmptyForEverySearch) {
     for (int round = 0; round < 2; ++round) {
         EXPECT_EQ(findDravikByPathAlias(head.get(), "mpatha"), nullptr);
         EXPECT_EQ(findDravikByPathAlias_noMemoryLeak(head.get(), "mpatha"), nullptr);
@@ -141,7 +143,7 @@ TEST_F(DeviceRecords, AListJustAllocatedOrJustResetIsEmptyForEverySearch) {
     EXPECT_EQ(isFailed(&pathless), 1U);
 }
 
-TEST_F(DeviceRecords, AfterThreeDevicesAndThenTwoTheThirdNodeStaysAndIsNeverReported) {
+TEST_F(SDravik, AfterThreeDevicesAndThenTwoTheThirdNodeStaysAndIsNeverReported) {
     refill(head.get(), {"a", "b", "c"});
     refill(head.get(), {"d", "e"});
     EXPECT_EQ(chainLength(head.get()), 3);
@@ -152,7 +154,7 @@ TEST_F(DeviceRecords, AfterThreeDevicesAndThenTwoTheThirdNodeStaysAndIsNeverRepo
     EXPECT_EQ(findDravikByPathAlias_noMemoryLeak(head.get(), "c"), nullptr);
 }
 
-TEST_F(DeviceRecords, ARefillWithinTheLargestTopologySeenAllocatesNothing) {
+TEST_F(SDravik, ARefillWithinTheLargestTopologySeenAllocatesNothing) {
     refill(head.get(), {"a", "b", "c"});
     setPaths(head->next, {"sdb", "sdc"});
     dumps.forgetLogs();
@@ -163,7 +165,7 @@ TEST_F(DeviceRecords, ARefillWithinTheLargestTopologySeenAllocatesNothing) {
     EXPECT_EQ(namesOf(head->next->pdev), (Names{"sdd", "sde"}));
 }
 
-TEST_F(DeviceRecords, AReusedDeviceKeepsItsPathNodesButTheirListIsEmpty) {
+TEST_F(SDravik, AReusedDeviceKeepsItsPathNodesButTheirListIsEmpty) {
     refill(head.get(), {"a"});
     setPaths(head->next, {"sdb", "sdc"});
     refill(head.get(), {"b"});
@@ -173,7 +175,7 @@ TEST_F(DeviceRecords, AReusedDeviceKeepsItsPathNodesButTheirListIsEmpty) {
     EXPECT_EQ(namesOf(head->next->pdev), Names{});
 }
 
-TEST_F(DeviceRecords, ResettingANodeClearsItsDataAndKeepsItsPlace) {
+TEST_F(SDravik, ResettingANodeClearsItsDataAndKeepsItsPlace) {
     refill(head.get(), {"a", "b"});
     s_dravik *second = head->next->next;
     _initDravik(head->next);
@@ -182,7 +184,7 @@ TEST_F(DeviceRecords, ResettingANodeClearsItsDataAndKeepsItsPlace) {
     EXPECT_EQ(head->next->next, second);
 }
 
-TEST_F(DeviceRecords, GettingTheNextNodeDoesNotTouchTheCursorsEndFlag) {
+TEST_F(SDravik, GettingTheNextNodeDoesNotTouchTheCursorsEndFlag) {
     s_dravik *next = getOrMallocNextDravik(head.get());
     EXPECT_TRUE(head->end);
     EXPECT_TRUE(next->end);
@@ -191,7 +193,7 @@ TEST_F(DeviceRecords, GettingTheNextNodeDoesNotTouchTheCursorsEndFlag) {
     EXPECT_FALSE(head->end);
 }
 
-TEST_F(DeviceRecords, NullArgumentsAreHarmless) {
+TEST_F(SDravik, NullArgumentsAreHarmless) {
     initPathDev(nullptr);
     _initPathDev(nullptr);
     freePathDev(nullptr);
@@ -213,14 +215,14 @@ TEST_F(DeviceRecords, NullArgumentsAreHarmless) {
     EXPECT_EQ(findDravikByDeviceName(head.get(), "a", nullptr), nullptr);
 }
 
-TEST_F(DeviceRecords, TheLenientSearchStopsAtAMissingSuccessor) {
+TEST_F(SDravik, TheLenientSearchStopsAtAMissingSuccessor) {
     refill(head.get(), {"a"});
     head->next->end = false; // a malformed list: no last node
     EXPECT_EQ(findDravikByPathAlias(head.get(), "b"), nullptr);
     EXPECT_EQ(findDravikByPathAlias(head.get(), "a"), head->next);
 }
 
-TEST_F(DeviceRecords, AliasesAreComparedOver65CharactersAndDeviceNamesOver30) {
+TEST_F(SDravik, AliasesAreComparedOver65CharactersAndDeviceNamesOver30) {
     const std::string alias(65, 'a');
     refill(head.get(), {alias});
     EXPECT_EQ(findDravikByPathAlias(head.get(), (alias + "x").c_str()), head->next);
@@ -234,14 +236,14 @@ TEST_F(DeviceRecords, AliasesAreComparedOver65CharactersAndDeviceNamesOver30) {
     EXPECT_EQ(findDravikByDeviceName(head.get(), alias.c_str(), name.substr(0, 29).c_str()), nullptr);
 }
 
-TEST_F(DeviceRecords, TheFirstOfTwoDevicesOrPathsOfOneNameIsFound) {
+TEST_F(SDravik, TheFirstOfTwoDevicesOrPathsOfOneNameIsFound) {
     refill(head.get(), {"a", "a"});
     setPaths(head->next, {"sdb", "sdb"});
     EXPECT_EQ(findDravikByPathAlias(head.get(), "a"), head->next);
     EXPECT_EQ(findDravikByDeviceName(head.get(), "a", "sdb"), head->next->pdev->next);
 }
 
-TEST_F(DeviceRecords, APathOfAnotherDeviceIsNotFound) {
+TEST_F(SDravik, APathOfAnotherDeviceIsNotFound) {
     refill(head.get(), {"a", "b"});
     setPaths(head->next, {"sdb"});
     EXPECT_EQ(findDravikByDeviceName(head.get(), "b", "sdb"), nullptr); // no path list at all
@@ -249,7 +251,7 @@ TEST_F(DeviceRecords, APathOfAnotherDeviceIsNotFound) {
     EXPECT_EQ(findDravikByDeviceName(head.get(), "b", "sdb"), nullptr);
 }
 
-TEST_F(DeviceRecords, ADeviceIsFailedWhenEachPathFailsInOneOfFourWays) {
+TEST_F(SDravik, ADeviceIsFailedWhenEachPathFailsInOneOfFourWays) {
     refill(head.get(), {"a"});
     s_dravik *device = head->next;
     snprintf(device->wwid, sizeof(device->wwid), "3600b5d60001a2b3c0000000000000001");
@@ -281,7 +283,7 @@ TEST_F(DeviceRecords, ADeviceIsFailedWhenEachPathFailsInOneOfFourWays) {
     }
 }
 
-TEST_F(DeviceRecords, DifferentFailuresOfDifferentPathsAddUp) {
+TEST_F(SDravik, DifferentFailuresOfDifferentPathsAddUp) {
     refill(head.get(), {"a"});
     setPaths(head->next, {"sdb", "sdc", "sdd"});
     s_path_dev *path = head->next->pdev->next;
@@ -292,7 +294,7 @@ TEST_F(DeviceRecords, DifferentFailuresOfDifferentPathsAddUp) {
     EXPECT_EQ(isFailed(head->next), 1U);
 }
 
-TEST_F(DeviceRecords, ADeviceWithoutPathsIsFailedAndNothingIsLogged) {
+TEST_F(SDravik, ADeviceWithoutPathsIsFailedAndNothingIsLogged) {
     refill(head.get(), {"a"});
     dumps.forgetLogs();
     EXPECT_EQ(isFailed(head->next), 1U);
@@ -302,7 +304,7 @@ TEST_F(DeviceRecords, ADeviceWithoutPathsIsFailedAndNothingIsLogged) {
     EXPECT_EQ(dumps.commandLogLines(), Names{});
 }
 
-TEST_F(DeviceRecords, NvmeIsTestedExactly) {
+TEST_F(SDravik, NvmeIsTestedExactly) {
     refill(head.get(), {"a"});
     for (const char *host_interface : {"fc-nvme", "rdma-nvme"}) {
         setPaths(head->next, {"sdb", "nvme0n1"});
@@ -316,7 +318,7 @@ TEST_F(DeviceRecords, NvmeIsTestedExactly) {
     }
 }
 
-TEST_F(DeviceRecords, StalePathsAreNeverAsked) {
+TEST_F(SDravik, StalePathsAreNeverAsked) {
     refill(head.get(), {"a"});
     setPaths(head->next, {"sdb", "nvme0n1"});
     snprintf(head->next->pdev->next->next->host_interface, 31, "fc-nvme");
@@ -325,21 +327,38 @@ TEST_F(DeviceRecords, StalePathsAreNeverAsked) {
     EXPECT_EQ(findDravikByDeviceName(head.get(), "a", "nvme0n1"), nullptr);
 }
 
-// The leak checker of the sanitizers is the judge here.
-TEST_F(DeviceRecords, FreeingReleasesSpareNodesAndTheirPathsToo) {
-    refill(head.get(), {"a", "b", "c"});
-    setPaths(head->next->next->next, {"sdb", "sdc"});
-    refill(head.get(), {"a"});
-    head.reset();
+TEST_F(SDravik, FreeingAListReleasesItsSpareNodesAndTheirPathsToo) {
+    const long before = heldBlocks();
+    s_dravik *devices = mallocDravik();
+    refill(devices, {"a", "b", "c"});
+    setPaths(devices->next->next->next, {"sdb", "sdc"});
+    refill(devices, {"a"});
+    EXPECT_EQ(heldBlocks() - before, 7); // four devices, the head with them, and three paths with theirs
+    freeDravik(devices);
+    EXPECT_EQ(heldBlocks(), before);
+
     s_path_dev *paths = mallocPathDev();
     appendPath(appendPath(paths, "sdb"), "sdc");
     initPathDev(paths);
+    EXPECT_EQ(heldBlocks() - before, 3);
     freePathDev(paths);
-    _freePathDev(mallocPathDev());
-    _freeDravik(mallocDravik());
+    EXPECT_EQ(heldBlocks(), before);
 }
 
-TEST(ListLimit, NoListGrowsPastItsLargestNumberOfNodes) {
+TEST_F(SDravik, FreeingOneNodeReleasesItAloneADeviceWithItsPaths) {
+    refill(head.get(), {"a", "b"});
+    setPaths(head->next->next, {"sdb", "sdc"});
+    s_path_dev *paths = head->next->next->pdev;
+    const long before = heldBlocks();
+    _freePathDev(paths->next->next);
+    paths->next->next = nullptr;
+    EXPECT_EQ(before - heldBlocks(), 1);
+    _freeDravik(head->next->next);
+    head->next->next = nullptr;
+    EXPECT_EQ(before - heldBlocks(), 4); // and the device, the head of its paths, the path that was left
+}
+
+TEST(SDravikLimit, NoListGrowsPastItsLargestNumberOfNodes) {
     const DumpsFolder dumps;
     s_path_dev last = {};
     last.position = MAX_LIST_NODES;

@@ -1,4 +1,6 @@
 // Lun-path records: their list, the flattening, the copy, the look-ups, the dump.
+#include "struct/s_lunPath.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -6,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "struct/s_lunPath.h"
+#include "tests/support/allocation_count.h"
 #include "tests/support/dumps_redirect.h"
 
 namespace {
@@ -59,9 +61,9 @@ s_path_dev *appendPath(s_path_dev *cursor, const char *name, const char *group_s
     return path;
 }
 
-class LunpathRecords : public ::testing::Test {
+class SLunPath : public ::testing::Test {
   protected:
-    ~LunpathRecords() override {
+    ~SLunPath() override {
         freeDravik(devices);
         freeLunpath(lunpaths);
         freeLunpath(copies);
@@ -74,7 +76,7 @@ class LunpathRecords : public ::testing::Test {
 
 } // namespace
 
-TEST_F(LunpathRecords, ANewNodeIsZeroedWithItsEndFlagSetAndOneLogLine) {
+TEST_F(SLunPath, ANewNodeIsZeroedWithItsEndFlagSetAndOneLogLine) {
     dumps.forgetLogs();
     s_lunPath *node = mallocLunpath();
     EXPECT_EQ(dumps.commandLogLines(), (Texts{"INFO  mallocLunpath # Malloc struct s_lunPath."}));
@@ -84,7 +86,7 @@ TEST_F(LunpathRecords, ANewNodeIsZeroedWithItsEndFlagSetAndOneLogLine) {
     _freeLunpath(node);
 }
 
-TEST_F(LunpathRecords, TheTextFieldsLieBackToBackInTheirOrder) {
+TEST_F(SLunPath, TheTextFieldsLieBackToBackInTheirOrder) {
     const s_lunPath p = {};
     const char *base = reinterpret_cast<const char *>(&p);
     EXPECT_EQ(p.lun_alias - base, 0);
@@ -96,12 +98,12 @@ TEST_F(LunpathRecords, TheTextFieldsLieBackToBackInTheirOrder) {
     EXPECT_EQ(p.dravik_status - base, 221);
 }
 
-TEST_F(LunpathRecords, AnEmptyDeviceListGivesAnEmptyLunPathListAndOk) {
+TEST_F(SLunPath, AnEmptyDeviceListGivesAnEmptyLunPathListAndOk) {
     EXPECT_EQ(cvtDravikToLunpath(devices, lunpaths), &EC_ok);
     EXPECT_EQ(recordsOf(lunpaths), Texts{});
 }
 
-TEST_F(LunpathRecords, ADeviceWithThreePathsGivesThreeRecordsInListOrderAcrossItsGroups) {
+TEST_F(SLunPath, ADeviceWithThreePathsGivesThreeRecordsInListOrderAcrossItsGroups) {
     s_dravik *device = appendDevice(devices, "mpatha", WWID);
     appendPath(appendPath(appendPath(device->pdev, "sdb", "active"), "sdc", "active"), "sdd", "enabled");
     appendPath(appendDevice(device, "mpathb", "36001")->pdev, "sde", "active");
@@ -115,7 +117,7 @@ TEST_F(LunpathRecords, ADeviceWithThreePathsGivesThreeRecordsInListOrderAcrossIt
               }));
 }
 
-TEST_F(LunpathRecords, AnAliasOf31CharactersOrMoreReadsAsItsFirst31FollowedByTheWwid) {
+TEST_F(SLunPath, AnAliasOf31CharactersOrMoreReadsAsItsFirst31FollowedByTheWwid) {
     for (const size_t length : {30U, 31U, 33U, 65U}) {
         SCOPED_TRACE(length);
         const std::string alias(length, 'a');
@@ -131,7 +133,7 @@ TEST_F(LunpathRecords, AnAliasOf31CharactersOrMoreReadsAsItsFirst31FollowedByThe
     }
 }
 
-TEST_F(LunpathRecords, TheFlatteningEmptiesTheListFirst) {
+TEST_F(SLunPath, TheFlatteningEmptiesTheListFirst) {
     appendPath(appendDevice(devices, "mpatha", WWID)->pdev, "sdb", "active");
     cvtDravikToLunpath(devices, lunpaths);
     initDravik(devices);
@@ -140,7 +142,7 @@ TEST_F(LunpathRecords, TheFlatteningEmptiesTheListFirst) {
     EXPECT_EQ(chainLength(lunpaths), 1);
 }
 
-TEST_F(LunpathRecords, AfterFiveRecordsAndThenThreeTheChainStillHoldsFiveNodes) {
+TEST_F(SLunPath, AfterFiveRecordsAndThenThreeTheChainStillHoldsFiveNodes) {
     s_path_dev *cursor = appendDevice(devices, "mpatha", WWID)->pdev;
     s_path_dev *paths = cursor;
     for (const char *name : {"sda", "sdb", "sdc", "sdd", "sde"}) {
@@ -162,7 +164,7 @@ TEST_F(LunpathRecords, AfterFiveRecordsAndThenThreeTheChainStillHoldsFiveNodes) 
     EXPECT_EQ(dumps.commandLogLines(), Texts{}); // nothing was allocated
 }
 
-TEST_F(LunpathRecords, ADeviceWithoutPathsRepeatsUntilNoNodeIsLeftAndFails) {
+TEST_F(SLunPath, ADeviceWithoutPathsRepeatsUntilNoNodeIsLeftAndFails) {
     appendDevice(devices, "mpatha", WWID);
     snprintf(devices->next->vendor, sizeof(devices->next->vendor), "KORVEL");
     s_lunPath start = {};
@@ -182,7 +184,7 @@ TEST_F(LunpathRecords, ADeviceWithoutPathsRepeatsUntilNoNodeIsLeftAndFails) {
     freeLunpath(start.next);
 }
 
-TEST_F(LunpathRecords, TheWholeListOfAPathlessDeviceEndsInSecondsAndItsNodesAreReused) {
+TEST_F(SLunPath, TheWholeListOfAPathlessDeviceEndsInSecondsAndItsNodesAreReused) {
     appendDevice(devices, "mpatha", WWID);
     dumps.forgetLogs();
     EXPECT_EQ(cvtDravikToLunpath(devices, lunpaths), &EC_molloc_failed);
@@ -193,7 +195,7 @@ TEST_F(LunpathRecords, TheWholeListOfAPathlessDeviceEndsInSecondsAndItsNodesAreR
     EXPECT_EQ(dumps.commandLogLines(), Texts{});
 }
 
-TEST_F(LunpathRecords, ARecordBeforeAPathlessDeviceIsKept) {
+TEST_F(SLunPath, ARecordBeforeAPathlessDeviceIsKept) {
     s_dravik *device = appendDevice(devices, "mpatha", WWID);
     appendPath(device->pdev, "sdb", "active");
     appendDevice(device, "mpathb", "36002");
@@ -207,7 +209,7 @@ TEST_F(LunpathRecords, ARecordBeforeAPathlessDeviceIsKept) {
     freeLunpath(start.next);
 }
 
-TEST_F(LunpathRecords, NullHeadsAreInvalidInput) {
+TEST_F(SLunPath, NullHeadsAreInvalidInput) {
     EXPECT_EQ(cvtDravikToLunpath(nullptr, lunpaths), &EC_invalid_input);
     EXPECT_EQ(cvtDravikToLunpath(devices, nullptr), &EC_invalid_input);
     EXPECT_EQ(cpyLunpath(nullptr, lunpaths), &EC_invalid_input);
@@ -223,14 +225,14 @@ TEST_F(LunpathRecords, NullHeadsAreInvalidInput) {
     EXPECT_EQ(findLunpathByDevName(lunpaths, nullptr), nullptr);
 }
 
-TEST_F(LunpathRecords, CopyingAnEmptyListEmptiesTheDestinationAndIsOk) {
+TEST_F(SLunPath, CopyingAnEmptyListEmptiesTheDestinationAndIsOk) {
     appendPath(appendDevice(devices, "mpatha", WWID)->pdev, "sdb", "active");
     cvtDravikToLunpath(devices, copies);
     EXPECT_EQ(cpyLunpath(lunpaths, copies), &EC_ok);
     EXPECT_EQ(recordsOf(copies), Texts{});
 }
 
-TEST_F(LunpathRecords, TheCopyIsTheSameListWithAliasesCutTo30Characters) {
+TEST_F(SLunPath, TheCopyIsTheSameListWithAliasesCutTo30Characters) {
     const std::string alias(33, 'a');
     s_dravik *device = appendDevice(devices, "mpatha", WWID);
     appendPath(device->pdev, "sdb", "active");
@@ -242,7 +244,7 @@ TEST_F(LunpathRecords, TheCopyIsTheSameListWithAliasesCutTo30Characters) {
                      std::string(30, 'a') + "|36002|id-sdc|sdc|ready-sdc|enabled|running-sdc"}));
 }
 
-TEST_F(LunpathRecords, ACopyThatRunsOutOfNodesKeepsWhatItHasCopied) {
+TEST_F(SLunPath, ACopyThatRunsOutOfNodesKeepsWhatItHasCopied) {
     s_dravik *device = appendDevice(devices, "mpatha", WWID);
     appendPath(appendPath(appendPath(device->pdev, "sdb", "active"), "sdc", "active"), "sdd", "active");
     cvtDravikToLunpath(devices, lunpaths);
@@ -256,7 +258,7 @@ TEST_F(LunpathRecords, ACopyThatRunsOutOfNodesKeepsWhatItHasCopied) {
     freeLunpath(start.next);
 }
 
-TEST_F(LunpathRecords, ADeviceNameThatDiffersOnlyAfterIts30thCharacterIsFound) {
+TEST_F(SLunPath, ADeviceNameThatDiffersOnlyAfterIts30thCharacterIsFound) {
     const std::string name(30, 's');
     appendPath(appendDevice(devices, "mpatha", WWID)->pdev, name.c_str(), "active");
     cvtDravikToLunpath(devices, lunpaths);
@@ -264,7 +266,7 @@ TEST_F(LunpathRecords, ADeviceNameThatDiffersOnlyAfterIts30thCharacterIsFound) {
     EXPECT_EQ(findLunpathByDevName(lunpaths, name.substr(0, 29).c_str()), nullptr);
 }
 
-TEST_F(LunpathRecords, AWwidIsComparedOver65Characters) {
+TEST_F(SLunPath, AWwidIsComparedOver65Characters) {
     const std::string wwid(65, '3');
     appendPath(appendDevice(devices, "mpatha", wwid.c_str())->pdev, "sdb", "active");
     cvtDravikToLunpath(devices, lunpaths);
@@ -272,7 +274,7 @@ TEST_F(LunpathRecords, AWwidIsComparedOver65Characters) {
     EXPECT_EQ(findLunpathByLunId(lunpaths, wwid.substr(0, 64).c_str()), nullptr);
 }
 
-TEST_F(LunpathRecords, RecordsWithEmptyPathFieldsMatchOneAnotherByName) {
+TEST_F(SLunPath, RecordsWithEmptyPathFieldsMatchOneAnotherByName) {
     s_lunPath *first = getOrMallocNextLunpath(lunpaths);
     lunpaths->end = false;
     s_lunPath *second = getOrMallocNextLunpath(first);
@@ -283,7 +285,7 @@ TEST_F(LunpathRecords, RecordsWithEmptyPathFieldsMatchOneAnotherByName) {
     EXPECT_EQ(findLunpathByLunId(lunpaths, "36002"), second);
 }
 
-TEST_F(LunpathRecords, StaleNodesAreNotFound) {
+TEST_F(SLunPath, StaleNodesAreNotFound) {
     s_lunPath *first = getOrMallocNextLunpath(lunpaths);
     lunpaths->end = false;
     s_lunPath *second = getOrMallocNextLunpath(first);
@@ -295,14 +297,27 @@ TEST_F(LunpathRecords, StaleNodesAreNotFound) {
     EXPECT_EQ(findLunpathByDevName(lunpaths, "sdb"), nullptr);
 }
 
-TEST_F(LunpathRecords, TheDumpOfAnEmptyListIsItsTwoBanners) {
+TEST_F(SLunPath, FreeingAListReleasesItsSpareNodesTooAndFreeingOneNodeThatOneAlone) {
+    const long before = heldBlocks();
+    s_lunPath *list = mallocLunpath();
+    s_lunPath *last = getOrMallocNextLunpath(getOrMallocNextLunpath(getOrMallocNextLunpath(list)));
+    initLunpath(list); // all three are spare now
+    EXPECT_EQ(heldBlocks() - before, 4);
+    _freeLunpath(last);
+    list->next->next->next = nullptr;
+    EXPECT_EQ(heldBlocks() - before, 3);
+    freeLunpath(list);
+    EXPECT_EQ(heldBlocks(), before);
+}
+
+TEST_F(SLunPath, TheDumpOfAnEmptyListIsItsTwoBanners) {
     ::testing::internal::CaptureStdout();
     printLunPath(lunpaths);
     EXPECT_EQ(::testing::internal::GetCapturedStdout(), "================ s_lunPath ==================\n"
                                                         "================    end    ==================\n");
 }
 
-TEST_F(LunpathRecords, TheDumpHasOneLineForEachRecord) {
+TEST_F(SLunPath, TheDumpHasOneLineForEachRecord) {
     s_dravik *device = appendDevice(devices, "mpatha", WWID);
     appendPath(appendPath(device->pdev, "sdb", "active"), "sdc", "enabled");
     cvtDravikToLunpath(devices, lunpaths);

@@ -1,6 +1,5 @@
 // The parser of the multipath tool's listing: what each line of a device block yields, and what it refuses.
-#include "cli/cli_exe.h"
-#include "common/comm_util.h"
+#include "topology/listing.h"
 
 #include <cstring>
 #include <memory>
@@ -10,8 +9,10 @@
 
 #include <gtest/gtest.h>
 
+#include "common/log.h"
 #include "tests/support/dumps_redirect.h"
 #include "tests/support/listing_reference.h"
+#include "tests/support/rules.h"
 
 namespace {
 
@@ -151,12 +152,81 @@ TEST_F(Listing, WarningsAndDevicesOfOtherVendorsGiveAnEmptyListAndSuccess) {
     EXPECT_EQ(dumps.commandLog(), "");
 }
 
-// ---- the whole block
+// ---- blocks
 
-TEST_F(Listing, ADeviceWithTwoGroupsKeepsEachPathWithItsOwnGroup) {
-    expectGood({HEADER, SIZE, GROUP, PATH, LAST_PATH, GROUP_2, PATH_2},
-               DEVICE_TEXT + PATH_TEXT + LAST_PATH_TEXT + PATH_2_TEXT);
+namespace {
+
+// The lines of a listing, and the devices that they give.
+struct BlockCase {
+    Lines listing;
+    std::string devices;
+};
+
+const Rule<BlockCase> BLOCK_RULES[] = {
+    {"ADeviceWithTwoGroupsKeepsEachPathWithItsOwnGroup",
+     {{{HEADER, SIZE, GROUP, PATH, LAST_PATH, GROUP_2, PATH_2},
+       DEVICE_TEXT + PATH_TEXT + LAST_PATH_TEXT + PATH_2_TEXT}}},
+    {"DevicesStandInTheOrderOfTheListingWithWarningsBetweenThemPassedOver",
+     {{{"a warning", HEADER, SIZE, GROUP, PATH, "another warning | `- 1 2 3 4 5 6", "",
+        "mpathb (36000d310002) dm-4 KORVEL,QVX", SIZE, GROUP_2, PATH_2},
+       DEVICE_TEXT + PATH_TEXT + deviceText("mpathb", "36000d310002", "4", "KORVEL", "QVX", "10G") +
+           PATH_2_TEXT}}},
+    {"DirectlyFollowingBlocksNeedNoEmptyLineBetweenThem",
+     {{{HEADER, SIZE, GROUP, PATH, "mpathb (36000d310002) dm-4 KORVEL,QVX", SIZE, GROUP_2, PATH_2},
+       DEVICE_TEXT + PATH_TEXT + deviceText("mpathb", "36000d310002", "4", "KORVEL", "QVX", "10G") +
+           PATH_2_TEXT}}},
+    {"AGroupFollowedByTheNextHeaderHasNoPaths",
+     {{{HEADER, SIZE, GROUP, "mpathb (36000d310002) dm-4 KORVEL,QVX", SIZE},
+       DEVICE_TEXT + deviceText("mpathb", "36000d310002", "4", "KORVEL", "QVX", "10G")}}},
+    {"AGroupWithoutPathsBeforeAGroupWithPathsIsPassedOver",
+     {{{HEADER, SIZE, GROUP, GROUP_2, PATH_2}, DEVICE_TEXT + PATH_2_TEXT}}},
+    {"AnotherProductOfTheMakerIsNotAccepted",
+     {{{"a (w) dm-3 KORVEL,QVX2"}, ""},
+      {{"a (w) dm-3 KORVEL,OTHER"}, ""},
+      {{"a (w) dm-3 KORVEL, QVX"}, ""},
+      {{"a (w) dm-3 NVME,QVX"}, ""},
+      {{"a (w) dm-3 KORVEL,KORVELQVX"}, ""}}},
+    {"TheSizeRunsToTheNextBlankOrToTheEndOfTheLine",
+     {{{HEADER, "size=10G"}, DEVICE_TEXT},
+      {{HEADER, "[size=10G"}, DEVICE_TEXT},
+      {{HEADER, "size= 10G"}, deviceText("mpatha", "36000d310001", "3")},
+      {{HEADER, "size="}, deviceText("mpatha", "36000d310001", "3")},
+      {{HEADER, "wp=rw size=1.5T size=9G"},
+       deviceText("mpatha", "36000d310001", "3", "KORVEL", "QVX", "1.5T")}}},
+    {"ALineWithoutASizeLeavesItEmptyAndIsNoError",
+     {{{HEADER, "features='0'", GROUP, PATH}, deviceText("mpatha", "36000d310001", "3") + PATH_TEXT},
+      {{HEADER, "", GROUP, PATH}, deviceText("mpatha", "36000d310001", "3") + PATH_TEXT}}},
+    {"TheLineBehindAHeaderIsItsSizeLineWhateverItHolds",
+     {{{HEADER, "mpathb (36000d310002) dm-4 KORVEL,QVX", GROUP, PATH},
+       deviceText("mpatha", "36000d310001", "3") + PATH_TEXT},
+      {{HEADER, GROUP, GROUP_2, PATH_2}, deviceText("mpatha", "36000d310001", "3") + PATH_2_TEXT}}},
+    {"ASecondGroupWithoutPriorityAndStatusDoesNotInheritThoseOfTheFirst",
+     {{{HEADER, SIZE, GROUP, PATH, "`-+- policy='a'", PATH_2},
+       DEVICE_TEXT + PATH_TEXT +
+           "  path node=[3:0:0:1] name=[xad] id=[8:48] policy=[a] prio=[] group=[] "
+           "status=[failed] checker=[faulty] online=[offline] interface=[] port=[] shown=[]\n"}}},
+    {"ThePrefixOfAPathLineIsFiveCharactersWhateverTheyAre",
+     {{{HEADER, SIZE, GROUP, "    |1:0:0:1 xab 8:16 active ready running",
+        "`xxxx2:0:0:1 xac 8:32 active ready running"},
+       DEVICE_TEXT + PATH_TEXT + LAST_PATH_TEXT}}},
+    {"TheSixthTokenRunsToTheEndOfTheLine",
+     {{{HEADER, SIZE, GROUP, "| |- 1:0:0:1 xab 8:16 active ready running and  more  "},
+       DEVICE_TEXT + "  path node=[1:0:0:1] name=[xab] id=[8:16] policy=[service-time 0] prio=[50] "
+                     "group=[active] status=[active] checker=[ready] online=[running and  more  ] "
+                     "interface=[] port=[] shown=[]\n"}}},
+};
+
+class ListingBlock : public Listing, public testing::WithParamInterface<Rule<BlockCase>> {};
+
+} // namespace
+
+TEST_P(ListingBlock, GivesDevices) {
+    for (const BlockCase &row : GetParam().cases) {
+        SCOPED_TRACE(joined(row.listing));
+        expectGood(row.listing, row.devices);
+    }
 }
+INSTANTIATE_TEST_SUITE_P(Rule, ListingBlock, testing::ValuesIn(BLOCK_RULES), nameOfRule);
 
 TEST_F(Listing, ATextWithoutAFinalNewlineIsReadToItsEndAndCountsOneLineLess) {
     EXPECT_EQ(parse(HEADER + "\n" + SIZE + "\n" + GROUP + "\n" + PATH), &EC_info_ok);
@@ -164,33 +234,11 @@ TEST_F(Listing, ATextWithoutAFinalNewlineIsReadToItsEndAndCountsOneLineLess) {
     EXPECT_EQ(deviceListText(head), DEVICE_TEXT + PATH_TEXT);
 }
 
-TEST_F(Listing, DevicesStandInTheOrderOfTheListingWithWarningsBetweenThemPassedOver) {
-    expectGood({"a warning", HEADER, SIZE, GROUP, PATH, "another warning | `- 1 2 3 4 5 6", "",
-                "mpathb (36000d310002) dm-4 KORVEL,QVX", SIZE, GROUP_2, PATH_2},
-               DEVICE_TEXT + PATH_TEXT + deviceText("mpathb", "36000d310002", "4", "KORVEL", "QVX", "10G") +
-                   PATH_2_TEXT);
-}
-
-TEST_F(Listing, DirectlyFollowingBlocksNeedNoEmptyLineBetweenThem) {
-    expectGood({HEADER, SIZE, GROUP, PATH, "mpathb (36000d310002) dm-4 KORVEL,QVX", SIZE, GROUP_2, PATH_2},
-               DEVICE_TEXT + PATH_TEXT + deviceText("mpathb", "36000d310002", "4", "KORVEL", "QVX", "10G") +
-                   PATH_2_TEXT);
-}
-
-TEST_F(Listing, AGroupFollowedByTheNextHeaderHasNoPaths) {
-    expectGood({HEADER, SIZE, GROUP, "mpathb (36000d310002) dm-4 KORVEL,QVX", SIZE},
-               DEVICE_TEXT + deviceText("mpathb", "36000d310002", "4", "KORVEL", "QVX", "10G"));
-}
-
 TEST_F(Listing, ABlockWithoutAnyGroupGivesADeviceWithAnEmptyPathList) {
     expectGood({HEADER, SIZE}, DEVICE_TEXT);
     ASSERT_NE(head->next, nullptr);
     ASSERT_NE(head->next->pdev, nullptr);
     EXPECT_TRUE(head->next->pdev->end);
-}
-
-TEST_F(Listing, AGroupWithoutPathsBeforeAGroupWithPathsIsPassedOver) {
-    expectGood({HEADER, SIZE, GROUP, GROUP_2, PATH_2}, DEVICE_TEXT + PATH_2_TEXT);
 }
 
 TEST_F(Listing, TheBlockEndsAtALineWhoseFirstCharacterIsNeitherABarNorABackquote) {
@@ -203,71 +251,69 @@ TEST_F(Listing, TheBlockEndsAtALineWhoseFirstCharacterIsNeitherABarNorABackquote
 
 // ---- header
 
-TEST_F(Listing, AHeaderWithoutAliasGivesTheWwidInBothFields) {
-    expectHeader("36000d310001 dm-3 KORVEL,QVX", deviceText("36000d310001", "36000d310001", "3"));
-    expectHeader("(36000d310001) dm-3 KORVEL,QVX", deviceText("36000d310001", "36000d310001", "3"));
-}
+namespace {
 
-TEST_F(Listing, BlanksBehindTheProductAndBeforeTheCommaAreAccepted) {
-    expectHeader("a (w) dm-3 KORVEL,QVX    ", deviceText("a", "w", "3"));
-    expectHeader("a (w) dm-3    KORVEL     ,QVX", deviceText("a", "w", "3"));
-    expectHeader("a (w) dm-3 NVME    ,KORVELQVX   ", deviceText("a", "w", "3", "NVME", "KORVELQVX"));
-}
+// A header, and the device that it gives.
+struct HeaderCase {
+    std::string header;
+    std::string device;
+};
 
-TEST_F(Listing, AnotherProductOfTheMakerIsNotAccepted) {
-    expectGood({"a (w) dm-3 KORVEL,QVX2"}, "");
-    expectGood({"a (w) dm-3 KORVEL,OTHER"}, "");
-    expectGood({"a (w) dm-3 KORVEL, QVX"}, "");
-    expectGood({"a (w) dm-3 NVME,QVX"}, "");
-    expectGood({"a (w) dm-3 KORVEL,KORVELQVX"}, "");
-}
+const Rule<HeaderCase> HEADER_RULES[] = {
+    {"AHeaderWithoutAliasGivesTheWwidInBothFields",
+     {{"36000d310001 dm-3 KORVEL,QVX", deviceText("36000d310001", "36000d310001", "3")},
+      {"(36000d310001) dm-3 KORVEL,QVX", deviceText("36000d310001", "36000d310001", "3")}}},
+    {"BlanksBehindTheProductAndBeforeTheCommaAreAccepted",
+     {{"a (w) dm-3 KORVEL,QVX    ", deviceText("a", "w", "3")},
+      {"a (w) dm-3    KORVEL     ,QVX", deviceText("a", "w", "3")},
+      {"a (w) dm-3 NVME    ,KORVELQVX   ", deviceText("a", "w", "3", "NVME", "KORVELQVX")}}},
+    {"HuaweiAndHitachiAreAcceptedWithAnyProductAndNormalised",
+     {{"a (w) dm-3 HUAWEI,XSG1", deviceText("a", "w", "3", "HUAWEI", "XSG1")},
+      {"a (w) dm-3 HUAWEI  ,anything at all", deviceText("a", "w", "3", "HUAWEI", "XSG1")},
+      {"a (w) dm-3 HUAWEI,", deviceText("a", "w", "3", "HUAWEI", "XSG1")},
+      {"a (w) dm-3 HITACHI,OPEN-V", deviceText("a", "w", "3", "HITACHI", "DF")},
+      {"a (w) dm-3 HITACHI ,", deviceText("a", "w", "3", "HITACHI", "DF")}}},
+    {"AVendorWordInTheAliasDecidesTheVendorInTheOrderNvmeHuaweiHitachi",
+     {{"HUAWEI_old (w) dm-3 KORVEL,QVX", deviceText("HUAWEI_old", "w", "3", "HUAWEI", "XSG1")},
+      {"myHITACHI (w) dm-3 KORVEL,QVX", deviceText("myHITACHI", "w", "3", "HITACHI", "DF")},
+      {"NVME1 (w) dm-3 HITACHI,OPEN", deviceText("NVME1", "w", "3", "NVME", "KORVELQVX")},
+      {"HITACHI1 (w) dm-3 HUAWEI,x", deviceText("HITACHI1", "w", "3", "HUAWEI", "XSG1")},
+      {"a (w) dm-3 HITACHI,HUAWEI NVME", deviceText("a", "w", "3", "NVME", "KORVELQVX")},
+      {"huawei (w) dm-3 KORVEL,QVX", deviceText("huawei", "w", "3")}}},
+    {"TheDmNumberIsTheTextUpToTheNextBlank",
+     {{"a (w) dm-12345 KORVEL,QVX", deviceText("a", "w", "12345")},
+      {"a (w) dm- KORVEL,QVX", deviceText("a", "w", "")},
+      {"a (w) dm-1x dm-2 KORVEL,QVX", deviceText("a", "w", "1x")}}},
+    {"AHeaderWithoutADmNumberKeepsItEmptyAndIsTokenisedAsAWhole",
+     {{"a (w) KORVEL,QVX", deviceText("a", "w", "")},
+      {"a KORVEL,QVX", deviceText("a", "KORVEL,QVX", "")},
+      {" KORVEL,QVX", deviceText("KORVEL,QVX", "KORVEL,QVX", "")},
+      {"dm-3 KORVEL,QVX", deviceText("dm-3", "KORVEL,QVX", "")}}},
+    {"BlanksAroundTheTokensOfAHeaderAreSkippedAndAThirdTokenIsIgnored",
+     {{"   a    (w)    dm-3 KORVEL,QVX", deviceText("a", "w", "3")},
+      {"   w   dm-3 KORVEL,QVX", deviceText("w", "w", "3")},
+      {"a (w) b c d dm-3 KORVEL,QVX", deviceText("a", "w", "3")},
+      {"a\tb (w) dm-3 KORVEL,QVX", deviceText("a\tb", "w", "3")}}},
+    {"ParenthesesAreRemovedTwiceFromTheWwidAndOnceFromANameThatIsTheWwid",
+     {{"a ((w)) dm-3 KORVEL,QVX", deviceText("a", "w", "3")},
+      {"a (((w))) dm-3 KORVEL,QVX", deviceText("a", "(w)", "3")},
+      {"((w)) dm-3 KORVEL,QVX", deviceText("(w)", "w", "3")},
+      {"(a) (w dm-3 KORVEL,QVX", deviceText("(a)", "w", "3")},
+      {"a w) dm-3 KORVEL,QVX", deviceText("a", "w", "3")},
+      {"a ( dm-3 KORVEL,QVX", deviceText("a", "", "3")},
+      {"a () dm-3 KORVEL,QVX", deviceText("a", "", "3")}}},
+};
 
-TEST_F(Listing, HuaweiAndHitachiAreAcceptedWithAnyProductAndNormalised) {
-    expectHeader("a (w) dm-3 HUAWEI,XSG1", deviceText("a", "w", "3", "HUAWEI", "XSG1"));
-    expectHeader("a (w) dm-3 HUAWEI  ,anything at all", deviceText("a", "w", "3", "HUAWEI", "XSG1"));
-    expectHeader("a (w) dm-3 HUAWEI,", deviceText("a", "w", "3", "HUAWEI", "XSG1"));
-    expectHeader("a (w) dm-3 HITACHI,OPEN-V", deviceText("a", "w", "3", "HITACHI", "DF"));
-    expectHeader("a (w) dm-3 HITACHI ,", deviceText("a", "w", "3", "HITACHI", "DF"));
-}
+class ListingHeader : public Listing, public testing::WithParamInterface<Rule<HeaderCase>> {};
 
-TEST_F(Listing, AVendorWordInTheAliasDecidesTheVendorInTheOrderNvmeHuaweiHitachi) {
-    expectHeader("HUAWEI_old (w) dm-3 KORVEL,QVX", deviceText("HUAWEI_old", "w", "3", "HUAWEI", "XSG1"));
-    expectHeader("myHITACHI (w) dm-3 KORVEL,QVX", deviceText("myHITACHI", "w", "3", "HITACHI", "DF"));
-    expectHeader("NVME1 (w) dm-3 HITACHI,OPEN", deviceText("NVME1", "w", "3", "NVME", "KORVELQVX"));
-    expectHeader("HITACHI1 (w) dm-3 HUAWEI,x", deviceText("HITACHI1", "w", "3", "HUAWEI", "XSG1"));
-    expectHeader("a (w) dm-3 HITACHI,HUAWEI NVME", deviceText("a", "w", "3", "NVME", "KORVELQVX"));
-    expectHeader("huawei (w) dm-3 KORVEL,QVX", deviceText("huawei", "w", "3"));
-}
+} // namespace
 
-TEST_F(Listing, TheDmNumberIsTheTextUpToTheNextBlank) {
-    expectHeader("a (w) dm-12345 KORVEL,QVX", deviceText("a", "w", "12345"));
-    expectHeader("a (w) dm- KORVEL,QVX", deviceText("a", "w", ""));
-    expectHeader("a (w) dm-1x dm-2 KORVEL,QVX", deviceText("a", "w", "1x"));
+TEST_P(ListingHeader, GivesADevice) {
+    for (const HeaderCase &row : GetParam().cases) {
+        expectHeader(row.header, row.device);
+    }
 }
-
-TEST_F(Listing, AHeaderWithoutADmNumberKeepsItEmptyAndIsTokenisedAsAWhole) {
-    expectHeader("a (w) KORVEL,QVX", deviceText("a", "w", ""));
-    expectHeader("a KORVEL,QVX", deviceText("a", "KORVEL,QVX", ""));
-    expectHeader(" KORVEL,QVX", deviceText("KORVEL,QVX", "KORVEL,QVX", ""));
-    expectHeader("dm-3 KORVEL,QVX", deviceText("dm-3", "KORVEL,QVX", ""));
-}
-
-TEST_F(Listing, BlanksAroundTheTokensOfAHeaderAreSkippedAndAThirdTokenIsIgnored) {
-    expectHeader("   a    (w)    dm-3 KORVEL,QVX", deviceText("a", "w", "3"));
-    expectHeader("   w   dm-3 KORVEL,QVX", deviceText("w", "w", "3"));
-    expectHeader("a (w) b c d dm-3 KORVEL,QVX", deviceText("a", "w", "3"));
-    expectHeader("a\tb (w) dm-3 KORVEL,QVX", deviceText("a\tb", "w", "3"));
-}
-
-TEST_F(Listing, ParenthesesAreRemovedTwiceFromTheWwidAndOnceFromANameThatIsTheWwid) {
-    expectHeader("a ((w)) dm-3 KORVEL,QVX", deviceText("a", "w", "3"));
-    expectHeader("a (((w))) dm-3 KORVEL,QVX", deviceText("a", "(w)", "3"));
-    expectHeader("((w)) dm-3 KORVEL,QVX", deviceText("(w)", "w", "3"));
-    expectHeader("(a) (w dm-3 KORVEL,QVX", deviceText("(a)", "w", "3"));
-    expectHeader("a w) dm-3 KORVEL,QVX", deviceText("a", "w", "3"));
-    expectHeader("a ( dm-3 KORVEL,QVX", deviceText("a", "", "3"));
-    expectHeader("a () dm-3 KORVEL,QVX", deviceText("a", "", "3"));
-}
+INSTANTIATE_TEST_SUITE_P(Rule, ListingHeader, testing::ValuesIn(HEADER_RULES), nameOfRule);
 
 TEST_F(Listing, TokensLongerThanTheirFieldsAreCut) {
     const std::string text(200, '7');
@@ -283,17 +329,65 @@ TEST_F(Listing, TokensLongerThanTheirFieldsAreCut) {
                    std::string(30, '7') + "] interface=[] port=[] shown=[]\n");
 }
 
-// The vendor stands in front of the last " dm-": the pattern for HITACHI lets anything follow.
-TEST_F(Listing, AHeaderWithoutABlankBehindTheDmNumberIsMalformed) {
-    expectMalformed({"a (w) HITACHI,OPEN dm-3", SIZE}, "parseQueryCmdResultList", 0, "");
-    expectMalformed({HEADER, SIZE, GROUP, PATH, "a (w) HUAWEI,x dm-"}, "parseQueryCmdResultList", 4,
-                    DEVICE_TEXT + PATH_TEXT);
-}
+// ---- what is refused
 
-TEST_F(Listing, AHeaderWithoutAnyNameIsMalformed) {
-    expectMalformed({" dm-3 KORVEL,QVX", SIZE}, "parseQueryCmdResultList", 0, "");
-    expectMalformed({"warning", "", "    dm-3 KORVEL,QVX", SIZE}, "parseQueryCmdResultList", 2, "");
+namespace {
+
+// The lines of a listing, who refuses which of them, and the devices that are left.
+struct MalformedCase {
+    Lines listing;
+    std::string function;
+    unsigned int line;
+    std::string devices;
+};
+
+const Rule<MalformedCase> MALFORMED_RULES[] = {
+    // The vendor stands in front of the last " dm-": the pattern for HITACHI lets anything follow.
+    {"AHeaderWithoutABlankBehindTheDmNumberIsMalformed",
+     {{{"a (w) HITACHI,OPEN dm-3", SIZE}, "parseQueryCmdResultList", 0, ""},
+      {{HEADER, SIZE, GROUP, PATH, "a (w) HUAWEI,x dm-"},
+       "parseQueryCmdResultList",
+       4,
+       DEVICE_TEXT + PATH_TEXT}}},
+    {"AHeaderWithoutAnyNameIsMalformed",
+     {{{" dm-3 KORVEL,QVX", SIZE}, "parseQueryCmdResultList", 0, ""},
+      {{"warning", "", "    dm-3 KORVEL,QVX", SIZE}, "parseQueryCmdResultList", 2, ""}}},
+    {"AFirstLineOfTheBlockWithoutAPolicyIsMalformed",
+     {{{HEADER, SIZE, PATH}, "processPathInfo", 2, ""},
+      {{HEADER, SIZE, "|policy='x' prio=1 status=a"}, "processPathInfo", 2, ""},
+      {{HEADER, SIZE, "`     "}, "processPathInfo", 2, ""}}},
+    {"AFailedBlockKeepsTheDevicesBeforeIt",
+     {{{HEADER, SIZE, GROUP, PATH, "mpathb (36000d310002) dm-4 KORVEL,QVX", SIZE, PATH},
+       "processPathInfo",
+       6,
+       DEVICE_TEXT + PATH_TEXT},
+      {{HEADER, SIZE, GROUP, PATH, "mpathb (36000d310002) dm-4 KORVEL,QVX", SIZE, GROUP, PATH,
+        "| |- 1 2 3 4 5", "mpathc (36000d310003) dm-5 KORVEL,QVX", SIZE},
+       "processPathInfo",
+       8,
+       DEVICE_TEXT + PATH_TEXT}}},
+    {"ALineOfTheBlockShorterThanSixCharactersIsMalformedBeforeAnyPathIsRead",
+     {
+         {{HEADER, SIZE, GROUP, PATH, "| |- "}, "parseQueryCmdResultList", 4, ""},
+         {{HEADER, SIZE, "|"}, "parseQueryCmdResultList", 2, ""},
+         {{HEADER, SIZE, "    `"}, "parseQueryCmdResultList", 2, ""},
+         {{HEADER, SIZE, PATH, "|"}, "parseQueryCmdResultList", 3, ""},
+         {{HEADER, SIZE, GROUP, "| |- 1"}, "processPathInfo", 3, ""} // six are enough to be read
+     }},
+    {"ATabIsNoSeparator",
+     {{{HEADER, SIZE, GROUP, "| |- 1:0:0:1\txab\t8:16\tactive\tready\trunning"}, "processPathInfo", 3, ""}}},
+};
+
+class ListingMalformed : public Listing, public testing::WithParamInterface<Rule<MalformedCase>> {};
+
+} // namespace
+
+TEST_P(ListingMalformed, IsRefusedAtItsLine) {
+    for (const MalformedCase &row : GetParam().cases) {
+        expectMalformed(row.listing, row.function, row.line, row.devices);
+    }
 }
+INSTANTIATE_TEST_SUITE_P(Rule, ListingMalformed, testing::ValuesIn(MALFORMED_RULES), nameOfRule);
 
 TEST_F(Listing, AHeaderThatIsTheLastLineIsMalformedAndNamesTheNumberOfLines) {
     EXPECT_EQ(parse(HEADER), &EC_parse_cmd_out);
@@ -307,51 +401,7 @@ TEST_F(Listing, AHeaderThatIsTheLastLineIsMalformedAndNamesTheNumberOfLines) {
     EXPECT_EQ(complaints(), Lines{malformed("parseQueryCmdResultList", 6)});
 }
 
-// ---- size line
-
-TEST_F(Listing, TheSizeRunsToTheNextBlankOrToTheEndOfTheLine) {
-    expectGood({HEADER, "size=10G"}, DEVICE_TEXT);
-    expectGood({HEADER, "[size=10G"}, DEVICE_TEXT);
-    expectGood({HEADER, "size= 10G"}, deviceText("mpatha", "36000d310001", "3"));
-    expectGood({HEADER, "size="}, deviceText("mpatha", "36000d310001", "3"));
-    expectGood({HEADER, "wp=rw size=1.5T size=9G"},
-               deviceText("mpatha", "36000d310001", "3", "KORVEL", "QVX", "1.5T"));
-}
-
-TEST_F(Listing, ALineWithoutASizeLeavesItEmptyAndIsNoError) {
-    expectGood({HEADER, "features='0'", GROUP, PATH}, deviceText("mpatha", "36000d310001", "3") + PATH_TEXT);
-    expectGood({HEADER, "", GROUP, PATH}, deviceText("mpatha", "36000d310001", "3") + PATH_TEXT);
-}
-
-TEST_F(Listing, TheLineBehindAHeaderIsItsSizeLineWhateverItHolds) {
-    expectGood({HEADER, "mpathb (36000d310002) dm-4 KORVEL,QVX", GROUP, PATH},
-               deviceText("mpatha", "36000d310001", "3") + PATH_TEXT);
-    expectGood({HEADER, GROUP, GROUP_2, PATH_2}, deviceText("mpatha", "36000d310001", "3") + PATH_2_TEXT);
-}
-
 // ---- group lines
-
-TEST_F(Listing, AFirstLineOfTheBlockWithoutAPolicyIsMalformed) {
-    expectMalformed({HEADER, SIZE, PATH}, "processPathInfo", 2, "");
-    expectMalformed({HEADER, SIZE, "|policy='x' prio=1 status=a"}, "processPathInfo", 2, "");
-    expectMalformed({HEADER, SIZE, "`     "}, "processPathInfo", 2, "");
-}
-
-TEST_F(Listing, AFailedBlockKeepsTheDevicesBeforeIt) {
-    expectMalformed({HEADER, SIZE, GROUP, PATH, "mpathb (36000d310002) dm-4 KORVEL,QVX", SIZE, PATH},
-                    "processPathInfo", 6, DEVICE_TEXT + PATH_TEXT);
-    expectMalformed({HEADER, SIZE, GROUP, PATH, "mpathb (36000d310002) dm-4 KORVEL,QVX", SIZE, GROUP, PATH,
-                     "| |- 1 2 3 4 5", "mpathc (36000d310003) dm-5 KORVEL,QVX", SIZE},
-                    "processPathInfo", 8, DEVICE_TEXT + PATH_TEXT);
-}
-
-TEST_F(Listing, ALineOfTheBlockShorterThanSixCharactersIsMalformedBeforeAnyPathIsRead) {
-    expectMalformed({HEADER, SIZE, GROUP, PATH, "| |- "}, "parseQueryCmdResultList", 4, "");
-    expectMalformed({HEADER, SIZE, "|"}, "parseQueryCmdResultList", 2, "");
-    expectMalformed({HEADER, SIZE, "    `"}, "parseQueryCmdResultList", 2, "");
-    expectMalformed({HEADER, SIZE, PATH, "|"}, "parseQueryCmdResultList", 3, "");
-    expectMalformed({HEADER, SIZE, GROUP, "| |- 1"}, "processPathInfo", 3, ""); // six are enough to be read
-}
 
 TEST_F(Listing, APolicyWithoutAClosingQuoteIsMalformed) {
     for (const std::string line : {"|-+- policy='service-time 0 prio=50 status=active",
@@ -395,13 +445,6 @@ TEST_F(Listing, GroupLinesYieldWhatTheyHoldAndEmptyTextsForWhatTheyLack) {
     }
 }
 
-TEST_F(Listing, ASecondGroupWithoutPriorityAndStatusDoesNotInheritThoseOfTheFirst) {
-    expectGood({HEADER, SIZE, GROUP, PATH, "`-+- policy='a'", PATH_2},
-               DEVICE_TEXT + PATH_TEXT +
-                   "  path node=[3:0:0:1] name=[xad] id=[8:48] policy=[a] prio=[] group=[] "
-                   "status=[failed] checker=[faulty] online=[offline] interface=[] port=[] shown=[]\n");
-}
-
 TEST_F(Listing, ALaterLineStartsAGroupOnlyWithThePolicyAtItsSixthCharacter) {
     expectMalformed({HEADER, SIZE, GROUP, PATH, "`-+-  policy='a' prio=1 status=b"}, "processPathInfo", 4,
                     "");
@@ -419,30 +462,12 @@ TEST_F(Listing, RunsOfBlanksBetweenTheTokensOfAPathAreAccepted) {
                DEVICE_TEXT + PATH_TEXT);
 }
 
-TEST_F(Listing, ThePrefixOfAPathLineIsFiveCharactersWhateverTheyAre) {
-    expectGood({HEADER, SIZE, GROUP, "    |1:0:0:1 xab 8:16 active ready running",
-                "`xxxx2:0:0:1 xac 8:32 active ready running"},
-               DEVICE_TEXT + PATH_TEXT + LAST_PATH_TEXT);
-}
-
-TEST_F(Listing, TheSixthTokenRunsToTheEndOfTheLine) {
-    expectGood({HEADER, SIZE, GROUP, "| |- 1:0:0:1 xab 8:16 active ready running and  more  "},
-               DEVICE_TEXT + "  path node=[1:0:0:1] name=[xab] id=[8:16] policy=[service-time 0] prio=[50] "
-                             "group=[active] status=[active] checker=[ready] online=[running and  more  ] "
-                             "interface=[] port=[] shown=[]\n");
-}
-
 TEST_F(Listing, APathLineOfFewerThanSixTokensIsMalformed) {
     for (const std::string line :
          {"| |- 1:0:0:1 xab 8:16 active ready", "| |- 1:0:0:1 xab 8:16 active ready   ", "| |-      ",
           "| |- 1:0:0:1", "| |- #:#:#:# -   #:#  failed faulty"}) {
         expectMalformed({HEADER, SIZE, GROUP, line}, "processPathInfo", 3, "");
     }
-}
-
-TEST_F(Listing, ATabIsNoSeparator) {
-    expectMalformed({HEADER, SIZE, GROUP, "| |- 1:0:0:1\txab\t8:16\tactive\tready\trunning"},
-                    "processPathInfo", 3, "");
 }
 
 // ---- processPathInfo by itself

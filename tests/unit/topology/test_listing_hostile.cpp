@@ -1,7 +1,6 @@
 // The parser of the multipath tool's listing against a second reader: listings cut at every byte, generated
 // and damaged ones, lines of a megabyte.
-#include "cli/cli_exe.h"
-#include "common/comm_util.h"
+#include "topology/listing.h"
 
 #include <random>
 #include <string>
@@ -9,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include "common/log.h"
+#include "common/text_split.h"
 #include "tests/support/dumps_redirect.h"
 #include "tests/support/listing_reference.h"
 #include "tests/support/seeded_random.h"
@@ -49,10 +50,10 @@ std::string hex(const std::string &text) {
 }
 
 // The parser's outcome in the words of the second reader, read off its list, its log and its line count.
-class HostileListing : public testing::Test {
+class ListingHostile : public testing::Test {
   protected:
-    HostileListing() : head(mallocDravik()) {}
-    ~HostileListing() override {
+    ListingHostile() : head(mallocDravik()) {}
+    ~ListingHostile() override {
         freeDravik(head);
     }
 
@@ -124,7 +125,7 @@ class HostileListing : public testing::Test {
 } // namespace
 
 // The second reader itself must not be a copy of the parser's faults: here it is held to a listing by hand.
-TEST_F(HostileListing, TheSecondReaderKnowsTheListing) {
+TEST_F(ListingHostile, TheSecondReaderKnowsTheListing) {
     const std::string ends = "] interface=[] port=[] shown=[]\n";
     EXPECT_EQ(
         outcomeText(referenceParse(LISTING)),
@@ -148,14 +149,14 @@ TEST_F(HostileListing, TheSecondReaderKnowsTheListing) {
             "vdisk=[]\n");
 }
 
-TEST_F(HostileListing, AListingCutAtAnyByteIsReadOrRefusedAsItsRulesSay) {
+TEST_F(ListingHostile, AListingCutAtAnyByteIsReadOrRefusedAsItsRulesSay) {
     for (size_t length = 0; length <= LISTING.size(); ++length) {
         SCOPED_TRACE(length);
         expectAsReference(LISTING.substr(0, length));
     }
 }
 
-TEST_F(HostileListing, AListingWithAnyOneByteReplacedIsReadOrRefusedAsItsRulesSay) {
+TEST_F(ListingHostile, AListingWithAnyOneByteReplacedIsReadOrRefusedAsItsRulesSay) {
     for (size_t place = 0; place < LISTING.size(); ++place) {
         SCOPED_TRACE(place);
         for (const char c : {' ', '\n', '\0', '\'', '|', '\x80'}) {
@@ -166,7 +167,7 @@ TEST_F(HostileListing, AListingWithAnyOneByteReplacedIsReadOrRefusedAsItsRulesSa
     }
 }
 
-TEST_F(HostileListing, AListingWithAnyOneByteLeftOutIsReadOrRefusedAsItsRulesSay) {
+TEST_F(ListingHostile, AListingWithAnyOneByteLeftOutIsReadOrRefusedAsItsRulesSay) {
     for (size_t place = 0; place < LISTING.size(); ++place) {
         SCOPED_TRACE(place);
         std::string text = LISTING;
@@ -175,7 +176,7 @@ TEST_F(HostileListing, AListingWithAnyOneByteLeftOutIsReadOrRefusedAsItsRulesSay
     }
 }
 
-TEST_F(HostileListing, ThousandsOfShuffledListingsAreReadOrRefusedAsTheirRulesSay) {
+TEST_F(ListingHostile, ThousandsOfShuffledListingsAreReadOrRefusedAsTheirRulesSay) {
     const Lines headers = {"mpatha (36000d310001) dm-3 KORVEL  ,QVX",
                            "36000d310002 dm-14 NVME,KORVELQVX",
                            "vol_d (36000d310004) dm-6 HUAWEI,XSG1  ",
@@ -234,7 +235,7 @@ TEST_F(HostileListing, ThousandsOfShuffledListingsAreReadOrRefusedAsTheirRulesSa
 
 // A line is taken for a header exactly when one of the four patterns matches it: then, and only then, a device or
 // a malformed header comes of it.
-TEST_F(HostileListing, ALineIsAHeaderExactlyWhenOneOfTheFourPatternsMatchesIt) {
+TEST_F(ListingHostile, ALineIsAHeaderExactlyWhenOneOfTheFourPatternsMatchesIt) {
     const Lines pieces = {" ",    "  ",   "KORVEL",    "NVME",       "HITACHI", "HUAWEI",
                           ",",    "QVX",  "KORVELQVX", "a (w) dm-3", "\t",      "x",
                           "\r",   ",QVX", " ,",        "KORVEL,QVX", " NVME ,", "\x80\xff",
@@ -263,7 +264,7 @@ TEST_F(HostileListing, ALineIsAHeaderExactlyWhenOneOfTheFourPatternsMatchesIt) {
     EXPECT_LT(headers, 18000);
 }
 
-TEST_F(HostileListing, LinesOfAMegabyteAreReadAsAnyOther) {
+TEST_F(ListingHostile, LinesOfAMegabyteAreReadAsAnyOther) {
     const std::string mega(1U << 20U, 'm');
     const std::string blanks(1U << 20U, ' ');
     expectAsReference(mega + " (" + mega + ") dm-" + mega + " KORVEL,QVX\nsize=" + mega + "\n|-+- policy='" +
@@ -278,7 +279,7 @@ TEST_F(HostileListing, LinesOfAMegabyteAreReadAsAnyOther) {
     expectAsReference("a (w) dm-3 KORVEL,QVX\n\n|-+- policy='" + mega);
 }
 
-TEST_F(HostileListing, AMegabyteOfNewlinesIsAMegabyteOfLines) {
+TEST_F(ListingHostile, AMegabyteOfNewlinesIsAMegabyteOfLines) {
     const std::string text(1U << 20U, '\n');
     unsigned int lines = 0;
     FencedText fenced(text);

@@ -1,5 +1,5 @@
 // Which port of the array a path reaches, read from what the look-up commands print; and which commands run.
-#include "cli/cli_exe.h"
+#include "topology/target_port.h"
 
 #include <cstring>
 #include <string>
@@ -10,6 +10,7 @@
 #include "tests/support/dumps_redirect.h"
 #include "tests/support/fake_tools.h"
 #include "tests/support/listing_reference.h"
+#include "tests/support/rules.h"
 
 namespace {
 
@@ -162,37 +163,55 @@ TEST_F(TargetPort, AnNvmePathOverFibreChannelGivesThePortNameOfItsAddress) {
                                     "cat [/sys/block/nvme0n1/device/address]"}));
 }
 
-TEST_F(TargetPort, AnNvmePathOverFibreChannelWithoutAUsableAddressKeepsItsHostInterface) {
-    expectNvme("fc\n", "nn-0x20000090fa:pn-0x21000090fa\n", "fc-nvme", "");      // no traddr=
-    expectNvme("fc\n", "traddr=nn-0x20000090fa:pn\n", "fc-nvme", "");            // two pieces
-    expectNvme("fc\n", "traddr=nn-0x20000090fa:pn-21000090fa\n", "fc-nvme", ""); // no 0x
-    expectNvme("fc\n", ",traddr=nn-0x1:pn-0x2\n", "fc-nvme", "");                // not in the first field
-}
+namespace {
 
-TEST_F(TargetPort, AnNvmePortNameIsTheThirdPieceOfTheFirstLineWhereverTraddrStands) {
-    expectNvme("fc\n", "traddr=nn--0x1:pn---0x2-more-0x3\n", "fc-nvme", "0x2");
-    expectNvme("fc\n", "a-b-x0xy\ntraddr=nn-0x1:pn-0x2\n", "fc-nvme", "x0xy");
-    expectNvme("fc\n", "a-b\ntraddr=nn-0x1:pn-0x2\n", "fc-nvme", "");
-}
+// The two files of an NVMe device, and what they give.
+struct NvmeCase {
+    std::string transport;
+    std::string address;
+    std::string host_interface;
+    std::string target_port;
+};
 
-TEST_F(TargetPort, AnNvmePathOverRdmaGivesItsAddressWithTheFixedPort) {
-    expectNvme("rdma\n", "traddr=192.168.1.10,trsvcid=4421\n", "rdma-nvme", "192.168.1.10:4420");
-    expectNvme("rdma\n", "traddr=192.168.1.10\n", "rdma-nvme", "192.168.1.10:4420");
-}
+const Rule<NvmeCase> NVME_RULES[] = {
+    {"AnNvmePathOverFibreChannelWithoutAUsableAddressKeepsItsHostInterface",
+     {
+         {"fc\n", "nn-0x20000090fa:pn-0x21000090fa\n", "fc-nvme", ""},      // no traddr=
+         {"fc\n", "traddr=nn-0x20000090fa:pn\n", "fc-nvme", ""},            // two pieces
+         {"fc\n", "traddr=nn-0x20000090fa:pn-21000090fa\n", "fc-nvme", ""}, // no 0x
+         {"fc\n", ",traddr=nn-0x1:pn-0x2\n", "fc-nvme", ""}                 // not in the first field
+     }},
+    {"AnNvmePortNameIsTheThirdPieceOfTheFirstLineWhereverTraddrStands",
+     {{"fc\n", "traddr=nn--0x1:pn---0x2-more-0x3\n", "fc-nvme", "0x2"},
+      {"fc\n", "a-b-x0xy\ntraddr=nn-0x1:pn-0x2\n", "fc-nvme", "x0xy"},
+      {"fc\n", "a-b\ntraddr=nn-0x1:pn-0x2\n", "fc-nvme", ""}}},
+    {"AnNvmePathOverRdmaGivesItsAddressWithTheFixedPort",
+     {{"rdma\n", "traddr=192.168.1.10,trsvcid=4421\n", "rdma-nvme", "192.168.1.10:4420"},
+      {"rdma\n", "traddr=192.168.1.10\n", "rdma-nvme", "192.168.1.10:4420"}}},
+    {"AnNvmePathOverRdmaWithoutAUsableAddressKeepsItsHostInterface",
+     {
+         {"rdma\n", "trsvcid=4420,traddr=192.168.1.10\n", "rdma-nvme", ""},
+         {"rdma\n", "traddr=fe80::1\n", "rdma-nvme", ""}, // no dot
+         {"rdma\n", "traddr=\n", "rdma-nvme", ""},
+         {"rdma\n", "x=1.2\ntraddr=3.4\n", "rdma-nvme",
+          "1.2:4420"},                                            // the first line, wherever traddr= stands
+         {"rdma\n", "traddr==1.2=3.4\n", "rdma-nvme", "1.2:4420"} // runs of the separator count as one
+     }},
+    {"FibreChannelIsLookedForBeforeRdmaAnywhereInTheTransport",
+     {{"rdma fc\n", "traddr=nn-0x1:pn-0x2\n", "fc-nvme", "0x2"},
+      {"xrdmax\n", "traddr=1.2.3.4\n", "rdma-nvme", "1.2.3.4:4420"}}},
+};
 
-TEST_F(TargetPort, AnNvmePathOverRdmaWithoutAUsableAddressKeepsItsHostInterface) {
-    expectNvme("rdma\n", "trsvcid=4420,traddr=192.168.1.10\n", "rdma-nvme", "");
-    expectNvme("rdma\n", "traddr=fe80::1\n", "rdma-nvme", ""); // no dot
-    expectNvme("rdma\n", "traddr=\n", "rdma-nvme", "");
-    expectNvme("rdma\n", "x=1.2\ntraddr=3.4\n", "rdma-nvme",
-               "1.2:4420"); // the first line, wherever traddr= stands
-    expectNvme("rdma\n", "traddr==1.2=3.4\n", "rdma-nvme", "1.2:4420"); // runs of the separator count as one
-}
+class TargetPortNvme : public TargetPort, public testing::WithParamInterface<Rule<NvmeCase>> {};
 
-TEST_F(TargetPort, FibreChannelIsLookedForBeforeRdmaAnywhereInTheTransport) {
-    expectNvme("rdma fc\n", "traddr=nn-0x1:pn-0x2\n", "fc-nvme", "0x2");
-    expectNvme("xrdmax\n", "traddr=1.2.3.4\n", "rdma-nvme", "1.2.3.4:4420");
+} // namespace
+
+TEST_P(TargetPortNvme, IsReadFromTransportAndAddress) {
+    for (const NvmeCase &row : GetParam().cases) {
+        expectNvme(row.transport, row.address, row.host_interface, row.target_port);
+    }
 }
+INSTANTIATE_TEST_SUITE_P(Rule, TargetPortNvme, testing::ValuesIn(NVME_RULES), nameOfRule);
 
 TEST_F(TargetPort, AnNvmePathOverAnotherTransportGivesNeitherValueAndRunsOneCommand) {
     for (const std::string transport : {"tcp\n", "pcie\n", "\n", "loop"}) {
@@ -254,64 +273,68 @@ TEST_F(TargetPort, AFibreChannelPathWithOneLinkGivesTheRemotePortName) {
     EXPECT_EQ(tools.calls(), Lines{"ls [-l] [/dev/disk/by-path/]"});
 }
 
-TEST_F(TargetPort, ALinkOfAPartitionOrOfALongerNameIsNotTheDevices) {
-    expectScsi({"pci-0000:05:00.0-fc-0x1-lun-1-part1 sdb1", "pci-0000:05:00.0-fc-0x2-lun-1 sdba",
-                "pci-0000:05:00.0-fc-0x3-lun-1 sdb"},
-               "fc", "0x3");
-}
+namespace {
 
-TEST_F(TargetPort, WithSeveralFibreChannelLinksTheFirstLineIsSkippedAndTheNextPciLineDecides) {
-    expectScsi({"fc-0x111-lun-1 sdb", "pci-0000:05:00.0-fc-0x222-lun-1 sdb"}, "fc", "0x222");
-    expectScsi({"pci-0000:05:00.0-fc-0x111-lun-1 sdb", "pci-0000:06:00.0-fc-0x222-lun-1 sdb",
-                "pci-0000:07:00.0-fc-0x333-lun-1 sdb"},
-               "fc", "0x222");
-    expectScsi({"pci-0000:05:00.0-fc-0x111-lun-1 sdb", "xyz-0000:06:00.0-fc-0x222-lun-1 sdb",
-                "pci-0000:07:00.0-fc-0x333-lun-1 sdb"},
-               "fc", "0x333");
-}
+// The links of /dev/disk/by-path, each "NAME DEVICE", and what they give.
+struct ScsiCase {
+    Lines links;
+    std::string host_interface;
+    std::string target_port;
+};
 
-TEST_F(TargetPort, WithSeveralFibreChannelLinksAndNoUsablePciLineBehindTheFirstThereIsNoPort) {
-    expectScsi({"pci-0000:05:00.0-fc-0x111-lun-1 sdb", "a-fc-0x222-lun-1 sdb"}, "fc", "");
-    // The first line that holds "pci" decides, also when its fourth piece is none.
-    expectScsi({"pci-a-fc-0x111 sdb", "pci-a-fc-111 sdb", "pci-a-fc-0x333 sdb"}, "fc", "");
-    expectScsi({"pci-a-fc-0x111 sdb", "pci-fc-0x222 sdb", "pci-a-fc-0x333 sdb"}, "fc", "");
-}
+const Rule<ScsiCase> SCSI_RULES[] = {
+    {"ALinkOfAPartitionOrOfALongerNameIsNotTheDevices",
+     {{{"pci-0000:05:00.0-fc-0x1-lun-1-part1 sdb1", "pci-0000:05:00.0-fc-0x2-lun-1 sdba",
+        "pci-0000:05:00.0-fc-0x3-lun-1 sdb"},
+       "fc",
+       "0x3"}}},
+    {"WithSeveralFibreChannelLinksTheFirstLineIsSkippedAndTheNextPciLineDecides",
+     {{{"fc-0x111-lun-1 sdb", "pci-0000:05:00.0-fc-0x222-lun-1 sdb"}, "fc", "0x222"},
+      {{"pci-0000:05:00.0-fc-0x111-lun-1 sdb", "pci-0000:06:00.0-fc-0x222-lun-1 sdb",
+        "pci-0000:07:00.0-fc-0x333-lun-1 sdb"},
+       "fc",
+       "0x222"},
+      {{"pci-0000:05:00.0-fc-0x111-lun-1 sdb", "xyz-0000:06:00.0-fc-0x222-lun-1 sdb",
+        "pci-0000:07:00.0-fc-0x333-lun-1 sdb"},
+       "fc",
+       "0x333"}}},
+    {"WithSeveralFibreChannelLinksAndNoUsablePciLineBehindTheFirstThereIsNoPort",
+     {{{"pci-0000:05:00.0-fc-0x111-lun-1 sdb", "a-fc-0x222-lun-1 sdb"}, "fc", ""},
+      // The first line that holds "pci" decides, also when its fourth piece is none.
+      {{"pci-a-fc-0x111 sdb", "pci-a-fc-111 sdb", "pci-a-fc-0x333 sdb"}, "fc", ""},
+      {{"pci-a-fc-0x111 sdb", "pci-fc-0x222 sdb", "pci-a-fc-0x333 sdb"}, "fc", ""}}},
+    // "fc-" is counted in the whole output, wherever it stands.
+    {"AWwpnThatEndsInFcCountsAsASecondOccurrence", {{{"pci-0000:05:00.0-fc-0x50060fc-lun-1 sdb"}, "fc", ""}}},
+    {"AFibreChannelLinkOfAnotherShapeGivesNoPort",
+     {{{"pci-0000:05:00.0-fc-5006016-lun-1 sdb"}, "fc", ""},
+      {{"pci-fc-0x1 sdb"}, "fc", ""},
+      {{"x-fc- sdb"}, "fc", ""}}},
+    {"AnIscsiPathGivesItsPortalOnPort3260",
+     {{{"ip-192.168.1.10:3260-iscsi-iqn.2000-01.com.x:vol-lun-1 sdb"}, "iscsi", "192.168.1.10:3260"}}},
+    {"AnIscsiPathOnAnotherPortOrWithAnotherSecondPieceGivesNoPort",
+     {{{"ip-192.168.1.10:3261-iscsi-iqn.2000-01.com.x:vol-lun-1 sdb"}, "iscsi", ""},
+      {{"pci-0000:05:00.0-ip-192.168.1.10:3260-iscsi-iqn.2000-01.x:v-lun-1 sdb"}, "iscsi", ""}}},
+    {"IscsiIsLookedForBeforeFibreChannelAndThatBeforeSas",
+     {{{"pci-0-fc-0x1-lun-1 sdb", "ip-1.2.3.4:3260-iscsi-iqn.x-lun-1 sdb"}, "iscsi", ""},
+      {{"ip-1.2.3.4:3260-iscsi-iqn.x-lun-1 sdb", "pci-0-fc-0x1-lun-1 sdb"}, "iscsi", "1.2.3.4:3260"},
+      {{"pci-0000:05:00.0-scsi-0:0:0:1 sdb", "pci-0000:05:00.0-fc-0x1-lun-1 sdb"}, "fc", ""}}},
+    {"ASasPathGivesItsHostInterfaceAndNoPort", {{{"pci-0000:05:00.0-scsi-0:0:0:1 sdb"}, "sas", ""}}},
+    {"AnyOtherLinkOrNoneGivesNeitherValue",
+     {{{"pci-0000:05:00.0-sas-0x1-lun-1 sdb"}, "", ""},
+      {{"pci-0000:05:00.0-fc-0x1-lun-1 sdc"}, "", ""},
+      {{}, "", ""}}},
+};
 
-// "fc-" is counted in the whole output, wherever it stands.
-TEST_F(TargetPort, AWwpnThatEndsInFcCountsAsASecondOccurrence) {
-    expectScsi({"pci-0000:05:00.0-fc-0x50060fc-lun-1 sdb"}, "fc", "");
-}
+class TargetPortScsi : public TargetPort, public testing::WithParamInterface<Rule<ScsiCase>> {};
 
-TEST_F(TargetPort, AFibreChannelLinkOfAnotherShapeGivesNoPort) {
-    expectScsi({"pci-0000:05:00.0-fc-5006016-lun-1 sdb"}, "fc", "");
-    expectScsi({"pci-fc-0x1 sdb"}, "fc", "");
-    expectScsi({"x-fc- sdb"}, "fc", "");
-}
+} // namespace
 
-TEST_F(TargetPort, AnIscsiPathGivesItsPortalOnPort3260) {
-    expectScsi({"ip-192.168.1.10:3260-iscsi-iqn.2000-01.com.x:vol-lun-1 sdb"}, "iscsi", "192.168.1.10:3260");
+TEST_P(TargetPortScsi, IsReadFromTheLinks) {
+    for (const ScsiCase &row : GetParam().cases) {
+        expectScsi(row.links, row.host_interface, row.target_port);
+    }
 }
-
-TEST_F(TargetPort, AnIscsiPathOnAnotherPortOrWithAnotherSecondPieceGivesNoPort) {
-    expectScsi({"ip-192.168.1.10:3261-iscsi-iqn.2000-01.com.x:vol-lun-1 sdb"}, "iscsi", "");
-    expectScsi({"pci-0000:05:00.0-ip-192.168.1.10:3260-iscsi-iqn.2000-01.x:v-lun-1 sdb"}, "iscsi", "");
-}
-
-TEST_F(TargetPort, IscsiIsLookedForBeforeFibreChannelAndThatBeforeSas) {
-    expectScsi({"pci-0-fc-0x1-lun-1 sdb", "ip-1.2.3.4:3260-iscsi-iqn.x-lun-1 sdb"}, "iscsi", "");
-    expectScsi({"ip-1.2.3.4:3260-iscsi-iqn.x-lun-1 sdb", "pci-0-fc-0x1-lun-1 sdb"}, "iscsi", "1.2.3.4:3260");
-    expectScsi({"pci-0000:05:00.0-scsi-0:0:0:1 sdb", "pci-0000:05:00.0-fc-0x1-lun-1 sdb"}, "fc", "");
-}
-
-TEST_F(TargetPort, ASasPathGivesItsHostInterfaceAndNoPort) {
-    expectScsi({"pci-0000:05:00.0-scsi-0:0:0:1 sdb"}, "sas", "");
-}
-
-TEST_F(TargetPort, AnyOtherLinkOrNoneGivesNeitherValue) {
-    expectScsi({"pci-0000:05:00.0-sas-0x1-lun-1 sdb"}, "", "");
-    expectScsi({"pci-0000:05:00.0-fc-0x1-lun-1 sdc"}, "", "");
-    expectScsi({}, "", "");
-}
+INSTANTIATE_TEST_SUITE_P(Rule, TargetPortScsi, testing::ValuesIn(SCSI_RULES), nameOfRule);
 
 TEST_F(TargetPort, AScsiLookUpThatFailsGivesNeitherValue) {
     tools.prints("ls", "");

@@ -1,7 +1,6 @@
 // Which handler each command name reaches, with which arguments. This program has handlers of its own, which
 // only write down that they were called: the real ones change the host.
-#include "cli/cli_exe.h"
-#include "cli/cli_tags.h"
+#include "cli/command_table.h"
 
 #include <cstdio>
 #include <map>
@@ -9,6 +8,9 @@
 #include <vector>
 
 #include <gtest/gtest.h>
+
+#include "cli/cli_exe.h"
+#include "commands/parameter_buffers.h"
 
 namespace {
 
@@ -136,7 +138,7 @@ void setDevice(const char *name) {
 
 } // namespace
 
-TEST(Dispatch, EachNameReachesItsHandlerWhoseRecordComesBack) {
+TEST(CommandTableDispatch, EachNameReachesItsHandlerWhoseRecordComesBack) {
     setDevice("mpatha");
     const char *const handlers[][2] = {{"mkconfig", "mkconfig"},     {"lsselfstart", "lsselfstart"},
                                        {"config", "config"},         {"aggregation", "aggregation"},
@@ -151,44 +153,44 @@ TEST(Dispatch, EachNameReachesItsHandlerWhoseRecordComesBack) {
     }
 }
 
-TEST(Dispatch, TheServiceIsToldWhatToDo) {
+TEST(CommandTableDispatch, TheServiceIsToldWhatToDo) {
     expectCalls({"setselfstart"}, {"chMultipathdService enable"}, "chMultipathdService");
     expectCalls({"stop"}, {"chMultipathdService stop"}, "chMultipathdService");
 }
 
-TEST(Dispatch, StartLooksAfterTheLvmFilesFirst) {
+TEST(CommandTableDispatch, StartLooksAfterTheLvmFilesFirst) {
     expectCalls({"start"}, {"checkAndCreatlvmlibs", "chMultipathdService start"}, "chMultipathdService");
 }
 
-TEST(Dispatch, MkconfigIsDispatchedAlthoughItsNameIsRejected) {
+TEST(CommandTableDispatch, MkconfigIsDispatchedAlthoughItsNameIsRejected) {
     EXPECT_EQ(checkCliNames("mkconfig"), &EC_invalid_cli_name);
     expectCalls({"mkconfig"}, {"mkconfig"}, "mkconfig");
 }
 
-TEST(Dispatch, QueryWithADeviceArgumentShowsOnlyThatDevice) {
+TEST(CommandTableDispatch, QueryWithADeviceArgumentShowsOnlyThatDevice) {
     setDevice("mpathb");
     expectCalls({"query", "mpathb"}, {"querySingleDevice mpathb"}, "querySingleDevice");
 }
 
-TEST(Dispatch, QueryWithAnyOtherNumberOfArgumentsShowsAllDevices) {
+TEST(CommandTableDispatch, QueryWithAnyOtherNumberOfArgumentsShowsAllDevices) {
     setDevice("left over");
     expectCalls({"query"}, {"query"}, "query");
     expectCalls({"query", "a", "b"}, {"query"}, "query");
 }
 
-TEST(Dispatch, DevstatsWithAnEmptyDeviceRegistersAllDevices) {
+TEST(CommandTableDispatch, DevstatsWithAnEmptyDeviceRegistersAllDevices) {
     setDevice("");
     expectCalls({"devstats", "-interval", "1"}, {"queryDevStats"}, "queryDevStats");
     setDevice("mpathc");
     expectCalls({"devstats"}, {"querySingleDevStats mpathc"}, "querySingleDevStats");
 }
 
-TEST(Dispatch, DeleteGetsTheValidatedDevice) {
+TEST(CommandTableDispatch, DeleteGetsTheValidatedDevice) {
     setDevice("mpathd");
     expectCalls({"delete", "another"}, {"delete_ mpathd"}, "delete_");
 }
 
-TEST(Dispatch, ScanAsksForPatienceBeforeItBegins) {
+TEST(CommandTableDispatch, ScanAsksForPatienceBeforeItBegins) {
     const Outcome run = dispatch({"scan"});
     EXPECT_EQ(run.calls, std::vector<std::string>{"scan"});
     EXPECT_EQ(run.record_of, "scan");
@@ -196,7 +198,7 @@ TEST(Dispatch, ScanAsksForPatienceBeforeItBegins) {
     EXPECT_EQ(run.output, "");
 }
 
-TEST(Dispatch, AnUnknownNameCallsNothingAndIsNamed) {
+TEST(CommandTableDispatch, AnUnknownNameCallsNothingAndIsNamed) {
     for (const char *name : {"quer", "queryx", "", "Scan", "delete_"}) {
         expectCalls({name}, {}, "");
         EXPECT_STREQ(EC_invalid_cli_name.items[0], name);

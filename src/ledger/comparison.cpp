@@ -1,0 +1,488 @@
+// Matching what is known with what is seen, and telling the difference.
+#include "ledger/comparison.h"
+
+#include <algorithm>
+#include <tuple>
+#include <unordered_map>
+#include <unordered_set>
+
+#include "ledger/event_kinds.h"
+#include "ledger/path_history.h"
+#include "ledger/path_matching.h"
+
+namespace dravik {
+
+namespace {
+
+// One comparison under way.
+class Comparer {
+  public:
+    Comparer(const SeenTopology &seen_topology, const Circumstances &observed, const Kernel &asked,
+             KnownTopology *known_topology)
+        : seen(seen_topology), at(observed), kernel(asked), known(*known_topology) {}
+
+    Comparison run();
+
+  private:
+    void indexSeen();
+    void missVolume(KnownVolume *volume);
+    void meetVolume(const SeenVolume &now, KnownVolume *volume, bool returns);
+    void addVolume(const SeenVolume &now);
+    void takeAttributes(const SeenVolume &now, KnownVolume *volume, bool quiet);
+    void meetPaths(const SeenVolume &now, KnownVolume *volume, bool quiet);
+    void meetPath(const SeenPath &now, KnownVolume *volume, KnownPath *path, bool quiet);
+    void addPath(const SeenPath &now, KnownVolume *volume, PathKeySet *keys, bool quiet);
+    void missPath(KnownVolume *volume, KnownPath *path, bool quiet);
+    void finishVolume(KnownVolume *volume, size_t first_event, bool judge);
+    void watchFlapping(KnownVolume *volume, KnownPath *path, bool quiet);
+
+    void learnBaseline(KnownVolume *volume);
+    void changeKey(const PathKey &key, KnownVolume *volume, KnownPath *path);
+    Event &tell(const char *kind, const KnownVolume &volume, const std::string &from, const std::string &to);
+    Event &tellPath(const char *kind, const KnownVolume &volume, const KnownPath &path,
+                    const std::string &from, const std::string &to);
+    void tellChange(const char *kind, const KnownVolume &volume, const KnownPath &path,
+                    const std::string &from, const std::string &to, bool quiet);
+    void setCause(Event *event) const;
+    const Operation *operationOn(const Event &event) const;
+    std::string offlineBy(const KnownVolume &volume, const KnownPath &path) const;
+    bool isStillThere(KernelAnswer answer, bool given_away) const;
+    void doubt(const std::string &what);
+
+    const SeenTopology &seen;
+    const Circumstances &at;
+    const Kernel &kernel;
+    KnownTopology &known;
+    Comparison result;
+    std::unordered_set<std::string> seen_maps;
+    std::unordered_set<std::string> seen_devices;
+};
+
+PathKeySet keysOf(const KnownVolume &volume) {
+    PathKeySet keys;
+    for (const KnownPath &path : volume.paths) {
+        keys.add(path.key);
+    }
+    return keys;
+}
+
+void Comparer::indexSeen() {
+    for (const SeenVolume &volume : seen) {
+        seen_maps.insert(volume.attributes.map);
+        for (const SeenPath &path : volume.paths) {
+            seen_devices.insert(path.attributes.name);
+        }
+    }
+}
+
+// ---- telling
+
+// The operation of ours that explains the event, null when there is none.
+const Operation *Comparer::operationOn(const Event &event) const {
+    for (const Operation &operation : at.operations) {
+        const bool on_volume = operation.volume == event.alias || operation.volume == event.wwid;
+        const bool on_path = on_volume && event.has_path && operation.path == event.path_name;
+        const bool on_all = operation.command == "refresh" || operation.command == "stop";
+        if (on_all || (operation.command == "setstate" && on_path) ||
+            (operation.command == "delete" && on_volume && !operation.volume.empty())) {
+            return &operation;
+        }
+    }
+    return nullptr;
+}
+
+void Comparer::setCause(Event *event) const {
+    const Operation *operation = at.same_boot ? operationOn(*event) : nullptr;
+    event->cause = !at.same_boot ? "host_restart" : operation != nullptr ? "operator" : "fault";
+    if (operation != nullptr) {
+        event->user = operation->user;
+        event->command = operation->line;
+    }
+}
+
+Event &Comparer::tell(const char *kind, const KnownVolume &volume, const std::string &from,
+                      const std::string &to) {
+    Event event;
+    event.time = at.time;
+    event.boot_id = at.boot_id;
+    event.kind = kind;
+    event.wwid = volume.wwid;
+    event.alias = volume.attributes.alias;
+    event.from = from;
+    event.to = to;
+    setCause(&event);
+    result.events.push_back(event);
+    return result.events.back();
+}
+
+Event &Comparer::tellPath(const char *kind, const KnownVolume &volume, const KnownPath &path,
+                          const std::string &from, const std::string &to) {
+    Event &event = tell(kind, volume, from, to);
+    event.has_path = true;
+    event.path_name = path.attributes.name;
+    event.path_address = path.attributes.address;
+    event.initiator = path.key.initiator;
+    event.target_port = path.key.target_port;
+    setCause(&event);
+    return event;
+}
+
+void Comparer::tellChange(const char *kind, const KnownVolume &volume, const KnownPath &path,
+                          const std::string &from, const std::string &to, bool quiet) {
+    if (!quiet && from != to) {
+        tellPath(kind, volume, path, from, to);
+    }
+}
+
+// ---- paths
+
+// The baseline is what a volume has had: each path that is there belongs to it.
+void Comparer::learnBaseline(KnownVolume *volume) {
+    PathKeySet baseline;
+    for (const BaselinePath &path : volume->baseline) {
+        baseline.add(path.key);
+    }
+    for (const KnownPath &path : volume->paths) {
+        if (path.presence != Presence::MISSING && baseline.add(path.key)) {
+            volume->baseline.push_back({path.key, path.attributes.name});
+            volume->baseline_changed = true;
+        }
+    }
+}
+
+// A key that has become known later names the same path, in the baseline too.
+void Comparer::changeKey(const PathKey &key, KnownVolume *volume, KnownPath *path) {
+    const auto is_old = [path](const BaselinePath &other) {
+        return sameKey(other.key, path->key) && other.key.twin == path->key.twin;
+    };
+    volume->baseline.erase(std::remove_if(volume->baseline.begin(), volume->baseline.end(), is_old),
+                           volume->baseline.end());
+    volume->baseline_changed = true;
+    path->key = key;
+    path->key.twin = keysOf(*volume).freeTwin(key);
+    path->changed = true;
+}
+
+void Comparer::watchFlapping(KnownVolume *volume, KnownPath *path, bool quiet) {
+    const bool flapping = isFlapping(*path, at.time);
+    if (flapping != path->flapping) {
+        path->flapping = flapping;
+        path->changed = true;
+        if (!quiet) {
+            tellPath(flapping ? PATH_FLAPPING : PATH_STEADY, *volume, *path, "", "");
+        }
+    }
+    result.needs_time = result.needs_time || flapping;
+}
+
+void Comparer::addPath(const SeenPath &now, KnownVolume *volume, PathKeySet *keys, bool quiet) {
+    KnownPath path;
+    path.key = now.key;
+    path.key.twin = keys->freeTwin(now.key);
+    keys->add(path.key);
+    path.attributes = now.attributes;
+    path.working = now.working;
+    path.changed = true;
+    volume->paths.push_back(path);
+    if (!quiet) {
+        tellPath(PATH_APPEARED, *volume, path, "", now.attributes.checker_state);
+    }
+}
+
+void Comparer::meetPath(const SeenPath &now, KnownVolume *volume, KnownPath *path, bool quiet) {
+    const PathAttributes before = path->attributes;
+    const Presence presence = path->presence;
+    if (!sameKey(path->key, now.key)) {
+        changeKey(now.key, volume, path);
+    }
+    const PathAttributes &after = now.attributes;
+    path->changed = path->changed || presence != Presence::PRESENT ||
+                    std::tie(before.name, before.address, before.device_id, before.transport,
+                             before.group_policy, before.group_priority, before.group_status, before.dm_state,
+                             before.checker_state, before.online_state) !=
+                        std::tie(after.name, after.address, after.device_id, after.transport,
+                                 after.group_policy, after.group_priority, after.group_status, after.dm_state,
+                                 after.checker_state, after.online_state);
+    path->attributes = after;
+    path->presence = Presence::PRESENT;
+    path->unseen_since = 0;
+    if (presence == Presence::MISSING) {
+        if (!quiet) {
+            tellPath(PATH_APPEARED, *volume, *path, "", after.checker_state);
+        }
+    } else {
+        if (presence == Presence::UNSEEN && !quiet) {
+            tellPath(PATH_SEEN_AGAIN, *volume, *path, "", "");
+        }
+        tellChange(PATH_MOVED, *volume, *path, before.name, after.name, quiet);
+        tellChange(PATH_CHECKER_STATE, *volume, *path, before.checker_state, after.checker_state, quiet);
+        tellChange(PATH_DM_STATE, *volume, *path, before.dm_state, after.dm_state, quiet);
+        tellChange(PATH_ONLINE_STATE, *volume, *path, before.online_state, after.online_state, quiet);
+        tellChange(PATH_GROUP_STATE, *volume, *path, before.group_status, after.group_status, quiet);
+    }
+    const bool worked = path->working;
+    noteWorking(path, now.working, at.time);
+    if (worked && !now.working) {
+        path->offline_by = offlineBy(*volume, *path);
+    }
+    watchFlapping(volume, path, quiet);
+}
+
+// Who has just taken the path offline; empty when nobody has.
+std::string Comparer::offlineBy(const KnownVolume &volume, const KnownPath &path) const {
+    for (const Operation &operation : at.operations) {
+        const bool on_volume = operation.volume == volume.attributes.alias || operation.volume == volume.wwid;
+        if (on_volume && operation.command == "setstate" && operation.detail == "offline" &&
+            operation.path == path.attributes.name) {
+            return operation.user;
+        }
+    }
+    return "";
+}
+
+// A map or device that the listing gives to another is no proof that the missing one is still there. Where the kernel
+// cannot be asked, a tool that ended badly is not believed.
+bool Comparer::isStillThere(KernelAnswer answer, bool given_away) const {
+    if (given_away) {
+        return false;
+    }
+    return answer == KernelAnswer::HAS_IT || (answer == KernelAnswer::CANNOT_TELL && at.tool_was_ended);
+}
+
+// Notes that `what` is missing though it is there; only the first few are named.
+void Comparer::doubt(const std::string &what) {
+    constexpr size_t ENOUGH = 200;
+    result.quality = Quality::DOUBTFUL;
+    result.needs_time = true;
+    if (result.missing.size() < ENOUGH) {
+        result.missing += (result.missing.empty() ? "" : ", ") + what;
+    }
+}
+
+void Comparer::missPath(KnownVolume *volume, KnownPath *path, bool quiet) {
+    if (path->presence == Presence::MISSING) {
+        return;
+    }
+    const std::string &name = path->attributes.name;
+    const bool given_away = seen_devices.count(name) != 0;
+    if (isStillThere(given_away ? KernelAnswer::HAS_IT_NOT : kernel.has_path(volume->attributes.map, name),
+                     given_away)) {
+        doubt(name + " of " + volume->attributes.alias);
+        if (path->presence == Presence::PRESENT) {
+            path->presence = Presence::UNSEEN;
+            path->unseen_since = at.time;
+            path->changed = true;
+            if (!quiet) {
+                tellPath(PATH_UNSEEN, *volume, *path, "", "");
+            }
+        }
+        return;
+    }
+    const std::string before = path->attributes.checker_state;
+    path->presence = Presence::MISSING;
+    path->unseen_since = 0;
+    path->changed = true;
+    noteWorking(path, false, at.time);
+    if (!quiet) {
+        tellPath(PATH_GONE, *volume, *path, before, "");
+    }
+    watchFlapping(volume, path, quiet);
+}
+
+void Comparer::meetPaths(const SeenVolume &now, KnownVolume *volume, bool quiet) {
+    const size_t known_before = volume->paths.size();
+    const std::vector<size_t> matches = matchPaths(now.paths, volume->paths);
+    std::vector<const SeenPath *> met(known_before, nullptr);
+    for (size_t i = 0; i < matches.size(); ++i) {
+        if (matches[i] != NO_PATH) {
+            met[matches[i]] = &now.paths[i];
+        }
+    }
+    for (size_t k = 0; k < known_before; ++k) {
+        if (met[k] != nullptr) {
+            meetPath(*met[k], volume, &volume->paths[k], quiet);
+        } else {
+            missPath(volume, &volume->paths[k], quiet);
+        }
+    }
+    PathKeySet keys = keysOf(*volume);
+    for (size_t i = 0; i < matches.size(); ++i) {
+        if (matches[i] == NO_PATH) {
+            addPath(now.paths[i], volume, &keys, quiet);
+        }
+    }
+    learnBaseline(volume);
+}
+
+// ---- volumes
+
+void Comparer::takeAttributes(const SeenVolume &now, KnownVolume *volume, bool quiet) {
+    const VolumeAttributes before = volume->attributes;
+    const VolumeAttributes &after = now.attributes;
+    volume->changed = volume->changed || std::tie(before.alias, before.map, before.vendor, before.product,
+                                                  before.size, before.size_bytes, before.transport) !=
+                                             std::tie(after.alias, after.map, after.vendor, after.product,
+                                                      after.size, after.size_bytes, after.transport);
+    volume->attributes = after;
+    if (!quiet && before.alias != after.alias) {
+        tell(VOLUME_RENAMED, *volume, before.alias, after.alias);
+    }
+    if (!quiet && before.size != after.size) {
+        tell(VOLUME_RESIZED, *volume, before.size, after.size);
+    }
+}
+
+// Fills in what the events since `first_event` say of the volume, and adds that of its state.
+void Comparer::finishVolume(KnownVolume *volume, size_t first_event, bool judge) {
+    const std::vector<PathHealth> health = healthOf(*volume, at.time);
+    const VolumeState state = verdictOf(health, baselineSurvival(*volume));
+    if (state != volume->state) {
+        if (judge) {
+            tell(VOLUME_STATE, *volume, stateWord(volume->state), stateWord(state));
+        }
+        volume->state = state;
+        volume->changed = true;
+    }
+    for (size_t i = first_event; i < result.events.size(); ++i) {
+        result.events[i].paths_working = countWorking(health);
+        result.events[i].paths_known = static_cast<int64_t>(health.size());
+    }
+}
+
+void Comparer::missVolume(KnownVolume *volume) {
+    const size_t first_event = result.events.size();
+    const VolumeAttributes &attributes = volume->attributes;
+    const bool given_away = seen_maps.count(attributes.map) != 0;
+    const KernelAnswer answer = given_away
+                                    ? KernelAnswer::HAS_IT_NOT
+                                    : kernel.has_volume(attributes.map, attributes.alias, volume->wwid);
+    if (isStillThere(answer, given_away)) {
+        doubt(attributes.alias);
+        if (volume->presence == Presence::PRESENT) {
+            volume->presence = Presence::UNSEEN;
+            volume->unseen_since = at.time;
+            volume->changed = true;
+            tell(VOLUME_UNSEEN, *volume, "", "");
+        }
+        finishVolume(volume, first_event, true);
+        return;
+    }
+    tell(VOLUME_GONE, *volume, stateWord(volume->state), "");
+    volume->gone = true;
+    volume->presence = Presence::PRESENT;
+    volume->unseen_since = 0;
+    volume->changed = true;
+    for (KnownPath &path : volume->paths) {
+        path.presence = Presence::MISSING;
+        path.unseen_since = 0;
+        path.changed = true;
+        noteWorking(&path, false, at.time);
+        path.flapping = false;
+    }
+    const std::vector<PathHealth> none = healthOf(*volume, at.time);
+    result.events.back().paths_known = static_cast<int64_t>(none.size());
+}
+
+void Comparer::addVolume(const SeenVolume &now) {
+    const size_t first_event = result.events.size();
+    KnownVolume volume;
+    volume.wwid = now.wwid;
+    volume.attributes = now.attributes;
+    volume.changed = true;
+    PathKeySet keys;
+    for (const SeenPath &path : now.paths) {
+        addPath(path, &volume, &keys, true);
+    }
+    learnBaseline(&volume);
+    known.push_back(volume);
+    tell(VOLUME_APPEARED, known.back(), "", "");
+    finishVolume(&known.back(), first_event, false);
+}
+
+void Comparer::meetVolume(const SeenVolume &now, KnownVolume *volume, bool returns) {
+    const size_t first_event = result.events.size();
+    const bool was_unseen = volume->presence == Presence::UNSEEN;
+    const bool had_paths = std::any_of(volume->paths.begin(), volume->paths.end(), [](const KnownPath &path) {
+        return path.presence != Presence::MISSING;
+    });
+    const bool quiet = returns || was_unseen;
+    if (quiet) {
+        volume->gone = false;
+        volume->presence = Presence::PRESENT;
+        volume->unseen_since = 0;
+        volume->changed = true;
+    }
+    takeAttributes(now, volume, quiet);
+    if (quiet) {
+        tell(returns ? VOLUME_APPEARED : VOLUME_SEEN_AGAIN, *volume, "", "");
+    }
+    if (!quiet && had_paths && now.paths.empty()) {
+        tell(VOLUME_WITHOUT_PATHS, *volume, "", "");
+    }
+    meetPaths(now, volume, quiet);
+    finishVolume(volume, first_event, !returns);
+}
+
+Comparison Comparer::run() {
+    indexSeen();
+    std::unordered_map<std::string, size_t> by_wwid;
+    for (size_t i = 0; i < known.size(); ++i) {
+        by_wwid[known[i].wwid] = i;
+    }
+    std::vector<bool> is_seen(known.size(), false);
+    for (const SeenVolume &volume : seen) {
+        const auto place = by_wwid.find(volume.wwid);
+        if (place != by_wwid.end()) {
+            is_seen[place->second] = true;
+        }
+    }
+    for (size_t i = 0; i < is_seen.size(); ++i) {
+        if (!is_seen[i] && !known[i].gone) {
+            missVolume(&known[i]);
+        }
+    }
+    for (const SeenVolume &volume : seen) {
+        const auto place = by_wwid.find(volume.wwid);
+        if (place == by_wwid.end()) {
+            addVolume(volume);
+        } else {
+            meetVolume(volume, &known[place->second], known[place->second].gone);
+        }
+    }
+    for (Event &event : result.events) {
+        event.quality = result.quality;
+    }
+    return result;
+}
+
+} // namespace
+
+Comparison compareTopologies(const SeenTopology &seen, const Circumstances &circumstances,
+                             const Kernel &kernel, KnownTopology *known) {
+    return Comparer(seen, circumstances, kernel, known).run();
+}
+
+std::vector<PathHealth> healthOf(const KnownVolume &volume, Milliseconds time) {
+    std::vector<PathHealth> health;
+    health.reserve(volume.paths.size());
+    const bool volume_unseen_long =
+        volume.presence == Presence::UNSEEN && time - volume.unseen_since > UNKNOWN_AFTER_MS;
+    for (const KnownPath &path : volume.paths) {
+        const bool unseen_long =
+            path.presence == Presence::UNSEEN && time - path.unseen_since > UNKNOWN_AFTER_MS;
+        health.push_back({path.key.initiator, path.key.target_port, path.working, path.presence,
+                          unseen_long || volume_unseen_long});
+    }
+    return health;
+}
+
+Survival baselineSurvival(const KnownVolume &volume) {
+    std::vector<PathHealth> paths;
+    paths.reserve(volume.baseline.size());
+    for (const BaselinePath &path : volume.baseline) {
+        paths.push_back({path.key.initiator, path.key.target_port, true, Presence::PRESENT, false});
+    }
+    return survivalOf(paths);
+}
+
+} // namespace dravik

@@ -1,0 +1,50 @@
+// What has changed between the topology as it is known and as it has just been seen. Pure functions: what the kernel says
+// of a missing thing is asked through `Kernel`.
+//
+// Nothing that is missing is taken for gone on the multipath tool's word alone: while the kernel still has it, it is
+// "unseen", keeps its last known state, and is settled by an observation that lists it or by the kernel.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "ledger/kernel_view.h"
+#include "ledger/records.h"
+
+namespace dravik {
+
+// What is asked about what is missing (kernel_view.h on a real host).
+struct Kernel {
+    std::function<KernelAnswer(const std::string &map, const std::string &name)> has_path;
+    std::function<KernelAnswer(const std::string &map, const std::string &alias, const std::string &wwid)>
+        has_volume;
+};
+
+// The circumstances of an observation.
+struct Circumstances {
+    Milliseconds time = 0;
+    std::string boot_id;
+    bool is_first = false;             // nothing has been observed before
+    bool same_boot = true;             // the host has not been restarted since the last observation
+    bool tool_was_ended = false;       // it exited non-zero or by a signal
+    std::vector<Operation> operations; // of ours, that ran since the last observation
+};
+
+struct Comparison {
+    Quality quality = Quality::GOOD; // GOOD or DOUBTFUL
+    std::string missing;             // of a doubtful one: what is missing though the kernel has it, in words
+    std::vector<Event> events;       // in order; without number and incident
+    bool needs_time = false; // something is unseen or flapping: the passing of time alone may change it
+};
+
+// Compares, and brings `known` up to date: what has changed in it is marked. Volumes and paths that were not known are
+// added behind the others.
+Comparison compareTopologies(const SeenTopology &seen, const Circumstances &circumstances,
+                             const Kernel &kernel, KnownTopology *known);
+
+// The health of a known volume's paths at `time`, and the survival of its baseline.
+std::vector<PathHealth> healthOf(const KnownVolume &volume, Milliseconds time);
+Survival baselineSurvival(const KnownVolume &volume);
+
+} // namespace dravik

@@ -1,0 +1,58 @@
+// The monitor's side of the ledger: each cycle's observation judged and written.
+//
+// Whatever goes wrong here costs one line of the command log a minute ("Ledger: %s.") and nothing else: the observation is
+// made again in the next cycle, and compared with what the tables say, so that nothing is lost or told twice.
+#pragma once
+
+#include <memory>
+
+#include "ledger/ledger_file.h"
+#include "ledger/records.h"
+#include "struct/s_dravik.h"
+
+namespace dravik {
+
+// What became of the multipath tool and its listing.
+struct ToolOutcome {
+    // Why there is no topology, in words; empty when there is one.
+    std::string failure;
+    int exit_status = 0;
+    int signal_number = 0; // that ended the tool, 0 for none
+    int64_t tool_ms = 0;
+    int64_t duration_ms = 0; // of the whole observation, the tool included
+};
+
+class LedgerKeeper {
+  public:
+    // Judges and writes one observation: the topology of the head `topology`, which is looked at only where the outcome has
+    // no failure. Never throws.
+    void observe(const ToolOutcome &outcome, const s_dravik *topology);
+
+    // The events of the last observation that was written.
+    const std::vector<Event> &lastEvents() const {
+        return events;
+    }
+
+  private:
+    void write(const ToolOutcome &outcome, const s_dravik *topology);
+    bool open();
+    void close();
+    void writeFailure(const ToolOutcome &outcome, Observation observation);
+    void writeUnchanged(Observation observation);
+    void writeComparison(const ToolOutcome &outcome, const s_dravik *topology, Observation observation);
+    void finish(Observation observation, std::vector<Event> told, KnownTopology *known);
+    bool hasChanged(const s_dravik *topology);
+    void complain(const std::string &problem);
+
+    std::unique_ptr<Database> database;
+    Observation last;          // as the table has it
+    bool is_announced = false; // that this monitor has started
+    uint64_t fingerprint = 0;  // of the last topology that was written
+    bool has_fingerprint = false;
+    bool needs_time = false; // something is unseen or flapping
+    int64_t data_version = 0;
+    Milliseconds complained = 0;
+    std::vector<Event> events;
+};
+
+} // namespace dravik

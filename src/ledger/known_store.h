@@ -1,0 +1,24 @@
+// The tables of what is known: volumes, paths, baselines, the last observation.
+#pragma once
+
+#include "ledger/records.h"
+#include "ledger/sqlite.h"
+
+namespace dravik {
+
+// All of them throw SqliteError.
+
+// Everything that is known, volumes that are gone included, in the order in which it was first seen.
+KnownTopology loadKnown(Database *database);
+
+// Writes the rows of what is marked as changed, and gives new ones their id. `time` and `accepted_by` go to the paths that
+// a baseline has learned.
+void saveKnown(Database *database, KnownTopology *known, Milliseconds time);
+
+// The last observation; quality NEVER when there has been none.
+Observation loadObservation(Database *database);
+
+// Makes `observation` the last one and counts it; with `quality_changed` it gets a row of its own, too.
+void saveObservation(Database *database, const Observation &observation, bool quality_changed);
+
+} // namespace dravik

@@ -1,0 +1,15 @@
+// The second half of a cycle: what was taken from the multipath tool goes to the ledger, too.
+#pragma once
+
+#include "common/result.h"
+
+namespace dravik {
+
+// How long the multipath tool may take. A tool that hangs would otherwise have nothing reported for ever.
+constexpr unsigned int TOOL_DEADLINE_SECONDS = 300;
+
+// Hands the topology in `g_pDravik` (cycle.h) to the ledger, or that it could not be had: `query` is the record of the
+// query that took it, which lasted `duration_ms`. Nothing is returned: the ledger complains in the log.
+void observeCycle(const s_ecItems *query, long long duration_ms);
+
+} // namespace dravik

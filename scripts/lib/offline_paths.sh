@@ -19,13 +19,14 @@
 readonly OFFLINE_FILE=/dumps/dravik_offline_paths
 readonly OFFLINE_MAX_BYTES=$((16 << 20))
 
-# records_load: the lines of the file into RECORDS; a missing file has none. What others may have put there, or may
-# change at any time, ends the script with a message.
+# records_load: the lines of the file into RECORDS; a missing file has none. A folder or file that others may have made,
+# or may change at any time, ends the script with a message.
 records_load() {
     local folder=${OFFLINE_FILE%/*}
     RECORDS=()
-    [[ -e $OFFLINE_FILE || -L $OFFLINE_FILE ]] || return 0
+    [[ -e $folder || -L $folder ]] || return 0
     private_folder "$folder" || fail "$folder is not ours alone: give it to root and let nobody else write there"
+    [[ -e $OFFLINE_FILE || -L $OFFLINE_FILE ]] || return 0
     own_file "$OFFLINE_FILE" || fail "$OFFLINE_FILE is no regular file of ours with one name; take it away"
     read_whole "$OFFLINE_FILE" "$OFFLINE_MAX_BYTES"
     split_text $'\n' "$WHOLE_TEXT"

@@ -15,9 +15,8 @@
 # Needs base.sh and sysfs.sh, and the folder's place in LIB.
 
 readonly BY_PATH=/dev/disk/by-path
-# Lines "KEY NAME", each between line feeds, once they have been collected: bash 3.2 has no associative arrays. For
-# NVMe the paths, for iSCSI the sessions, for FC the remote ports.
-NVME_NAMES='' OLD_NVME_NAMES='' ISCSI_NAMES='' FC_NAMES=''
+# What has been collected: iscsi (sessions), fc (remote ports), nvme (controllers), namespaces.
+COLLECTED=''
 
 # one_word TEXT: into WORD, with "_" for whatever could not stand in one word of the record, "-" for nothing.
 one_word() {
@@ -53,15 +52,16 @@ same_wwid() {
     [[ $1 == "$2" || $1 == - || $2 == - ]]
 }
 
-# find_path KIND KEY WWID: the name of the path that has these now, into FOUND_NAME; fails when there is none.
+# find_path KIND KEY WWID: the name of the path that has these now, into FOUND_NAME; fails when there is none. What
+# PATH_KIND, PATH_KEY and PATH_WWID held is lost.
 find_path() {
     CANDIDATES=()
     case $1 in
-        iscsi) units_below_port iscsi_session "$2" ;;
-        fc) units_below_port fc_remote_ports "$2" ;;
+        iscsi) units_below_port iscsi_session "$1" "$2" ;;
+        fc) units_below_port fc_remote_ports "$1" "$2" ;;
         nvme)
-            collect_nvme
-            names_of "$2" "$NVME_NAMES"
+            collect_namespaces
+            names_of namespaces "$2"
             ;;
         scsi) CANDIDATES=("$(readlink -- "$BY_PATH/$2")") || true ;;
         hctl) CANDIDATES=("/sys/bus/scsi/devices/$2/block"/*) ;;
@@ -74,7 +74,8 @@ find_path() {
 take_candidate() {
     for FOUND_NAME in ${CANDIDATES[@]+"${CANDIDATES[@]}"}; do
         FOUND_NAME=${FOUND_NAME##*/}
-        is_kernel_name "$FOUND_NAME" && [[ -d /sys/block/$FOUND_NAME ]] || continue
+        is_kernel_name "$FOUND_NAME" || continue
+        [[ -d /sys/block/$FOUND_NAME ]] || continue
         path_wwid "$FOUND_NAME"
         ! same_wwid "$1" "$PATH_WWID" || return 0
     done
@@ -96,7 +97,7 @@ scsi_identity() {
         return 0
     fi
     PATH_KIND=scsi
-    PATH_KEY=$(by_path_link "$1")
+    PATH_KEY=$(by_path_link "$1") || fail "cannot look through $BY_PATH"
     [[ -z $PATH_KEY ]] || return 0
     PATH_KIND=hctl
     PATH_KEY=${folder##*/}
@@ -105,15 +106,9 @@ scsi_identity() {
 
 # port_identity PORT LUN: by the session or remote port; fails where the kernel does not tell its ends.
 port_identity() {
-    if [[ $1 == session* ]]; then
-        PATH_KIND=iscsi
-        collect_sessions
-        key_of "$1" "$ISCSI_NAMES" || return 1
-    else
-        PATH_KIND='fc'
-        collect_remote_ports
-        key_of "$1" "$FC_NAMES" || return 1
-    fi
+    PATH_KIND='fc'
+    [[ $1 != session* ]] || PATH_KIND=iscsi
+    key_of "$PATH_KIND" "$1" || return 1
     PATH_KEY+=,lun=$2
 }
 
@@ -124,29 +119,22 @@ by_path_link() {
     { ls -l "$BY_PATH" 2>/dev/null || true; } | awk -v name="$1" -f "$LIB/by_path_link.awk"
 }
 
-# units_below_port CLASS KEY: what has the key's unit number below the ports that have the rest of the key, into
+# units_below_port CLASS KIND KEY: what has the key's unit number below the ports that have the rest of the key, into
 # CANDIDATES.
 units_below_port() {
-    local names port
-    if [[ $1 == iscsi_session ]]; then
-        collect_sessions
-        names=$ISCSI_NAMES
-    else
-        collect_remote_ports
-        names=$FC_NAMES
-    fi
-    names_of "${2%,lun=*}" "$names"
-    for port in ${CANDIDATES[@]+"${CANDIDATES[@]}"}; do
-        CANDIDATES+=("/sys/class/$1/$port/device"/target*/*":${2##*,lun=}/block"/*)
+    local port target
+    collect "$2"
+    names_of "$2" "${3%,lun=*}"
+    local -a ports=(${CANDIDATES[@]+"${CANDIDATES[@]}"})
+    CANDIDATES=()
+    for port in ${ports[@]+"${ports[@]}"}; do
+        for target in "/sys/class/$1/$port/device"/target*; do
+            CANDIDATES+=("$target/${target##*/target}:${3##*,lun=}/block"/*)
+        done
     done
 }
 
-collect_sessions() {
-    [[ -z $ISCSI_NAMES ]] || return 0
-    ISCSI_NAMES=$'\n'$(list_sessions | number_twins)$'\n'
-}
-
-list_sessions() {
+list_iscsi() {
     local session connection key
     for session in /sys/class/iscsi_session/session*; do
         connection=/sys/class/iscsi_connection/connection${session##*/session}:0
@@ -162,20 +150,15 @@ list_sessions() {
     done
 }
 
-# A port that went and came may be there twice for a while; only one has the units.
-collect_remote_ports() {
-    [[ -z $FC_NAMES ]] || return 0
-    FC_NAMES=$'\n'$(list_remote_ports)$'\n'
-}
-
-list_remote_ports() {
+# A port that went and came may be there twice for a while; only one has the units, and neither is counted.
+list_fc() {
     local port host key
     for port in /sys/class/fc_remote_ports/rport-*; do
         host=${port##*/rport-}
         key=''
         add_part initiator "/sys/class/fc_host/host${host%%:*}/port_name" || continue
         add_part target "$port/port_name" || continue
-        say "${key%,} ${port##*/}"
+        say "${port##*/} ${key%,} ${port##*/}"
     done
 }
 
@@ -189,38 +172,54 @@ add_part() {
 
 # ---- NVMe
 
+# By the controller, which the kernel names its namespaces after: nvme0 has nvme0n1.
 nvme_identity() {
     PATH_KIND=nvme
-    collect_nvme
-    key_of "$1" "$NVME_NAMES"
+    key_of nvme "${1%n*}" || return 1
+    class_value "/sys/block/$1/nsid"
+    # Old kernels do not tell the namespace; the number in the name is then the best there is.
+    [[ $VALUE =~ ^[0-9]+$ ]] || VALUE=${1##*n}
+    PATH_KEY+=,nsid=$VALUE
 }
 
 # find_old_nvme KEY NAME WWID: the same as find_path for a key in which interface and subsystem are left out; of several
 # paths NAME is taken, or the first.
 find_old_nvme() {
-    collect_nvme
-    OLD_NVME_NAMES=${OLD_NVME_NAMES:-$(printf '%s' "$NVME_NAMES" | old_nvme_keys)}
-    names_of "$1" "$OLD_NVME_NAMES"
+    collect_namespaces
+    names_of old_namespaces "$1"
     [[ " ${CANDIDATES[*]-} " != *" $2 "* ]] || CANDIDATES=("$2" "${CANDIDATES[@]}")
     take_candidate "$3"
 }
 
-old_nvme_keys() {
-    sed 's/,host_iface=[^, ]*//; s/,subsysnqn=[^, ]*//; s/,nth=[0-9]*//'
-}
-
-# All namespaces are read once, however many are asked for.
-collect_nvme() {
-    [[ -z $NVME_NAMES ]] || return 0
-    NVME_NAMES=$'\n'$(list_nvme | number_twins)$'\n'
-}
-
-list_nvme() {
-    local block key
+collect_namespaces() {
+    local block
+    [[ " $COLLECTED " != *" namespaces "* ]] || return 0
+    COLLECTED+=" namespaces"
     for block in /sys/block/nvme*; do
-        nvme_key "$block" || continue
-        path_wwid "${block##*/}"
-        say "${block##*/} $key $PATH_WWID"
+        nvme_identity "${block##*/}" || continue
+        remember_name namespaces "${block##*/}" "$PATH_KEY"
+        old_nvme_key "$PATH_KEY"
+        remember_name old_namespaces "${block##*/}" "$OLD_KEY"
+    done
+}
+
+# old_nvme_key KEY: into OLD_KEY, as earlier versions wrote it.
+old_nvme_key() {
+    local part
+    OLD_KEY=''
+    split_text , "$1"
+    for part in "${PARTS[@]}"; do
+        [[ $part == host_iface=* || $part == subsysnqn=* || $part == nth=* ]] || OLD_KEY+=${OLD_KEY:+,}$part
+    done
+}
+
+# Looks at one namespace of each controller: they stand together.
+list_nvme() {
+    local block controller='' key
+    for block in /sys/block/nvme*; do
+        [[ $controller != "${block%n*}" ]] || continue
+        controller=${block%n*}
+        ! nvme_key "$block" || say "${controller##*/} ${key%,}"
     done
 }
 
@@ -239,36 +238,55 @@ nvme_key() {
     done
     [[ -n $key ]] || return 1
     add_part subsysnqn "$1/device/subsysnqn" || true
-    class_value "$1/nsid"
-    # Old kernels do not tell the namespace; the number in the name is then the best there is.
-    [[ $VALUE =~ ^[0-9]+$ ]] || VALUE=${1##*n}
-    key+=nsid=$VALUE
 }
 
 # ---- keys and names
 
-# number_twins: lines "NAME KEY [WWID]" become lines "KEY NAME" in the order of the numbers in the names. A further one
-# of the same key, and of the same volume, gets its number into the key.
+# Each is kept in a variable whose name comes from what it is found by: bash 3.2 has no associative arrays, and a look
+# through tens of thousands of lines for each record would take hours.
+
+# key_of KIND NAME: the key of the session, remote port or controller into PATH_KEY; fails when it has none.
+key_of() {
+    local slot=KEY_$1_${2//[^A-Za-z0-9]/_}
+    collect "$1"
+    PATH_KEY=${!slot-}
+    [[ -n $PATH_KEY ]]
+}
+
+# names_of KIND KEY: the names with this key into CANDIDATES.
+names_of() {
+    local slot=NAMES_$1_${2//[^A-Za-z0-9]/_} entry
+    CANDIDATES=()
+    split_text ' ' "${!slot-}"
+    # Others may have made the same variable's name of theirs.
+    for entry in ${PARTS[@]+"${PARTS[@]}"}; do
+        [[ ${entry#*/} != "$2" ]] || CANDIDATES+=("${entry%%/*}")
+    done
+}
+
+# collect KIND: all of them are read once, however many are asked for.
+collect() {
+    local lines line name
+    [[ " $COLLECTED " != *" $1 "* ]] || return 0
+    COLLECTED+=" $1"
+    lines=$("list_$1" | number_twins) || fail "cannot tell the host's $1 paths apart"
+    split_text $'\n' "$lines"
+    for line in ${PARTS[@]+"${PARTS[@]}"}; do
+        name=${line#* }
+        printf -v "KEY_$1_${name//[^A-Za-z0-9]/_}" %s "${line%% *}"
+        remember_name "$1" "$name" "${line%% *}"
+    done
+}
+
+# remember_name KIND NAME KEY: neither holds a slash or a blank.
+remember_name() {
+    local slot=NAMES_$1_${3//[^A-Za-z0-9]/_}
+    printf -v "$slot" '%s%s/%s ' "${!slot-}" "$2" "$3"
+}
+
+# number_twins: lines "NAME KEY [WORD]" become lines "KEY NAME" in the order of the numbers in the names. A further one
+# of the same key and word gets its number into the key.
 number_twins() {
     awk '{ print length($1), $1, $2, $3 }' | sort -k1,1n -k2,2 |
         awk '{ print $3 (++seen[$3, $4] > 1 ? ",nth=" seen[$3, $4] : "") " " $2 }'
-}
-
-# key_of NAME LINES: its key into PATH_KEY; fails when it has none. No key is longer than a thousand characters: the
-# shell looks for the line's beginning in time that grows with all that stands before it.
-key_of() {
-    local head=${2%%" $1"$'\n'*}
-    [[ $head != "$2" ]] || return 1
-    ((${#head} <= 1000)) || head=${head:${#head}-1000}
-    PATH_KEY=${head##*$'\n'}
-}
-
-# names_of KEY LINES: the names with this key into CANDIDATES.
-names_of() {
-    local rest=$2 head
-    CANDIDATES=()
-    while head=${rest%%$'\n'"$1 "*} && [[ $head != "$rest" ]]; do
-        rest=${rest:${#head}+${#1}+2}
-        CANDIDATES+=("${rest%%$'\n'*}")
-    done
 }

@@ -70,6 +70,18 @@ HITACHI, any product: block added (group_by_prio, round-robin)"
     holds_expected
 }
 
+@test "an os-release whose first line is empty tells the system as well" {
+    release /etc/os-release '' 'VERSION="15-SP4"' 'ID="sles"'
+    run script g2mpiocfg
+    answers 0 "$CONF: created
+KORVEL QVX: block added (group_by_prio, round-robin)
+NVME KORVELQVX: block added (group_by_prio, round-robin)
+HUAWEI, any product: block added (group_by_prio, round-robin)
+HITACHI, any product: block added (group_by_prio, round-robin)"
+    { korvel_block; nvme_block; huawei_block; hitachi_block; } | expected
+    holds_expected
+}
+
 @test "a second run changes no byte and does not write" {
     script g2mpiocfg
     cp "$ROOT$CONF" "$BATS_TEST_TMPDIR/expected"

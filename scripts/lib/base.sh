@@ -81,7 +81,7 @@ have_tool() {
 }
 
 # split_text SEPARATORS TEXT: the parts between them into PARTS. By the shell itself: a here-string would need
-# room for a file in /tmp.
+# space for a file in /tmp.
 split_text() {
     local IFS=$1
     set -f

@@ -1,20 +1,21 @@
-#!/bin/bash
+#!/bin/bash -p
 # Gives devices their user-friendly names: the aliases in the "multipaths" section of /etc/velomux.conf.
 # usage: alias.sh set WWID ALIAS | alias.sh del WWID | alias.sh query
 # Promises:
 # - set: afterwards WWID has ALIAS, instead of another one it had before. The section and the entry are
 #   created where they are missing.
 # - del: afterwards WWID has no alias; an entry that held nothing but WWID and alias goes with it.
-# - query: one line per alias in the file's order: WWID, one blank, alias.
+# - query: one line per alias in the file's order: WWID, one blank, alias. An entry whose WWID holds blanks names no
+#   device and has no line.
 # - On failure of set and del the first character printed is a status digit, which is also the exit status:
 #       4  WWID has this very alias already     5  the alias belongs to another WWID     7  WWID has no alias
 #   Any other failure begins with the script's name and exits with 1, or with 2 for wrong arguments.
 # - WWIDs and aliases are compared as strings. Other entries, other settings and remarks stay byte for byte;
 #   the file changes at once or not at all.
 # - The stack is told of a change (velomux -r). When that fails the change stays, and a line says so.
-set -euo pipefail
-LIB=$(dirname -- "${BASH_SOURCE[0]}")/lib
-source "$LIB/base.sh"
+[[ $- == *e*p*u* ]] || POSIXLY_CORRECT=1 # lib/start.sh tells why
+LIB=${BASH_SOURCE[0]%"${BASH_SOURCE[0]##*/}"}lib
+. "$LIB/start.sh"
 source "$LIB/conf.sh"
 
 USAGE="alias.sh set WWID ALIAS | alias.sh del WWID | alias.sh query"

@@ -1,12 +1,12 @@
-#!/bin/bash
+#!/bin/bash -p
 # Makes sure that the multipath daemon runs: starts it when it does not.
 # usage: checkdravikd.sh
 # Promises: a daemon that runs is left alone, and nothing is printed. The service manager is given two
 # minutes.
 # Exit status: 0 the daemon runs, 1 it could not be started, 2 wrong arguments.
-set -euo pipefail
-LIB=$(dirname -- "${BASH_SOURCE[0]}")/lib
-source "$LIB/base.sh"
+[[ $- == *e*p*u* ]] || POSIXLY_CORRECT=1 # lib/start.sh tells why
+LIB=${BASH_SOURCE[0]%"${BASH_SOURCE[0]##*/}"}lib
+. "$LIB/start.sh"
 source "$LIB/distribution.sh"
 source "$LIB/service.sh"
 

@@ -1,4 +1,4 @@
-#!/bin/bash
+#!/bin/bash -p
 # Keeps LVM off the single paths of multipath devices.
 # usage: checklvm.sh
 # Promises:
@@ -6,12 +6,13 @@
 #   every other byte stays; the file as it was is kept as lvm.conf.dravik.bk. LVM has the detection on unless
 #   it is told otherwise, so a file that does not set it is left alone. Filters are the administrator's and
 #   are not touched.
-# - The file changes at once or not at all. A host without LVM is left alone.
+# - The file changes at once or not at all, and so does its backup, which is for root only. A host without LVM is left
+#   alone.
 # - One line is printed when something was done.
 # Exit status: 0, 1 failed, 2 wrong arguments.
-set -euo pipefail
-LIB=$(dirname -- "${BASH_SOURCE[0]}")/lib
-source "$LIB/base.sh"
+[[ $- == *e*p*u* ]] || POSIXLY_CORRECT=1 # lib/start.sh tells why
+LIB=${BASH_SOURCE[0]%"${BASH_SOURCE[0]##*/}"}lib
+. "$LIB/start.sh"
 source "$LIB/lock.sh"
 source "$LIB/replace_file.sh"
 
@@ -36,7 +37,7 @@ main() {
     if [ "$new" = "$WHOLE_TEXT" ]; then
         exit 0
     fi
-    cp --preserve=all -- "$file" "$file.dravik.bk" || fail "$file cannot be backed up; it is left as it is"
+    replace_by_own_file "$file.dravik.bk" "$WHOLE_TEXT" 0600
     replace_file "$file" "$new" 0644
     say "$file: multipath_component_detection set to 1 (it was 0); the old file is $file.dravik.bk"
 }

@@ -1,4 +1,4 @@
-#!/bin/bash
+#!/bin/bash -p
 # Looks for new NVMe subsystems and namespaces over Fibre Channel.
 # usage: discoverfcnvme.sh
 # Promises:
@@ -10,9 +10,9 @@
 # - When it returns, udev has made the nodes of what was found (it waits for a minute at most).
 # - A host without NVMe over Fibre Channel is a success. Nothing is printed when all went well.
 # Exit status: 0, 1 the kernel refused, 2 wrong arguments.
-set -euo pipefail
-LIB=$(dirname -- "${BASH_SOURCE[0]}")/lib
-source "$LIB/base.sh"
+[[ $- == *e*p*u* ]] || POSIXLY_CORRECT=1 # lib/start.sh tells why
+LIB=${BASH_SOURCE[0]%"${BASH_SOURCE[0]##*/}"}lib
+. "$LIB/start.sh"
 source "$LIB/sysfs.sh"
 source "$LIB/rescan.sh"
 

@@ -1,4 +1,4 @@
-#!/bin/bash
+#!/bin/bash -p
 # Shows the host's Fibre Channel ports, as one table or for programs.
 # usage: fc_info.sh [fields]
 # Promises:
@@ -8,9 +8,9 @@
 # - With "fields" a line per port alone: the seven values with a tab between two, empty where the kernel does not
 #   tell; nothing for a host without such ports.
 # Exit status: 0, 2 wrong arguments.
-set -euo pipefail
-LIB=$(dirname -- "${BASH_SOURCE[0]}")/lib
-source "$LIB/base.sh"
+[[ $- == *e*p*u* ]] || POSIXLY_CORRECT=1 # lib/start.sh tells why
+LIB=${BASH_SOURCE[0]%"${BASH_SOURCE[0]##*/}"}lib
+. "$LIB/start.sh"
 source "$LIB/sysfs.sh"
 # shellcheck disable=SC2034 # the usage line of base.sh
 USAGE="$SCRIPT_NAME [fields]"

@@ -1,4 +1,4 @@
-#!/bin/bash
+#!/bin/bash -p
 # Looks for new LUNs on every SCSI host and in every iSCSI session.
 # usage: g2dravikscan.sh
 # Promises:
@@ -8,9 +8,9 @@
 # - When it returns, udev has made the nodes of what was found (it waits for a minute at most).
 # - A host without any SCSI adapter is a success. Nothing is printed when all went well.
 # Exit status: 0, 1 some host or session could not be scanned, 2 wrong arguments.
-set -euo pipefail
-LIB=$(dirname -- "${BASH_SOURCE[0]}")/lib
-source "$LIB/base.sh"
+[[ $- == *e*p*u* ]] || POSIXLY_CORRECT=1 # lib/start.sh tells why
+LIB=${BASH_SOURCE[0]%"${BASH_SOURCE[0]##*/}"}lib
+. "$LIB/start.sh"
 source "$LIB/rescan.sh"
 
 readonly SCAN_SECONDS=300

@@ -1,10 +1,10 @@
-#!/bin/bash
+#!/bin/bash -p
 # Shows or sets the path policy of the maker's NVMe arrays in /etc/velomux.conf.
 # usage: policy_nvme.sh query | policy_nvme.sh set GROUP SELECTOR
 # Promise: see lib/policy.sh; the file changes at once or not at all, and nothing in it but the two values.
-set -euo pipefail
-LIB=$(dirname -- "${BASH_SOURCE[0]}")/lib
-source "$LIB/base.sh"
+[[ $- == *e*p*u* ]] || POSIXLY_CORRECT=1 # lib/start.sh tells why
+LIB=${BASH_SOURCE[0]%"${BASH_SOURCE[0]##*/}"}lib
+. "$LIB/start.sh"
 source "$LIB/conf.sh"
 source "$LIB/policy.sh"
 

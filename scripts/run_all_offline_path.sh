@@ -1,4 +1,4 @@
-#!/bin/bash
+#!/bin/bash -p
 # Brings the paths back online that were taken offline by hand and recorded by path_state_record.sh.
 # usage: run_all_offline_path.sh
 # Promises:
@@ -9,12 +9,13 @@
 # - A daemon that does not answer within 30 seconds is not asked for the rest.
 # - One line is printed for each record.
 # Exit status: 0 all paths that are there are back, 1 some are not, 2 wrong arguments.
-set -euo pipefail
-LIB=$(dirname -- "${BASH_SOURCE[0]}")/lib
-source "$LIB/base.sh"
+[[ $- == *e*p*u* ]] || POSIXLY_CORRECT=1 # lib/start.sh tells why
+LIB=${BASH_SOURCE[0]%"${BASH_SOURCE[0]##*/}"}lib
+. "$LIB/start.sh"
 source "$LIB/lock.sh"
 source "$LIB/replace_file.sh"
 source "$LIB/sysfs.sh"
+source "$LIB/path_identity.sh"
 source "$LIB/offline_paths.sh"
 
 readonly ANSWER_SECONDS=30
@@ -65,7 +66,7 @@ main() {
     all=(${RECORDS[@]+"${RECORDS[@]}"})
     for record in ${all[@]+"${all[@]}"}; do
         if ! record_read "$record"; then
-            say "not understood, kept: $record"
+            say "not understood, kept: ${record//[[:cntrl:]]/?}"
         elif record_find_path; then
             bring_back "$record"
         else

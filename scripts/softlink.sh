@@ -1,4 +1,4 @@
-#!/bin/bash
+#!/bin/bash -p
 # Makes sure that systemd finds the multipath daemon's unit under the name dravikd.service.
 # usage: softlink.sh
 # Promises:
@@ -9,9 +9,9 @@
 # - For an init script systemd makes a unit itself; it is only asked to look again.
 # - Hosts without systemd are left alone. A line is printed only when something was done or could not be.
 # Exit status: 0, 1 there is no unit to be found, 2 wrong arguments.
-set -euo pipefail
-LIB=$(dirname -- "${BASH_SOURCE[0]}")/lib
-source "$LIB/base.sh"
+[[ $- == *e*p*u* ]] || POSIXLY_CORRECT=1 # lib/start.sh tells why
+LIB=${BASH_SOURCE[0]%"${BASH_SOURCE[0]##*/}"}lib
+. "$LIB/start.sh"
 
 readonly UNIT=dravikd.service
 readonly LINK=/etc/systemd/system/$UNIT

@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# What every helper script starts from: locale, search path, messages, usage, plain words.
+# What every helper script builds on: locale, search path, messages, usage, plain words.
 #
 # The programs read a script's standard output and standard error as one text, and in places judge it by its
 # first character or its number of lines. So a script says nothing that it does not mean to say, and every
@@ -7,9 +7,11 @@
 
 # Bytes, not characters: names are compared and counted byte by byte whatever the administrator's locale.
 export LC_ALL=C
-# Service managers start us with a short search path; the stack's tools live in the sbin folders.
-export PATH="${PATH:+$PATH:}/usr/sbin:/usr/bin:/sbin:/bin"
+# The stack's tools live in the sbin folders, which cron and service managers leave out.
+export PATH=/usr/sbin:/usr/bin:/sbin:/bin
 umask 022
+# A write past the caller's limit of a file's size fails, with a message, instead of ending the script.
+trap '' XFSZ
 
 SCRIPT_NAME=${0##*/}
 # Exit statuses of every script; a script with statuses of its own says so in its header.
@@ -65,7 +67,25 @@ is_kernel_name() {
     [[ ${#1} -le 64 && $1 =~ ^[A-Za-z0-9][A-Za-z0-9._:!-]*$ ]]
 }
 
+# own_file FILE: whether it is a regular file of ours with this one name, and no link.
+own_file() {
+    local links
+    [[ ! -L $1 && -f $1 && -O $1 ]] || return 1
+    links=$(stat -c %h -- "$1") || fail "cannot look at $1"
+    ((links == 1))
+}
+
 # have_tool NAME: whether the host has this command.
 have_tool() {
     command -v -- "$1" >/dev/null 2>&1
+}
+
+# split_text SEPARATORS TEXT: the parts between them into PARTS. By the shell itself: a here-string would need
+# space for a file in /tmp.
+split_text() {
+    local IFS=$1
+    set -f
+    # shellcheck disable=SC2206  # cut at the separators
+    PARTS=($2)
+    set +f
 }

@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# The list of the modules of the configuration file: where the file is, and everything that reads or changes it.
+# The configuration file: where it is, and the modules that read or change it.
 
 readonly CONF_PATH=/etc/velomux.conf
 

@@ -142,8 +142,9 @@ END {
     if (ENVIRON["OP"] == "set") set_alias()
     else if (ENVIRON["OP"] == "del") del_alias()
     else {
+        # No device has a WWID with blanks in it, and the row would tell of another one.
         for (a = 1; a <= aliases; a++)
-            if (wwid[of[a]] != "" && alias[a] != "") print wwid[of[a]] " " alias[a]
+            if (wwid[of[a]] !~ /^$|[ \t\r\f\v]/ && alias[a] != "") print wwid[of[a]] " " alias[a]
         exit 0
     }
     print_all()

@@ -5,7 +5,7 @@
 # WWIDs and aliases are compared as strings, never as patterns. The work is done by conf_alias.awk.
 # Needs conf_edit.sh.
 
-# alias_query: prints "WWID ALIAS" for every alias of the text, in its order.
+# alias_query: prints "WWID ALIAS" for every alias of the text, in its order, if there is no blank in its WWID.
 alias_query() {
     local output
     output=$(OP=query conf_awk conf_alias) || fail "$CONF_FILE: ${output:-awk failed}"

@@ -46,3 +46,26 @@ block_refresh() {
     BLOCK_TEXT=$(block_text "$1" "$2" && printf x)
     BLOCK_TEXT=${BLOCK_TEXT%x} block_awk refresh conf_transform
 }
+
+# foreign_sections: the device sections outside the product's blocks into PARTS: the number of the line where each
+# begins, its vendor and its product, with a tab between.
+foreign_sections() {
+    local output
+    output=$(OWN_BLOCKS=$BLOCK_NAMES conf_awk conf_device) || fail "$CONF_FILE: ${output:-awk failed}"
+    split_text $'\n' "$output"
+}
+
+# section_shares SECTION: whether one of these applies to arrays of the selected block as well; without a product it
+# applies to all of the vendor's.
+section_shares() {
+    local vendor product
+    vendor=${1#*$'\t'}
+    product=${vendor#*$'\t'}
+    expression_matches "${vendor%%$'\t'*}" "$BLOCK_VENDOR" &&
+        { [[ -z $product || $BLOCK_PRODUCT == '.*' ]] || expression_matches "$product" "$BLOCK_PRODUCT"; }
+}
+
+# expression_matches EXPRESSION NAME: what is no regular expression is compared as text.
+expression_matches() {
+    [[ $2 == "$1" || $2 =~ $1 ]]
+}

@@ -60,10 +60,21 @@ conf_changed() {
     [ "$CONF_TEXT" != "$CONF_OLD_TEXT" ] || [[ -z $CONF_EXISTS ]]
 }
 
+# conf_close: takes the permission to write from group and others, which mkconfig gives them. Where that fails the text
+# is right all the same.
+conf_close() {
+    local mode
+    mode=$(stat -c %a -- "$CONF_FILE") || fail "cannot look at $CONF_FILE"
+    (((8#$mode & 8#22) == 0)) || chmod -- go-w "$CONF_FILE" 2>/dev/null || warn "$CONF_FILE stays open for others to write"
+}
+
 # conf_store: makes CONF_TEXT the file's text, or ends the script with the file unchanged. An unchanged text
 # writes nothing.
 conf_store() {
-    conf_changed || return 0
+    if ! conf_changed; then
+        conf_close
+        return
+    fi
     conf_check
     if [[ -n $CONF_EXISTS ]]; then
         # The lock binds only these scripts: an administrator's editor may have saved in between.

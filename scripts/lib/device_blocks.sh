@@ -3,8 +3,11 @@
 #
 # Each block is a devices section of its own between two marker lines; a second pair of markers inside it
 # encloses the two lines that carry the path policy (the path grouping policy and the selector, "chooser").
+# Vendor and product are regular expressions to the multipath tool.
 
-# block_select korvel|nvme|huawei|hitachi: fills the BLOCK_ variables with that block's constants.
+readonly BLOCK_NAMES="korvel nvme huawei hitachi"
+
+# block_select NAME: fills the BLOCK_ variables with that block's constants; BLOCK_ARRAYS says which arrays it is for.
 block_select() {
     BLOCK_NAME=$1
     BLOCK_BEGIN="#$1 config begin"
@@ -28,10 +31,13 @@ block_select() {
             # "tur" sends a SCSI command; a direct read works on every kind of device.
             BLOCK_PRIO=ana BLOCK_CHECKER=directio
             ;;
-        huawei) BLOCK_VENDOR=HUAWEI BLOCK_PRODUCT=XSG1 ;;
-        hitachi) BLOCK_VENDOR=HITACHI BLOCK_PRODUCT='DF.*' ;;
+        # Of these the product handles whatever it finds.
+        huawei) BLOCK_VENDOR=HUAWEI BLOCK_PRODUCT='.*' ;;
+        hitachi) BLOCK_VENDOR=HITACHI BLOCK_PRODUCT='.*' ;;
         *) fail "there is no device block named $1" ;;
     esac
+    BLOCK_ARRAYS="$BLOCK_VENDOR $BLOCK_PRODUCT"
+    [[ $BLOCK_PRODUCT != '.*' ]] || BLOCK_ARRAYS="$BLOCK_VENDOR, any product"
 }
 
 # block_text GROUP SELECTOR: prints the selected block with this policy, each line with its line feed.

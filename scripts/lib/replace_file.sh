@@ -24,16 +24,26 @@ holds_text() {
     [ "$text" = "$2x" ]
 }
 
-# replace_file FILE TEXT MODE: gives FILE the new TEXT. An existing file keeps its mode, owner, access lists
-# and security label; a new one gets MODE. The new text is written to a hidden file beside FILE (one fixed
-# name, so that a kill leaves at most one, which the next call overwrites), read back, brought to the disk and
-# renamed. FILE must be no symbolic link (the link would be replaced, not its target). On failure FILE is
-# unchanged, the hidden file is gone, and the script ends with a message. The caller holds a lock.
+# replace_file FILE TEXT MODE: gives FILE the new TEXT. An existing file keeps owner, mode, access lists and security
+# label, less the permission to write of group and others; a new one gets MODE. The new text is written to a hidden
+# file beside FILE (one fixed name, so that a kill leaves at most one, which the next call overwrites), read back,
+# brought to the disk and renamed. FILE must be no symbolic link (the link would be replaced, not its target). On
+# failure FILE is unchanged, the hidden file is gone, and the script ends with a message. The caller holds a lock.
 replace_file() {
-    local file=$1 text=$2 mode=$3
+    put_file "$1" "$2" "$3" "$1"
+}
+
+# replace_by_own_file FILE TEXT MODE: the same, but an existing file keeps nothing: the new one is the caller's.
+replace_by_own_file() {
+    put_file "$1" "$2" "$3" ''
+}
+
+# put_file FILE TEXT MODE MODEL: owner, mode and so on come from the file MODEL, where there is one.
+put_file() {
+    local file=$1 text=$2 mode=$3 model=$4
     local fresh="${file%/*}/.${file##*/}.dravik-new"
     if ! rm -f -- "$fresh" ||
-        ! make_beside "$file" "$fresh" "$mode" ||
+        ! make_like "$model" "$fresh" "$mode" ||
         ! { printf '%s' "$text" >"$fresh"; } ||
         ! holds_text "$fresh" "$text" ||
         ! sync_file "$fresh" ||
@@ -45,10 +55,10 @@ replace_file() {
 }
 
 # An empty file is never the only place of the mode and the label: they come with the copy.
-make_beside() {
-    local file=$1 fresh=$2 mode=$3
-    if [[ -e $file ]]; then
-        cp --preserve=all -- "$file" "$fresh"
+make_like() {
+    local model=$1 fresh=$2 mode=$3
+    if [[ -e $model ]]; then
+        cp --preserve=all -- "$model" "$fresh" && chmod -- go-w "$fresh"
     else
         (umask 077 && : >"$fresh") && chmod -- "$mode" "$fresh"
     fi

@@ -157,9 +157,9 @@ $ROLL_BACK"
 
 @test "one block of three is enough" {
     make_host
-    { stock_conf && block hitachi HITACHI 'DF.*' 'hitachi ' group_by_prio round-robin tur alua; } >"$HOST/etc/velomux.conf"
+    { stock_conf && block hitachi HITACHI '.*' 'hitachi ' group_by_prio round-robin tur alua; } >"$HOST/etc/velomux.conf"
     succeeds setpathpolicy -chooser least-queue-depth-extend
-    { stock_conf && block hitachi HITACHI 'DF.*' 'hitachi ' multibus queue-length tur alua; } | expect_conf
+    { stock_conf && block hitachi HITACHI '.*' 'hitachi ' multibus queue-length tur alua; } | expect_conf
     expect_text change_log <<'END'
 The path group policy is changed from [  ] to [ multibus ]
 The path chooser type is changed from [  ] to [ queue-length ]

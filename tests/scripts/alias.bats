@@ -263,6 +263,18 @@ E
 1000 ten'
 }
 
+@test "a WWID with blanks names no device and has no row; an alias with blanks is shown whole" {
+    printf 'multipaths {\n multipath { wwid "3600 1" alias one }\n multipath { wwid " 36002" alias two }\n' | conf
+    printf ' multipath { wwid "36003 " alias three }\n multipath { wwid "36\t04" alias four }\n' >>"$ROOT$CONF"
+    printf ' multipath { wwid "36005" alias "my data" }\n}\n' >>"$ROOT$CONF"
+    cp "$ROOT$CONF" "$BATS_TEST_TMPDIR/before"
+    run script alias query
+    answers 0 "36005 my data"
+    run script alias set 3600 one
+    answers 5 "5 the alias one belongs to another wwid"
+    same_file "$BATS_TEST_TMPDIR/before" "$ROOT$CONF"
+}
+
 @test "remarks, foreign sections and entries in other sections are no aliases" {
     conf <<E
 # multipaths { multipath { wwid $A alias data1 } }

@@ -195,6 +195,55 @@ E
     [[ $(stat -c '%a %u %g' "$ROOT$CONF") == "640 12 34" ]]
 }
 
+@test "group and others lose the permission to write, and no other one" {
+    local before after
+    while read -r before after; do
+        conf <<<'# mine'
+        chown 12:34 "$ROOT$CONF"
+        chmod "$before" "$ROOT$CONF"
+        run script alias set "$WWID" data1
+        answers 0 ""
+        [[ "$before $(stat -c '%a %u %g' "$ROOT$CONF")" == "$before $after 12 34" ]]
+    done <<'E'
+777 755
+666 644
+622 600
+664 644
+660 640
+626 604
+600 600
+400 400
+E
+}
+
+@test "an edit that fails leaves the permissions too" {
+    conf <<<'}'
+    chmod 777 "$ROOT$CONF"
+    run script alias set "$WWID" data1
+    [[ $status == 1 && $(stat -c %a "$ROOT$CONF") == 777 ]]
+}
+
+@test "group and others lose the permission to write where there is nothing else to change, and nothing is written" {
+    printf 'Red Hat Enterprise Linux release 8.4 (Ootpa)\n' >"$ROOT/etc/redhat-release"
+    script g2mpiocfg
+    local before command
+    for command in g2mpiocfg 'policy set group_by_prio round-robin'; do
+        chmod 777 "$ROOT$CONF"
+        before=$(stat -c '%i %y' "$ROOT$CONF")
+        # shellcheck disable=SC2086 # a name and its words
+        run script $command
+        [[ "$status $before 755" == "0 $(stat -c '%i %y %a' "$ROOT$CONF")" ]]
+        before=$(stat -c '%i %z' "$ROOT$CONF")
+        # shellcheck disable=SC2086
+        run script $command
+        [[ "$status $before 755" == "0 $(stat -c '%i %z %a' "$ROOT$CONF")" ]]
+    done
+    chmod 777 "$ROOT$CONF"
+    stand_in chmod <<<$'#!/bin/bash\n[[ "$*" != *go-w* ]] && exec /usr/bin/chmod "$@"'
+    run script policy set group_by_prio round-robin
+    answers 0 "policy.sh: $CONF stays open for others to write"
+}
+
 @test "extended attributes, where the security label is kept, are kept" {
     type -P setfattr >/dev/null || skip "setfattr is not installed"
     conf </dev/null

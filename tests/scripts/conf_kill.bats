@@ -100,7 +100,7 @@ planned_edit() {
 @test "any tool killed at any system call leaves the old file or the new one" {
     local tool turn kind number total=0
     copy_program strace "$ROOT"
-    for tool in awk cat cp dd mv rm wc; do
+    for tool in awk cat chmod cp dd mv rm stat wc; do
         wrap "$tool"
         for ((turn = 1; turn < 10; turn++)); do
             rm -f "$ROOT/tmp/trace"

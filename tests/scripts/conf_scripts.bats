@@ -41,7 +41,7 @@ STOCK=/usr/share/doc/device-mapper-velomux-0.4.9/velomux.conf
     expect_text calls <<<$'velomux -r\nvelomux -r\nvelomux -r'
 }
 
-@test "after the stock file was copied back and the program's remark appended there is no block" {
+@test "after the stock file was copied back and the program's remark appended there is no block, and all may write" {
     make_script_host
     script g2mpiocfg
     in_host cp -fp "$STOCK" "$CONF"
@@ -51,9 +51,11 @@ STOCK=/usr/share/doc/device-mapper-velomux-0.4.9/velomux.conf
     answers 0 ""
     run script policy set multibus round-robin
     answers 1 "No configuration"
+    same 777 "$(stat -c %a "$HOST$CONF")"
     script g2mpiocfg
+    same 755 "$(stat -c %a "$HOST$CONF")"
     script policy set multibus round-robin
     run script policy query
     answers 0 $'multibus\nround-robin'
-    same 777 "$(stat -c %a "$HOST$CONF")"
+    same 755 "$(stat -c %a "$HOST$CONF")"
 }

@@ -41,6 +41,13 @@ name_is() {
     name_is $'VERSION="11.4"\n'
 }
 
+@test "the second line of os-release counts, whatever the first one holds" {
+    printf '\nVERSION="12-SP6"\nID="sles"\n' >"$ROOT/etc/os-release"
+    name_is $'VERSION="12-SP6"\n'
+    printf ' \nVERSION="12-SP6"' >"$ROOT/etc/os-release"
+    name_is 'VERSION="12-SP6"'
+}
+
 @test "SuSE-release gives its first line without parenthesis and its third line" {
     printf 'SUSE Linux Enterprise Server 12 (x86_64)\nVERSION = 12\nPATCHLEVEL = 6\n' >"$ROOT/etc/SuSE-release"
     name_is $'SUSE Linux Enterprise Server 12PATCHLEVEL = 6\n'

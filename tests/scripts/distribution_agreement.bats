@@ -78,6 +78,12 @@ release_files() {
     they_agree
     release_files os "$long\nVERSION=\"15-SP4\"\n"
     they_agree
+    release_files os '\nVERSION="15-SP4"\n'
+    they_agree
+    release_files os '\n\n'
+    they_agree
+    release_files os "${long:0:239}\nVERSION=\"15-SP4\"\n"
+    they_agree
     release_files os "ID=x\n$long\n"
     they_agree
     release_files SuSE "\n\n\n"

@@ -45,8 +45,8 @@ E
 
 korvel_block() { block korvel "korvel " KORVEL QVX tur alua "$@"; }
 nvme_block() { block nvme "" NVME KORVELQVX directio ana "$@"; }
-huawei_block() { block huawei "huawei " HUAWEI XSG1 tur alua "$@"; }
-hitachi_block() { block hitachi "hitachi " HITACHI 'DF.*' tur alua "$@"; }
+huawei_block() { block huawei "huawei " HUAWEI '.*' tur alua "$@"; }
+hitachi_block() { block hitachi "hitachi " HITACHI '.*' tur alua "$@"; }
 
 expected() { cat >"$BATS_TEST_TMPDIR/expected"; }
 holds_expected() { same_file "$BATS_TEST_TMPDIR/expected" "$ROOT$CONF"; }
@@ -56,8 +56,8 @@ holds_expected() { same_file "$BATS_TEST_TMPDIR/expected" "$ROOT$CONF"; }
     answers 0 "$CONF: created
 KORVEL QVX: block added (group_by_prio, round-robin)
 NVME KORVELQVX: block left alone, this system has no NVMe over Fabrics
-HUAWEI XSG1: block added (group_by_prio, round-robin)
-HITACHI DF.*: block added (group_by_prio, round-robin)"
+HUAWEI, any product: block added (group_by_prio, round-robin)
+HITACHI, any product: block added (group_by_prio, round-robin)"
     { korvel_block; huawei_block; hitachi_block; } | expected
     holds_expected
     [[ $(stat -c %a "$ROOT$CONF") == 644 ]]
@@ -70,6 +70,18 @@ HITACHI DF.*: block added (group_by_prio, round-robin)"
     holds_expected
 }
 
+@test "an os-release whose first line is empty tells the system as well" {
+    release /etc/os-release '' 'VERSION="15-SP4"' 'ID="sles"'
+    run script g2mpiocfg
+    answers 0 "$CONF: created
+KORVEL QVX: block added (group_by_prio, round-robin)
+NVME KORVELQVX: block added (group_by_prio, round-robin)
+HUAWEI, any product: block added (group_by_prio, round-robin)
+HITACHI, any product: block added (group_by_prio, round-robin)"
+    { korvel_block; nvme_block; huawei_block; hitachi_block; } | expected
+    holds_expected
+}
+
 @test "a second run changes no byte and does not write" {
     script g2mpiocfg
     cp "$ROOT$CONF" "$BATS_TEST_TMPDIR/expected"
@@ -77,8 +89,8 @@ HITACHI DF.*: block added (group_by_prio, round-robin)"
     run script g2mpiocfg
     answers 0 "KORVEL QVX: block is up to date (group_by_prio, round-robin)
 NVME KORVELQVX: block left alone, this system has no NVMe over Fabrics
-HUAWEI XSG1: block is up to date (group_by_prio, round-robin)
-HITACHI DF.*: block is up to date (group_by_prio, round-robin)"
+HUAWEI, any product: block is up to date (group_by_prio, round-robin)
+HITACHI, any product: block is up to date (group_by_prio, round-robin)"
     holds_expected
     [[ $(stat -c '%i %y' "$ROOT$CONF") == "$before" ]]
 }
@@ -94,8 +106,8 @@ HITACHI DF.*: block is up to date (group_by_prio, round-robin)"
     run script g2mpiocfg
     answers 0 "KORVEL QVX: block refreshed (multibus, queue-length)
 NVME KORVELQVX: block left alone, this system has no NVMe over Fabrics
-HUAWEI XSG1: block is up to date (failover, service-time)
-HITACHI DF.*: block added (group_by_prio, round-robin)"
+HUAWEI, any product: block is up to date (failover, service-time)
+HITACHI, any product: block added (group_by_prio, round-robin)"
     {
         printf '# head\ndefaults {\n\tpolling_interval 5\n}\n'
         korvel_block multibus queue-length
@@ -105,6 +117,100 @@ HITACHI DF.*: block added (group_by_prio, round-robin)"
         hitachi_block
     } | expected
     holds_expected
+}
+
+@test "blocks of one HUAWEI and HITACHI product become those of any" {
+    { block huawei "huawei " HUAWEI XSG1 tur alua multibus; block hitachi "hitachi " HITACHI 'DF.*' tur alua; } | conf
+    run script g2mpiocfg
+    answers 0 "KORVEL QVX: block added (group_by_prio, round-robin)
+NVME KORVELQVX: block left alone, this system has no NVMe over Fabrics
+HUAWEI, any product: block refreshed (multibus, round-robin)
+HITACHI, any product: block refreshed (group_by_prio, round-robin)"
+    { huawei_block multibus; hitachi_block; korvel_block; } | expected
+    holds_expected
+}
+
+# foreign ARRAYS LINE: what is said of a device section of somebody else's.
+foreign() {
+    echo "$1: line $2 begins a device section of somebody else, which stays; remove it if this block alone is to count"
+}
+
+@test "a device section of somebody else for the same arrays stays and is said each time, by its line" {
+    release /etc/redhat-release 'Red Hat Enterprise Linux release 8.4 (Ootpa)'
+    local theirs='devices {
+    device {
+        vendor "KORVEL"
+        product "QVX"
+        no_path_retry fail
+    }
+    device
+    {
+        product KORVELQVX # vendor "HUAWEI"
+        vendor NVME
+    }
+    device { vendor "HITACHI " }
+}'
+    { echo "$theirs" && korvel_block; } | conf
+    run script g2mpiocfg
+    answers 0 "KORVEL QVX: block is up to date (group_by_prio, round-robin)
+NVME KORVELQVX: block added (group_by_prio, round-robin)
+HUAWEI, any product: block added (group_by_prio, round-robin)
+HITACHI, any product: block added (group_by_prio, round-robin)
+$(foreign 'KORVEL QVX' 2)
+$(foreign 'NVME KORVELQVX' 7)
+$(foreign 'HITACHI, any product' 12)"
+    { echo "$theirs" && korvel_block && nvme_block && huawei_block && hitachi_block; } | expected
+    holds_expected
+    run script g2mpiocfg
+    answers 0 "KORVEL QVX: block is up to date (group_by_prio, round-robin)
+NVME KORVELQVX: block is up to date (group_by_prio, round-robin)
+HUAWEI, any product: block is up to date (group_by_prio, round-robin)
+HITACHI, any product: block is up to date (group_by_prio, round-robin)
+$(foreign 'KORVEL QVX' 2)
+$(foreign 'NVME KORVELQVX' 7)
+$(foreign 'HITACHI, any product' 12)"
+    holds_expected
+}
+
+@test "a section of somebody else is told by what the multipath tool would match, and no other is" {
+    local line blocks added
+    blocks=$'\nNVME KORVELQVX: block left alone, this system has no NVMe over Fabrics'
+    for line in 'HUAWEI, any product' 'HITACHI, any product'; do
+        blocks+=$'\n'"$line: block added (group_by_prio, round-robin)"
+    done
+    added="KORVEL QVX: block added (group_by_prio, round-robin)$blocks"
+    while read -r line; do
+        printf '%s\n' "$line" | conf
+        run script g2mpiocfg
+        answers 0 "$added
+$(foreign 'KORVEL QVX' 1)"
+    done <<'E'
+devices { device { vendor KORVEL product QVX } }
+devices { device { vendor "KORVEL" } }
+devices { device { vendor "^KOR.*" product "Q" } }
+devices { device { vendor "KORVEL  " product "QVX             " } }
+devices { device { vendor "OTHER" vendor "KORVEL" product ".*" } }
+E
+    while read -r line; do
+        printf '%s\n' "$line" | conf
+        run script g2mpiocfg
+        answers 0 "$added"
+    done <<'E'
+devices { device { vendor KORVEL product OTHER } }
+devices { device { vendor OTHER product QVX } }
+devices { device { vendor "(KORVEL" product QVX } }
+devices { device { product QVX } }
+devices { device { inner { vendor KORVEL } } }
+devices { other { vendor KORVEL product QVX } }
+blacklist { device { vendor KORVEL product QVX } }
+# devices { device { vendor KORVEL product QVX } }
+E
+    printf 'devices { device { vendor ".*" product ".*" } }\n' | conf
+    run script g2mpiocfg
+    answers 0 "$added
+$(foreign 'KORVEL QVX' 1)
+$(foreign 'HUAWEI, any product' 1)
+$(foreign 'HITACHI, any product' 1)"
 }
 
 @test "a block without chooser markers gets them back with the default policy" {

@@ -245,6 +245,41 @@ usb x - sdx
 END
 }
 
+@test "a record that others may have put there is not read, and nothing is written" {
+    script path_state_record add sdb
+    record >"$HOST/theirs"
+    local name='path_state_record.sh' plant
+    for plant in 'ln -s ../theirs' 'ln -s ../nothing' 'ln ../theirs' mkfifo mkdir; do
+        rm -rf "$HOST$RECORD"
+        # shellcheck disable=SC2086 # a command and its words
+        (cd "$HOST/dumps" && $plant dravik_offline_paths)
+        run script path_state_record add sdc
+        answers 1 "$name: $RECORD is no regular file of ours with one name; take it away"
+        run script run_all_offline_path
+        answers 1 "run_all_offline_path.sh: $RECORD is no regular file of ours with one name; take it away"
+    done
+    same sdb "$(cut -d' ' -f4 "$HOST/theirs")"
+    [[ ! -e $HOST/nothing ]]
+    expect_text daemon_calls </dev/null
+}
+
+@test "a /dumps in which others may write is not used" {
+    for mode in 777 1777 720 702; do
+        chmod "$mode" "$HOST/dumps"
+        run script path_state_record add sdb
+        answers 1 "path_state_record.sh: /dumps is not ours alone: give it to root and let nobody else write there"
+        run script run_all_offline_path
+        answers 1 "run_all_offline_path.sh: /dumps is not ours alone: give it to root and let nobody else write there"
+    done
+    same "" "$(ls -A "$HOST/dumps")"
+    rmdir "$HOST/dumps"
+    mkdir -m 777 "$HOST/theirs"
+    ln -s theirs "$HOST/dumps"
+    run script path_state_record add sdb
+    answers 1 "path_state_record.sh: /dumps is not ours alone: give it to root and let nobody else write there"
+    same "" "$(ls -A "$HOST/theirs")"
+}
+
 @test "a full /dumps leaves the record as it was" {
     script path_state_record add sdb
     before=$(record)

@@ -68,8 +68,8 @@ configured() {
     stock_conf
     block korvel KORVEL QVX 'korvel ' "$1" "$2" tur alua
     (($# < 5)) || block nvme NVME KORVELQVX '' "$4" "$5" directio ana
-    block huawei HUAWEI XSG1 'huawei ' "$1" "$3" tur alua
-    block hitachi HITACHI 'DF.*' 'hitachi ' "$1" "$3" tur alua
+    block huawei HUAWEI '.*' 'huawei ' "$1" "$3" tur alua
+    block hitachi HITACHI '.*' 'hitachi ' "$1" "$3" tur alua
 }
 
 # A small topology: mpatha over sdb and sdc, mpathb over sdd and sde, nvmea over two NVMe paths.

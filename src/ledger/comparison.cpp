@@ -34,6 +34,7 @@ class Comparer {
     void addPath(const SeenPath &now, KnownVolume *volume, PathKeySet *keys, bool quiet);
     void missPath(KnownVolume *volume, KnownPath *path, bool quiet);
     void finishVolume(KnownVolume *volume, size_t first_event, bool judge);
+    void takeCauseOfPaths(size_t first_event, Event *event) const;
     void watchFlapping(KnownVolume *volume, KnownPath *path, bool quiet);
 
     void learnBaseline(KnownVolume *volume);
@@ -45,15 +46,16 @@ class Comparer {
                     const std::string &from, const std::string &to, bool quiet);
     void setCause(Event *event) const;
     const Operation *operationOn(const Event &event) const;
-    std::string offlineBy(const KnownVolume &volume, const KnownPath &path) const;
-    bool isStillThere(KernelAnswer answer, bool given_away) const;
-    void doubt(const std::string &what);
+    void noteSetstate(const KnownVolume &volume, KnownPath *path) const;
+    bool isStillThere(KernelAnswer answer) const;
+    void doubt(const std::string &what, KernelAnswer answer);
 
     const SeenTopology &seen;
     const Circumstances &at;
     const Kernel &kernel;
     KnownTopology &known;
     Comparison result;
+    size_t unnamed = 0; // of what is missing
     std::unordered_set<std::string> seen_maps;
     std::unordered_set<std::string> seen_devices;
 };
@@ -220,54 +222,55 @@ void Comparer::meetPath(const SeenPath &now, KnownVolume *volume, KnownPath *pat
         tellChange(PATH_ONLINE_STATE, *volume, *path, before.online_state, after.online_state, quiet);
         tellChange(PATH_GROUP_STATE, *volume, *path, before.group_status, after.group_status, quiet);
     }
-    const bool worked = path->working;
     noteWorking(path, now.working, at.time);
-    if (worked && !now.working) {
-        path->offline_by = offlineBy(*volume, *path);
-    }
+    noteSetstate(*volume, path);
     watchFlapping(volume, path, quiet);
 }
 
-// Who has just taken the path offline; empty when nobody has.
-std::string Comparer::offlineBy(const KnownVolume &volume, const KnownPath &path) const {
+// Keeps who has taken a path offline that does not work, until somebody takes it online again. One that had failed before
+// may show no change at all.
+void Comparer::noteSetstate(const KnownVolume &volume, KnownPath *path) const {
     for (const Operation &operation : at.operations) {
         const bool on_volume = operation.volume == volume.attributes.alias || operation.volume == volume.wwid;
-        if (on_volume && operation.command == "setstate" && operation.detail == "offline" &&
-            operation.path == path.attributes.name) {
-            return operation.user;
+        if (on_volume && operation.command == "setstate" && operation.path == path->attributes.name &&
+            operation.code == 0 && !path->working) {
+            const std::string user = operation.detail == "offline" ? operation.user : "";
+            path->changed = path->changed || path->offline_by != user;
+            path->offline_by = user;
         }
     }
-    return "";
 }
 
-// A map or device that the listing gives to another is no proof that the missing one is still there. Where the kernel
-// cannot be asked, a tool that ended badly is not believed.
-bool Comparer::isStillThere(KernelAnswer answer, bool given_away) const {
-    if (given_away) {
-        return false;
-    }
+// Where the kernel cannot be asked, a tool that ended badly is not believed.
+bool Comparer::isStillThere(KernelAnswer answer) const {
     return answer == KernelAnswer::HAS_IT || (answer == KernelAnswer::CANNOT_TELL && at.tool_was_ended);
 }
 
 // Notes that `what` is missing though it is there; only the first few are named.
-void Comparer::doubt(const std::string &what) {
+void Comparer::doubt(const std::string &what, KernelAnswer answer) {
     constexpr size_t ENOUGH = 200;
     result.quality = Quality::DOUBTFUL;
     result.needs_time = true;
+    result.kernel_is_mute = result.kernel_is_mute || answer == KernelAnswer::CANNOT_TELL;
     if (result.missing.size() < ENOUGH) {
         result.missing += (result.missing.empty() ? "" : ", ") + what;
+    } else {
+        ++unnamed;
     }
 }
 
 void Comparer::missPath(KnownVolume *volume, KnownPath *path, bool quiet) {
     if (path->presence == Presence::MISSING) {
+        watchFlapping(volume, path, quiet);
         return;
     }
     const std::string &name = path->attributes.name;
+    // A device that the listing gives to another path is no proof that the missing one is still there.
     const bool given_away = seen_devices.count(name) != 0;
-    if (isStillThere(given_away ? KernelAnswer::HAS_IT_NOT : kernel.has_path(volume->attributes.map, name),
-                     given_away)) {
-        doubt(name + " of " + volume->attributes.alias);
+    const KernelAnswer answer =
+        given_away ? KernelAnswer::HAS_IT_NOT : kernel.has_path(volume->attributes.map, name);
+    if (isStillThere(answer)) {
+        doubt(name + " of " + volume->attributes.alias, answer);
         if (path->presence == Presence::PRESENT) {
             path->presence = Presence::UNSEEN;
             path->unseen_since = at.time;
@@ -276,6 +279,7 @@ void Comparer::missPath(KnownVolume *volume, KnownPath *path, bool quiet) {
                 tellPath(PATH_UNSEEN, *volume, *path, "", "");
             }
         }
+        watchFlapping(volume, path, quiet);
         return;
     }
     const std::string before = path->attributes.checker_state;
@@ -332,13 +336,34 @@ void Comparer::takeAttributes(const SeenVolume &now, KnownVolume *volume, bool q
     }
 }
 
+// The verdict has changed through the paths: it is an operator's work where nothing of it was a fault. The state of a
+// group follows its paths.
+void Comparer::takeCauseOfPaths(size_t first_event, Event *event) const {
+    const Event *by_operator = nullptr;
+    for (size_t i = first_event; i + 1 < result.events.size(); ++i) {
+        const Event &earlier = result.events[i];
+        if (earlier.has_path && earlier.kind != PATH_GROUP_STATE) {
+            if (earlier.cause != "operator") {
+                return;
+            }
+            by_operator = &earlier;
+        }
+    }
+    if (by_operator != nullptr) {
+        event->cause = by_operator->cause;
+        event->user = by_operator->user;
+        event->command = by_operator->command;
+    }
+}
+
 // Fills in what the events since `first_event` say of the volume, and adds that of its state.
 void Comparer::finishVolume(KnownVolume *volume, size_t first_event, bool judge) {
     const std::vector<PathHealth> health = healthOf(*volume, at.time);
     const VolumeState state = verdictOf(health, baselineSurvival(*volume));
     if (state != volume->state) {
         if (judge) {
-            tell(VOLUME_STATE, *volume, stateWord(volume->state), stateWord(state));
+            Event &event = tell(VOLUME_STATE, *volume, stateWord(volume->state), stateWord(state));
+            takeCauseOfPaths(first_event, &event);
         }
         volume->state = state;
         volume->changed = true;
@@ -352,17 +377,22 @@ void Comparer::finishVolume(KnownVolume *volume, size_t first_event, bool judge)
 void Comparer::missVolume(KnownVolume *volume) {
     const size_t first_event = result.events.size();
     const VolumeAttributes &attributes = volume->attributes;
+    // Nor is a map that it gives to another volume.
     const bool given_away = seen_maps.count(attributes.map) != 0;
     const KernelAnswer answer = given_away
                                     ? KernelAnswer::HAS_IT_NOT
                                     : kernel.has_volume(attributes.map, attributes.alias, volume->wwid);
-    if (isStillThere(answer, given_away)) {
-        doubt(attributes.alias);
+    if (isStillThere(answer)) {
+        doubt(attributes.alias, answer);
         if (volume->presence == Presence::PRESENT) {
             volume->presence = Presence::UNSEEN;
             volume->unseen_since = at.time;
             volume->changed = true;
             tell(VOLUME_UNSEEN, *volume, "", "");
+        } else {
+            for (KnownPath &path : volume->paths) {
+                watchFlapping(volume, &path, false);
+            }
         }
         finishVolume(volume, first_event, true);
         return;
@@ -403,7 +433,7 @@ void Comparer::meetVolume(const SeenVolume &now, KnownVolume *volume, bool retur
     const size_t first_event = result.events.size();
     const bool was_unseen = volume->presence == Presence::UNSEEN;
     const bool had_paths = std::any_of(volume->paths.begin(), volume->paths.end(), [](const KnownPath &path) {
-        return path.presence != Presence::MISSING;
+        return path.presence == Presence::PRESENT;
     });
     const bool quiet = returns || was_unseen;
     if (quiet) {
@@ -448,6 +478,9 @@ Comparison Comparer::run() {
         } else {
             meetVolume(volume, &known[place->second], known[place->second].gone);
         }
+    }
+    if (unnamed > 0) {
+        result.missing += " and " + std::to_string(unnamed) + " more";
     }
     for (Event &event : result.events) {
         event.quality = result.quality;

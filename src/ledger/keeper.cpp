@@ -93,15 +93,18 @@ void LedgerKeeper::close() {
 }
 
 bool LedgerKeeper::open() {
-    if (database != nullptr) {
+    if (database != nullptr && isLedgerFile(file)) {
         return true;
     }
+    close();
     LedgerOpening opening = openLedger(LedgerUse::OBSERVE);
     if (opening.status != LedgerStatus::OPEN) {
         complain(opening.problem);
         return false;
     }
     database = std::move(opening.database);
+    file = opening.file;
+    boot_id = bootId();
     last = loadObservation(database.get());
     has_fingerprint = false;
     return true;
@@ -147,6 +150,7 @@ void LedgerKeeper::finish(Observation observation, std::vector<Event> told, Know
     saveObservation(database.get(), observation, quality_changed);
     transaction.commit();
     is_announced = true;
+    last_begun = observation.quality == Quality::FAILED ? last_begun : begun;
     last = observation;
     events = std::move(told);
 }
@@ -179,13 +183,17 @@ void LedgerKeeper::writeComparison(const ToolOutcome &outcome, const s_dravik *t
     circumstances.is_first = last.quality == Quality::NEVER;
     circumstances.same_boot = last.boot_id.empty() || last.boot_id == observation.boot_id;
     circumstances.tool_was_ended = outcome.exit_status != 0 || outcome.signal_number != 0;
-    circumstances.operations = loadOperations(database.get(), last.time, observation.time);
+    // What ran while the last observation was made may not have been in its listing.
+    const Milliseconds since = last_begun != 0 ? last_begun : last.time - last.duration_ms;
+    circumstances.operations = loadOperations(database.get(), since, observation.time);
     Comparison comparison = compareTopologies(seen, circumstances, realKernel(), &known);
 
     countSeen(seen, &observation);
     observation.quality = comparison.quality;
     if (comparison.quality == Quality::DOUBTFUL) {
-        observation.reason = "not listed, though the kernel has it: " + comparison.missing +
+        observation.reason = (comparison.kernel_is_mute ? "not listed, and the kernel cannot be asked: "
+                                                        : "not listed, though the kernel has it: ") +
+                             comparison.missing +
                              (observation.reason.empty() ? "" : "; " + observation.reason);
     }
     finish(observation, std::move(comparison.events), &known);
@@ -198,7 +206,6 @@ void LedgerKeeper::write(const ToolOutcome &outcome, const s_dravik *topology) {
     if (!open()) {
         return;
     }
-    static const std::string boot_id = bootId();
     Observation observation;
     observation.quality = Quality::GOOD;
     observation.reason = endOf(outcome);
@@ -206,6 +213,7 @@ void LedgerKeeper::write(const ToolOutcome &outcome, const s_dravik *topology) {
     observation.tool_ms = outcome.tool_ms;
     observation.duration_ms = outcome.duration_ms;
     observation.boot_id = boot_id;
+    begun = observation.time - outcome.age_ms;
     if (!outcome.failure.empty()) {
         writeFailure(outcome, observation);
     } else if (hasChanged(topology)) {

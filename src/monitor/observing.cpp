@@ -29,7 +29,7 @@ std::string failureOf(const s_ecItems *query, const ChildEnd &tool) {
 
 } // namespace
 
-void observeCycle(const s_ecItems *query, long long duration_ms) {
+void observeCycle(const s_ecItems *query, long long duration_ms, long long age_ms) {
     static LedgerKeeper keeper;
     const ChildEnd &tool = lastToolEnd();
     ToolOutcome outcome;
@@ -38,6 +38,7 @@ void observeCycle(const s_ecItems *query, long long duration_ms) {
     outcome.signal_number = tool.signal_number;
     outcome.tool_ms = tool.duration_ms;
     outcome.duration_ms = duration_ms;
+    outcome.age_ms = age_ms;
     keeper.observe(outcome, g_pDravik);
 }
 

@@ -106,6 +106,11 @@ ssize_t pwrite(int fd, const void *data, size_t count, off_t at) {
     return next_pwrite.function == NULL ? noSpace() : next_pwrite.function(fd, data, allowed, at);
 }
 
+/* The name under which programs with large files call it. */
+ssize_t pwrite64(int fd, const void *data, size_t count, off64_t at) {
+    return pwrite(fd, data, count, at);
+}
+
 ssize_t writev(int fd, const struct iovec *parts, int count) {
     NEXT(writev_type, writev);
     size_t total = 0;

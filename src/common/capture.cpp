@@ -216,10 +216,18 @@ int readAll(int fd, Output *output, const sigset_t *waiting) {
 
 // Waits a little for the child to end, under a deadline; true when it has not passed.
 bool waitInPieces(pid_t pid, int *status, pid_t *ended) {
+    constexpr int LONGEST_PIECE_MS = 100;
+    constexpr int SECOND_MS = 1000;
+    int uncalled_ms = 0;
     *ended = waitpid(pid, status, WNOHANG);
-    while (*ended == 0 && !isOverdue()) {
-        poll(nullptr, 0, 100);
-        callEachSecond();
+    // Most children end right behind their output.
+    for (int piece_ms = 1; *ended == 0 && !isOverdue(); piece_ms = std::min(2 * piece_ms, LONGEST_PIECE_MS)) {
+        poll(nullptr, 0, piece_ms);
+        uncalled_ms += piece_ms;
+        if (uncalled_ms >= SECOND_MS) {
+            uncalled_ms = 0;
+            callEachSecond();
+        }
         *ended = waitpid(pid, status, WNOHANG);
     }
     return *ended != 0;

@@ -69,10 +69,14 @@ Descriptor openChecked(const char *path, int flags, mode_t mode) {
     return file;
 }
 
-// Whether the failed attempt to open `path` means that something lies there that is no plain file of ours.
+// Whether the failed attempt to open `path` means that something lies there that is no plain file of ours; errno stays that
+// of the attempt.
 bool isForeign(const char *path) {
+    const int error = errno;
     struct stat attributes = {};
-    return lstat(path, &attributes) == 0 &&
+    const bool is_there = lstat(path, &attributes) == 0;
+    errno = error;
+    return is_there &&
            !(S_ISREG(attributes.st_mode) && attributes.st_uid == geteuid() && attributes.st_nlink == 1);
 }
 

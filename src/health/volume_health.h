@@ -56,7 +56,7 @@ int countWorking(const std::vector<PathHealth> &paths);
 // `baseline`:
 //   none       no path works
 //   last_path  one works, and more are known
-//   unknown    a path has been unseen for long, and none of the two above holds even if it works
+//   unknown    a path has been unseen for long, and with it as it was last known neither of the two above holds
 //   degraded   a known path does not work, or a loss is no longer survived that the baseline survives
 //   ok         otherwise; so a volume that never had more than one path is ok while that works
 VolumeState verdictOf(const std::vector<PathHealth> &paths, const Survival &baseline);

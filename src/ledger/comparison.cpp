@@ -41,8 +41,8 @@ class Comparer {
     void watchFlapping(KnownVolume *volume, KnownPath *path, bool quiet);
 
     void changeKey(const PathKey &key, KnownVolume *volume, KnownPath *path);
-    bool isStillThere(KernelAnswer answer, bool given_away) const;
-    void doubt(const std::string &what);
+    bool isStillThere(KernelAnswer answer) const;
+    void doubt(const std::string &what, KernelAnswer answer);
 
     const SeenTopology &seen;
     const Circumstances &at;
@@ -50,6 +50,7 @@ class Comparer {
     KnownTopology &known;
     Comparison result;
     ChangeEvents events;
+    size_t unnamed = 0; // of what is missing
     std::unordered_set<std::string> seen_maps;
     std::unordered_set<std::string> seen_devices;
 };
@@ -151,34 +152,36 @@ void Comparer::meetPath(const SeenPath &now, KnownVolume *volume, KnownPath *pat
     watchFlapping(volume, path, quiet);
 }
 
-// A map or device that the listing gives to another is no proof that the missing one is still there. Where the kernel
-// cannot be asked, a tool that ended badly is not believed.
-bool Comparer::isStillThere(KernelAnswer answer, bool given_away) const {
-    if (given_away) {
-        return false;
-    }
+// Where the kernel cannot be asked, a tool that ended badly is not believed.
+bool Comparer::isStillThere(KernelAnswer answer) const {
     return answer == KernelAnswer::HAS_IT || (answer == KernelAnswer::CANNOT_TELL && at.tool_was_ended);
 }
 
 // Notes that `what` is missing though it is there; only the first few are named.
-void Comparer::doubt(const std::string &what) {
+void Comparer::doubt(const std::string &what, KernelAnswer answer) {
     constexpr size_t ENOUGH = 200;
     result.quality = Quality::DOUBTFUL;
     result.needs_time = true;
+    result.kernel_is_mute = result.kernel_is_mute || answer == KernelAnswer::CANNOT_TELL;
     if (result.missing.size() < ENOUGH) {
         result.missing += (result.missing.empty() ? "" : ", ") + what;
+    } else {
+        ++unnamed;
     }
 }
 
 void Comparer::missPath(KnownVolume *volume, KnownPath *path, bool quiet) {
     if (path->presence == Presence::MISSING) {
+        watchFlapping(volume, path, quiet);
         return;
     }
     const std::string &name = path->attributes.name;
+    // A device that the listing gives to another path is no proof that the missing one is still there.
     const bool given_away = seen_devices.count(name) != 0;
-    if (isStillThere(given_away ? KernelAnswer::HAS_IT_NOT : kernel.has_path(volume->attributes.map, name),
-                     given_away)) {
-        doubt(name + " of " + volume->attributes.alias);
+    const KernelAnswer answer =
+        given_away ? KernelAnswer::HAS_IT_NOT : kernel.has_path(volume->attributes.map, name);
+    if (isStillThere(answer)) {
+        doubt(name + " of " + volume->attributes.alias, answer);
         if (path->presence == Presence::PRESENT) {
             path->presence = Presence::UNSEEN;
             path->unseen_since = at.time;
@@ -187,6 +190,7 @@ void Comparer::missPath(KnownVolume *volume, KnownPath *path, bool quiet) {
                 events.tellPath(PATH_UNSEEN, *volume, *path, "", "");
             }
         }
+        watchFlapping(volume, path, quiet);
         return;
     }
     const std::string before = path->attributes.checker_state;
@@ -261,17 +265,22 @@ void Comparer::finishVolume(KnownVolume *volume, size_t first_event, bool judge)
 void Comparer::missVolume(KnownVolume *volume) {
     const size_t first_event = events.count();
     const VolumeAttributes &attributes = volume->attributes;
+    // Nor is a map that it gives to another volume.
     const bool given_away = seen_maps.count(attributes.map) != 0;
     const KernelAnswer answer = given_away
                                     ? KernelAnswer::HAS_IT_NOT
                                     : kernel.has_volume(attributes.map, attributes.alias, volume->wwid);
-    if (isStillThere(answer, given_away)) {
-        doubt(attributes.alias);
+    if (isStillThere(answer)) {
+        doubt(attributes.alias, answer);
         if (volume->presence == Presence::PRESENT) {
             volume->presence = Presence::UNSEEN;
             volume->unseen_since = at.time;
             volume->changed = true;
             events.tell(VOLUME_UNSEEN, *volume, "", "");
+        } else {
+            for (KnownPath &path : volume->paths) {
+                watchFlapping(volume, &path, false);
+            }
         }
         finishVolume(volume, first_event, true);
         return;
@@ -312,7 +321,7 @@ void Comparer::meetVolume(const SeenVolume &now, KnownVolume *volume, bool retur
     const size_t first_event = events.count();
     const bool was_unseen = volume->presence == Presence::UNSEEN;
     const bool had_paths = std::any_of(volume->paths.begin(), volume->paths.end(), [](const KnownPath &path) {
-        return path.presence != Presence::MISSING;
+        return path.presence == Presence::PRESENT;
     });
     const bool quiet = returns || was_unseen;
     if (quiet) {
@@ -357,6 +366,9 @@ Comparison Comparer::run() {
         } else {
             meetVolume(volume, &known[place->second], known[place->second].gone);
         }
+    }
+    if (unnamed > 0) {
+        result.missing += " and " + std::to_string(unnamed) + " more";
     }
     result.events = events.take(result.quality);
     return result;

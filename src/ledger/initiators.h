@@ -18,6 +18,11 @@ class Initiators {
   public:
     const std::string &of(const s_path_dev *path);
 
+    // The names that have been asked for so far, by the kernel's name of the host adapter or controller.
+    const std::map<std::string, std::string> &names() const {
+        return by_port;
+    }
+
   private:
     const std::string &find(const s_path_dev *path, bool is_nvme, unsigned int number);
     std::string nameOf(const s_path_dev *path, bool is_nvme, const std::string &port);

@@ -17,6 +17,7 @@ struct ToolOutcome {
     int signal_number = 0; // that ended the tool, 0 for none
     int64_t tool_ms = 0;
     int64_t duration_ms = 0; // of the whole observation, the tool included
+    int64_t age_ms = 0;      // since it was begun
 };
 
 // How a tool that did not end well did end, in words; empty when it did.

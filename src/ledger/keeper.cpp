@@ -53,15 +53,18 @@ void LedgerKeeper::close() {
 }
 
 bool LedgerKeeper::open() {
-    if (database != nullptr) {
+    if (database != nullptr && isLedgerFile(file)) {
         return true;
     }
+    close();
     LedgerOpening opening = openLedger(LedgerUse::OBSERVE);
     if (opening.status != LedgerStatus::OPEN) {
         complain(opening.problem);
         return false;
     }
     database = std::move(opening.database);
+    file = opening.file;
+    boot_id = bootId();
     last = loadObservation(database.get());
     has_fingerprint = false;
     return true;
@@ -107,6 +110,7 @@ void LedgerKeeper::finish(Observation observation, std::vector<Event> told, Know
     saveObservation(database.get(), observation, quality_changed);
     transaction.commit();
     is_announced = true;
+    last_begun = observation.quality == Quality::FAILED ? last_begun : begun;
     last = observation;
     events = std::move(told);
 }
@@ -130,11 +134,12 @@ void LedgerKeeper::writeComparison(const ToolOutcome &outcome, const s_dravik *t
                                    Observation observation) {
     has_fingerprint = false; // until this one is written
     KnownTopology known = loadKnown(database.get());
-    // One that ended while the last topology was being listed may show only now.
-    const std::vector<Operation> operations = loadOperations(
-        database.get(), std::max<Milliseconds>(last.seen - last.duration_ms, 1), observation.time);
-    Judgement judgement = judgeTopology(topology, outcome, observation, last,
-                                        operations, &known);
+    // What ran while the last topology was being listed may show only now.
+    const Milliseconds since =
+        last_begun != 0 ? last_begun : std::max<Milliseconds>(last.seen - last.duration_ms, 1);
+    Judgement judgement =
+        judgeTopology(topology, outcome, observation, last,
+                      loadOperations(database.get(), since, observation.time), &known);
     finish(judgement.observation, std::move(judgement.events), &known);
     needs_time = judgement.needs_time;
     has_fingerprint = true;
@@ -145,7 +150,6 @@ void LedgerKeeper::write(const ToolOutcome &outcome, const s_dravik *topology) {
     if (!open()) {
         return;
     }
-    static const std::string boot_id = bootId();
     Observation observation;
     observation.quality = Quality::GOOD;
     observation.reason = howToolEnded(outcome);
@@ -153,6 +157,7 @@ void LedgerKeeper::write(const ToolOutcome &outcome, const s_dravik *topology) {
     observation.tool_ms = outcome.tool_ms;
     observation.duration_ms = outcome.duration_ms;
     observation.boot_id = boot_id;
+    begun = observation.time - outcome.age_ms;
     if (!outcome.failure.empty()) {
         writeFailure(outcome, observation);
     } else if (hasChanged(topology)) {

@@ -36,9 +36,13 @@ class LedgerKeeper {
     void complain(const std::string &problem);
 
     std::unique_ptr<Database> database;
-    Observation last;          // as the table has it
-    bool is_announced = false; // that this monitor has started
-    uint64_t fingerprint = 0;  // of the last topology that was written
+    FileIdentity file; // that of the open database
+    std::string boot_id;
+    Milliseconds begun = 0;      // this observation
+    Milliseconds last_begun = 0; // the last that had a topology; 0 for none by this monitor
+    Observation last;            // as the table has it
+    bool is_announced = false;   // that this monitor has started
+    uint64_t fingerprint = 0;    // of the last topology that was written
     bool has_fingerprint = false;
     bool needs_time = false; // something is unseen or flapping
     int64_t data_version = 0;

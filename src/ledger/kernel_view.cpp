@@ -22,7 +22,7 @@ constexpr int64_t SECTOR_BYTES = 512;
 
 // A name of the listing that may become a name below /sys; others are no device's.
 bool isName(const std::string &name) {
-    return isPlainDeviceName(name.c_str());
+    return isPlainDeviceName(name.c_str()) && name != "." && name != "..";
 }
 
 std::string blockFolder(const std::string &name) {
@@ -59,7 +59,7 @@ bool readKernelLine(const std::string &path, std::string *line) {
 
 KernelAnswer kernelHasPath(const std::string &map, const std::string &name) {
     if (!isName(map) || !isName(name)) {
-        return KernelAnswer::HAS_IT_NOT;
+        return KernelAnswer::CANNOT_TELL;
     }
     const KernelAnswer device = exists(blockFolder(name));
     return device != KernelAnswer::HAS_IT ? device : exists(blockFolder(map) + "/slaves/" + name);
@@ -67,7 +67,7 @@ KernelAnswer kernelHasPath(const std::string &map, const std::string &name) {
 
 KernelAnswer kernelHasVolume(const std::string &map, const std::string &alias, const std::string &wwid) {
     if (!isName(map)) {
-        return KernelAnswer::HAS_IT_NOT;
+        return KernelAnswer::CANNOT_TELL;
     }
     std::string name;
     if (readKernelLine(blockFolder(map) + "/dm/name", &name)) {

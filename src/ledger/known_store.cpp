@@ -203,41 +203,80 @@ void savePath(Database *database, Savers *savers, int64_t volume, KnownPath *pat
     path->id = is_new ? database->lastRow() : path->id;
 }
 
-} // namespace
+// The volumes that rows of other tables belong to, by the id of their own row.
+class VolumesById {
+  public:
+    explicit VolumesById(KnownTopology *topology) : known(topology) {
+        for (size_t i = 0; i < known->size(); ++i) {
+            places[(*known)[i].id] = i;
+        }
+    }
+    // Null when there is no such volume. Rows of one volume mostly stand together.
+    KnownVolume *find(int64_t id) {
+        if (last == nullptr || last->id != id) {
+            const auto place = places.find(id);
+            last = place == places.end() ? nullptr : &(*known)[place->second];
+        }
+        return last;
+    }
 
-KnownTopology loadKnown(Database *database) {
-    KnownTopology known;
+  private:
+    KnownTopology *known;
     std::unordered_map<int64_t, size_t> places;
-    Statement volumes(
+    KnownVolume *last = nullptr;
+};
+
+KnownTopology loadVolumes(Database *database) {
+    KnownTopology known;
+    known.reserve(static_cast<size_t>(database->number("SELECT count(*) FROM volumes")));
+    Statement row(
         database,
         "SELECT id, wwid, alias, map, vendor, product, size, size_bytes, transport, gone, presence, "
         "unseen_since, state FROM volumes ORDER BY id");
-    while (volumes.step()) {
-        known.push_back(readVolume(volumes));
-        places[known.back().id] = known.size() - 1;
+    while (row.step()) {
+        known.push_back(readVolume(row));
     }
-    Statement paths(
+    return known;
+}
+
+void loadPaths(Database *database, VolumesById *volumes) {
+    Statement count(database, "SELECT volume, count(*) FROM paths GROUP BY volume");
+    while (count.step()) {
+        if (KnownVolume *volume = volumes->find(count.number(0))) {
+            volume->paths.reserve(static_cast<size_t>(count.number(1)));
+        }
+    }
+    Statement row(
         database,
         "SELECT volume, id, initiator, target_port, lun, twin, name, address, device_id, transport, "
         "group_policy, group_priority, group_status, dm_state, checker_state, online_state, presence, "
         "unseen_since, working, transitions, last_failed, last_returned, failure_1, failure_2, failure_3, "
         "flapping, offline_by FROM paths ORDER BY id");
-    while (paths.step()) {
-        const auto place = places.find(paths.number(0));
-        if (place != places.end()) {
-            known[place->second].paths.push_back(readPath(paths));
+    while (row.step()) {
+        if (KnownVolume *volume = volumes->find(row.number(0))) {
+            volume->paths.push_back(readPath(row));
         }
     }
-    Statement baseline(database,
-                       "SELECT volume, initiator, target_port, lun, twin, name FROM baseline ORDER BY rowid");
-    while (baseline.step()) {
-        const auto place = places.find(baseline.number(0));
-        if (place != places.end()) {
-            known[place->second].baseline.push_back(
-                {{baseline.text(1), baseline.text(2), baseline.text(3), static_cast<int>(baseline.number(4))},
-                 baseline.text(5)});
+}
+
+void loadBaselines(Database *database, VolumesById *volumes) {
+    Statement row(database,
+                  "SELECT volume, initiator, target_port, lun, twin, name FROM baseline ORDER BY rowid");
+    while (row.step()) {
+        if (KnownVolume *volume = volumes->find(row.number(0))) {
+            volume->baseline.push_back(
+                {{row.text(1), row.text(2), row.text(3), static_cast<int>(row.number(4))}, row.text(5)});
         }
     }
+}
+
+} // namespace
+
+KnownTopology loadKnown(Database *database) {
+    KnownTopology known = loadVolumes(database);
+    VolumesById volumes(&known);
+    loadPaths(database, &volumes);
+    loadBaselines(database, &volumes);
     return known;
 }
 

@@ -46,6 +46,12 @@ bool isUsableFile(LedgerUse use) {
     return openDataFile(LEDGER_FILE, flags, 0600).isOpen();
 }
 
+FileIdentity identify() {
+    struct stat attributes = {};
+    return stat(LEDGER_FILE, &attributes) == 0 ? FileIdentity{attributes.st_dev, attributes.st_ino}
+                                               : FileIdentity{};
+}
+
 LedgerOpening checkVersion(LedgerUse use, std::unique_ptr<Database> database) {
     const int version = versionOf(database.get());
     if (version > ledgerVersion()) {
@@ -64,6 +70,7 @@ LedgerOpening checkVersion(LedgerUse use, std::unique_ptr<Database> database) {
     }
     LedgerOpening opening;
     opening.status = LedgerStatus::OPEN;
+    opening.file = identify();
     opening.database = std::move(database);
     return opening;
 }
@@ -103,6 +110,11 @@ LedgerOpening openLedger(LedgerUse use) {
         }
         return refuse(LedgerStatus::FAILED, std::string(LEDGER_FILE) + " cannot be used: " + error.what());
     }
+}
+
+bool isLedgerFile(const FileIdentity &file) {
+    const FileIdentity now = identify();
+    return now.inode != 0 && now.inode == file.inode && now.device == file.device;
 }
 
 void putLedgerAside(const char *reason) {

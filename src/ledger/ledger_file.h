@@ -6,6 +6,7 @@
 
 #include <memory>
 #include <string>
+#include <sys/types.h>
 
 #include "ledger/sqlite.h"
 
@@ -29,8 +30,15 @@ enum class LedgerStatus {
     FAILED,        // anything else: locked for long, damaged, a full disk ...
 };
 
+// Which file it is, whatever its name is now.
+struct FileIdentity {
+    dev_t device = 0;
+    ino_t inode = 0;
+};
+
 struct LedgerOpening {
     LedgerStatus status = LedgerStatus::FAILED;
+    FileIdentity file;                  // of OPEN
     std::unique_ptr<Database> database; // null but for OPEN
     std::string problem;                // a sentence for people, without a full stop; empty for OPEN
 };
@@ -38,6 +46,9 @@ struct LedgerOpening {
 // Opens the ledger. Logs at level 0 what it puts aside: "Ledger %s is damaged (%s): put aside as %s.". Throws
 // std::bad_alloc.
 LedgerOpening openLedger(LedgerUse use);
+
+// Whether the ledger's name still leads to this file: one that was removed or moved away takes writes that nobody reads.
+bool isLedgerFile(const FileIdentity &file);
 
 // Puts the damaged ledger aside, with its companions, and logs it as above; `reason` in SQLite's words.
 void putLedgerAside(const char *reason);

@@ -57,7 +57,7 @@ class Places {
 };
 
 bool isPartial(const PathKey &key) {
-    return key.target_port.empty() || key.initiator.rfind("host", 0) == 0;
+    return key.target_port.empty() || key.initiator.empty() || key.initiator.rfind("host", 0) == 0;
 }
 
 // Gives each seen path that has none yet the known one that `text_of` leads to.
@@ -81,6 +81,7 @@ std::vector<size_t> matchPaths(const std::vector<SeenPath> &seen, const std::vec
     Places by_key_and_name;
     Places by_key;
     Places by_device;
+    Places partial_by_device;
     for (const bool missing : {false, true}) {
         for (size_t i = 0; i < known.size(); ++i) {
             const KnownPath &path = known[i];
@@ -88,7 +89,11 @@ std::vector<size_t> matchPaths(const std::vector<SeenPath> &seen, const std::vec
                 const std::string key = keyText(path.key);
                 by_key_and_name.put(key + path.attributes.name, i);
                 by_key.put(key, i);
-                by_device.put(joined({path.attributes.name, path.attributes.address}), i);
+                const std::string device = joined({path.attributes.name, path.attributes.address});
+                by_device.put(device, i);
+                if (isPartial(path.key)) {
+                    partial_by_device.put(device, i);
+                }
             }
         }
     }
@@ -100,13 +105,10 @@ std::vector<size_t> matchPaths(const std::vector<SeenPath> &seen, const std::vec
     matchBy(
         &by_key, seen, [](const SeenPath &path) { return keyText(path.key); }, &taken, &matches);
     for (size_t i = 0; i < seen.size(); ++i) {
-        const PathAttributes &device = seen[i].attributes;
-        const std::string text = joined({device.name, device.address});
-        const size_t place = matches[i] == NO_PATH ? by_device.take(text, &taken) : NO_PATH;
-        if (place != NO_PATH && (isPartial(seen[i].key) || isPartial(known[place].key))) {
-            matches[i] = place;
-        } else if (place != NO_PATH) {
-            taken[place] = false;
+        if (matches[i] == NO_PATH) {
+            const PathAttributes &is = seen[i].attributes;
+            Places &places = isPartial(seen[i].key) ? by_device : partial_by_device;
+            matches[i] = places.take(joined({is.name, is.address}), &taken);
         }
     }
     return matches;

@@ -71,7 +71,7 @@ int versionOf(Database *database) {
 }
 
 void migrate(Database *database) {
-    if (versionOf(database) == ledgerVersion()) {
+    if (versionOf(database) >= ledgerVersion()) {
         return;
     }
     Transaction transaction(database);

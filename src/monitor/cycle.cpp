@@ -40,9 +40,10 @@ constexpr size_t ERROR_TEXT_SIZE = 256;
 // The last query of the topology, for the ledger: whatever became of the records behind it.
 struct Query {
     const s_ecItems *record;
+    timespec begun;
     long long duration_ms;
 };
-Query last_query = {&EC_exe_cmd_failed, 0};
+Query last_query = {&EC_exe_cmd_failed, {}, 0};
 
 long long millisecondsSince(const timespec &then) {
     timespec now = {};
@@ -111,7 +112,7 @@ void initMonitor() {
         DRAVIK_TRACE("One monitor...");
         const time_t begun = time(nullptr);
         oneMonitor();
-        dravik::observeCycle(last_query.record, last_query.duration_ms);
+        dravik::observeCycle(last_query.record, last_query.duration_ms, millisecondsSince(last_query.begun));
         // What lived for this cycle alone, the listing and the links and the ledger's comparison, is as large as the lists.
         malloc_trim(0);
         sleep(pauseAfterCycle(difftime(time(nullptr), begun)));
@@ -146,7 +147,7 @@ s_ecItems *getLunPath() {
     timespec begun = {};
     clock_gettime(CLOCK_MONOTONIC, &begun);
     s_ecItems *result = queryDravikInfo(g_pDravik);
-    last_query = {result, millisecondsSince(begun)};
+    last_query = {result, begun, millisecondsSince(begun)};
     if (isFailure(result)) {
         LOG_FAILURE(LOG_ERROR, "Query Dravik infomation failed.", result);
         return result;

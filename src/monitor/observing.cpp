@@ -7,7 +7,7 @@
 
 namespace dravik {
 
-void observeCycle(const s_ecItems *query, long long duration_ms) {
+void observeCycle(const s_ecItems *query, long long duration_ms, long long age_ms) {
     static LedgerKeeper keeper;
     const ChildEnd &tool = lastToolEnd();
     ToolOutcome outcome;
@@ -16,6 +16,7 @@ void observeCycle(const s_ecItems *query, long long duration_ms) {
     outcome.signal_number = tool.signal_number;
     outcome.tool_ms = tool.duration_ms;
     outcome.duration_ms = duration_ms;
+    outcome.age_ms = age_ms;
     keeper.observe(outcome, g_pDravik);
 }
 

@@ -59,6 +59,7 @@ function volumeEntries(shown) {
     file("sys/block/dm-" dm "/dm/name", shown "\n")
     file("sys/block/dm-" dm "/dm/uuid", "mpath-" wwid "\n")
     file("sys/block/dm-" dm "/stat", NO_IO)
+    folder("sys/block/dm-" dm "/slaves")
 }
 
 # The names that udev makes for a SCSI path, by transport.
@@ -99,7 +100,7 @@ function nvmeAddress(port) {
 }
 
 function pathNames(name) {
-    print "sys/block/" name "\ndev/" name
+    print "sys/block/" name "\ndev/" name "\nsys/block/dm-" dm "/slaves/" name
     links(name)
 }
 
@@ -108,6 +109,7 @@ function pathEntries(name,    device) {
     node("dev/" name, "dm-" dm " " name)
     folder("sys/block/" name)
     file("sys/block/" name "/stat", NO_IO)
+    symlink("sys/block/dm-" dm "/slaves/" name, "../../" name)
     folder(device)
     if (transport ~ /^nvme/) {
         file(device "/transport", substr(transport, 6) "\n")

@@ -27,7 +27,7 @@ void rollBackConfFile();
 namespace dravik {
 
 // The sequence of every command that changes the file: backup, `change`, and the roll-back when `change` fails.
-// The record of the first that failed, else that of `change`.
+// The record of the first that failed, else that of `change`; EC_molloc_failed when memory ran out in it.
 s_ecItems *changeConfFile(s_ecItems *(*change)());
 
 } // namespace dravik

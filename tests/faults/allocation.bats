@@ -59,6 +59,7 @@ under_short_memory() {
 
 @test "a command whose request for memory is refused, whichever it is, answers with a record and leaves whole files" {
     make_fault_host
+    MIXTURE_IS_CONTRACT=1
     PRELOADED=/sim/fail_allocation.so
     local configured command new
     text "$HOST/etc/velomux.conf"

@@ -5,26 +5,27 @@
 bats_require_minimum_version 1.5.0
 load faults
 
-setup() { [[ -x $FAULT_PROGRAMS/full_disk ]] || skip "full_disk is made for x86_64 only"; }
+setup() { [[ -x $FULL_DISK ]] || skip "full_disk is made for x86_64 only"; }
 
 writer() { "${ENTRY[@]}" file_writers "$@"; }
-full_disk() { "$FAULT_PROGRAMS/full_disk" "$@"; }
+FULL_DISK=$FAULT_PROGRAMS/full_disk
 
 # bytes FOLDER COMMAND...: how many it writes below the folder.
-bytes() { full_disk "$1" count "${@:2}" 2>&1 >/dev/null | tail -n 1; }
+bytes() { "$FULL_DISK" "$1" count "${@:2}" 2>&1 >/dev/null | tail -n 1; }
 
 # full_while_writing KIND WHAT-MAY-BE-FOUND...
 full_while_writing() {
     local kind=$1 last room seen wanted
     shift
     rm -rf "$HOST/dumps"
+    mkdir -m 700 "$HOST/dumps"
     writer write "$kind" 1
     cp -a "$HOST/dumps" "$BATS_TEST_TMPDIR/before"
     last=$(bytes "$HOST/dumps" "${ENTRY[@]}" file_writers write "$kind" 2)
     while read -r room; do
         rm -rf "$HOST/dumps"
         cp -a "$BATS_TEST_TMPDIR/before" "$HOST/dumps"
-        attempt "$kind, $room bytes" full_disk "$HOST/dumps" "$((room - 1))" "${ENTRY[@]}" file_writers write "$kind" 2
+        attempt "$kind, $room bytes" "$FULL_DISK" "$HOST/dumps" "$((room - 1))" "${ENTRY[@]}" file_writers write "$kind" 2
         seen=$(writer look "$kind" || true)
         for wanted in "$@"; do [[ $seen != "$wanted" ]] || seen=; done
         [[ -z $seen ]] || found torn "$kind, $((room - 1)) bytes: $seen"
@@ -59,7 +60,7 @@ every() {
     last=$(bytes "$HOST/dumps" "${MONITOR[@]}")
     while read -r room; do
         fresh_dumps
-        attempt "monitor, $room bytes" full_disk "$HOST/dumps" "$room" "${MONITOR[@]}"
+        attempt "monitor, $room bytes" "$FULL_DISK" "$HOST/dumps" "$room" "${MONITOR[@]}"
         ((STATUS == 0)) || found wrong "monitor, $room bytes: exit status $STATUS"
         judge_log "$HOST/dumps/dravik_monitor.log" "monitor, $room bytes"
         judge_log "$HOST/dumps/dravik_cli.log" "monitor, $room bytes"
@@ -84,7 +85,7 @@ full_etc() {
         : >"$HOST/sim/calls.log"
         where="$command, $room bytes below /etc"
         # shellcheck disable=SC2086
-        attempt "$where" full_disk "$HOST/etc" "$room" "${ENTRY[@]}" dravik $command
+        attempt "$where" "$FULL_DISK" "$HOST/etc" "$room" "${ENTRY[@]}" dravik $command
         ((STATUS == 0 || STATUS == 1)) || found wrong "$where: exit status $STATUS"
         judge_conf "$where" "$old" "$new"
         judge_backup "$where" "$old"
@@ -96,6 +97,7 @@ full_etc() {
 
 @test "an /etc that becomes full at any byte leaves velomux.conf as it was or as it was to be" {
     make_fault_host
+    MIXTURE_IS_CONTRACT=1
     local old new command
     text "$HOST/etc/velomux.conf"
     old=$TEXT
@@ -115,6 +117,7 @@ full_etc() {
 
 @test "an /etc that is a real file system with few pages left leaves velomux.conf whole" {
     make_fault_host
+    MIXTURE_IS_CONTRACT=1
     local old new kib command etc=$HOST/etc
     succeeds config
     # 38 KiB, as on a host with many volumes.
@@ -146,15 +149,16 @@ full_etc() {
     count "pages of a real file system at which /etc is full"
 }
 
-@test "a caller's limit of file sizes changes nothing" {
+@test "a caller's limit of file sizes, which can be lifted, changes nothing" {
     make_fault_host
     prepare_cycles
     local blocks old new command
     for blocks in 0 1 4; do
         fresh_dumps
-        attempt "monitor, ulimit -f $blocks" bash -c 'ulimit -f "$1"; exec "${@:2}"' limited "$blocks" "${MONITOR[@]}"
-        ((STATUS == 0)) || found wrong "monitor, ulimit -f $blocks: exit status $STATUS"
-        judge_cycles "monitor, ulimit -f $blocks"
+        attempt "monitor, ulimit -S -f $blocks" \
+            bash -c 'ulimit -S -f "$1"; exec "${@:2}"' limited "$blocks" "${MONITOR[@]}"
+        ((STATUS == 0)) || found wrong "monitor, ulimit -S -f $blocks: exit status $STATUS"
+        judge_cycles "monitor, ulimit -S -f $blocks"
     done
     text "$HOST/etc/velomux.conf"
     old=$TEXT
@@ -166,13 +170,46 @@ full_etc() {
         new=$TEXT
         for blocks in 0 1 2; do
             set_conf "$old"
-            # shellcheck disable=SC2086
-            attempt "$command, ulimit -f $blocks" bash -c 'ulimit -f "$1"; shift; "$@" | cat' limited "$blocks" \
-                "${ENTRY[@]}" dravik $command
-            judge_conf "$command, ulimit -f $blocks" "$new"
-            audits "$command, ulimit -f $blocks" 1
+            attempt_limited -S "$blocks" "$command"
+            judge_conf "$command, ulimit -S -f $blocks" "$new"
+            audits "$command, ulimit -S -f $blocks" 1
         done
         old=$new
     done
-    count "limits of file sizes"
+    count "limits of file sizes that can be lifted"
+}
+
+# attempt_limited -S|-H BLOCKS COMMAND: under that limit; what it prints goes through a pipe.
+attempt_limited() {
+    # shellcheck disable=SC2086 # the words of the command
+    attempt "$3, ulimit $1 -f $2" bash -c 'set -o pipefail; (ulimit -S -f "$2"; ulimit "$1" -f "$2"; shift 2; exec "$@") 2>&1 | cat' \
+        limited "$1" "$2" "${ENTRY[@]}" dravik $3
+}
+
+@test "a limit of file sizes that cannot be lifted is a disk that is full" {
+    make_fault_host
+    MIXTURE_IS_CONTRACT=1
+    setpriv --help 2>/dev/null | grep -q bounding-set || skip "setpriv is not installed"
+    local blocks old new command
+    local -a entry=("${ENTRY[@]}")
+    text "$HOST/etc/velomux.conf"
+    old=$TEXT
+    for command in config 'setpathpolicy -chooser round-robin-extend' '--service mkconfig'; do
+        set_conf "$old"
+        # shellcheck disable=SC2086 # the words of the command
+        "${entry[@]}" dravik $command >/dev/null
+        text "$HOST/etc/velomux.conf"
+        new=$TEXT
+        ENTRY=(setpriv --bounding-set=-sys_resource --inh-caps=-sys_resource "${entry[@]}")
+        for blocks in 0 1 2 3 4; do
+            set_conf "$old"
+            attempt_limited -H "$blocks" "$command"
+            judge_conf "$command, ulimit -H -f $blocks" "$old" "$new"
+            judge_backup "$command, ulimit -H -f $blocks" "$old"
+            judge_log "$HOST/dumps/dravik_cli.log" "$command, ulimit -H -f $blocks"
+        done
+        ENTRY=("${entry[@]}")
+        old=$new
+    done
+    count "limits of file sizes that cannot be lifted"
 }

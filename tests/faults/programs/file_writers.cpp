@@ -174,11 +174,21 @@ bool isWholeLine(const std::string &line, int *writer, int *number) {
            line.substr(at + static_cast<size_t>(end)) == PADDING;
 }
 
+// The kernel may show a line that is just being written up to the end of a page: then it is looked at again.
+std::string readLog(const char *path) {
+    std::string text = read(path);
+    for (int again = 0; again < 100 && !text.empty() && text.back() != '\n'; ++again) {
+        usleep(1000);
+        text = read(path);
+    }
+    return text;
+}
+
 Look lookAtLog(const char *path) {
     if (access(path, F_OK) != 0) {
         return {"none"};
     }
-    const std::string text = read(path);
+    const std::string text = readLog(path);
     if (text.empty()) {
         return {"whole"}; // just begun
     }
@@ -248,7 +258,7 @@ void writeLedger(int writer, int number) {
             transaction.commit();
             return;
         } catch (const dravik::SqliteError &error) {
-            if (attempt == 20) {
+            if (attempt == 20 || error.code() != SQLITE_BUSY) {
                 throw; // twenty times its patience
             }
         }
@@ -271,8 +281,15 @@ Look lookAtLedger() {
         check.step();
         // Each write is of two events: an odd number would be half of one.
         const std::vector<dravik::Event> events = dravik::loadEvents(opening.database.get(), {});
-        int number = events.empty() ? 0 : atoi(events.back().to.c_str());
-        return check.text(0) == "ok" && events.size() % 2 == 0 ? Look{"whole", number} : Look{"cut"};
+        size_t ours = 0;
+        int number = 0;
+        for (const dravik::Event &event : events) {
+            if (event.kind == "test") {
+                ++ours;
+                number = atoi(event.to.c_str());
+            }
+        }
+        return check.text(0) == "ok" && ours % 2 == 0 ? Look{"whole", number} : Look{"cut"};
     } catch (const dravik::SqliteError &error) {
         return {error.isDamage() ? "foreign" : "none"};
     }
@@ -346,8 +363,13 @@ int run(const Kind &kind, const std::vector<std::string> &words) {
         if (access("/write", F_OK) == 0) {
             return 2;
         }
-        kind.write(0, atoi(words[2].c_str()));
-        return 0;
+        try {
+            kind.write(0, atoi(words[2].c_str()));
+            return 0;
+        } catch (const dravik::SqliteError &error) {
+            fprintf(stderr, "file_writers: %s\n", error.what());
+            return 1;
+        }
     }
     if (words[0] == "contend" && words.size() > 3) {
         return contend(kind, atoi(words[2].c_str()), atoi(words[3].c_str()));

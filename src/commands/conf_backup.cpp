@@ -109,6 +109,10 @@ void rollBackConfFile() {
     }
 }
 
+bool dravik::isConfFileAsFound() {
+    return found.exists ? holdsWhatWasFound(CONF_FILE) : access(CONF_FILE, F_OK) != 0;
+}
+
 s_ecItems *dravik::changeConfFile(s_ecItems *(*change)()) {
     s_ecItems *result = backupConfFile();
     if (isFailure(result)) {

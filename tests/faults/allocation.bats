@@ -16,7 +16,7 @@ judge_answer() {
     text "$OUT"
     case $STATUS in
     0) [[ $TEXT == *"Command executed successfully."* || $TEXT == *[[:graph:]]* ]] || found wrong "$1: silent" ;;
-    1) [[ $TEXT == *Error\([0-9][0-9][0-9][0-9]\):* ]] || found wrong "$1: exit status 1 without a record" ;;
+    1) [[ $TEXT == *Error\([0-9][0-9][0-9][0-9]\):* || $TEXT == *'"code":'[1-9]* ]] || found wrong "$1: exit status 1 without a record" ;;
     4) [[ $1 == devstats* ]] || found wrong "$1: exit status 4" ;;
     124 | 13[0-9]) ;;
     *) found wrong "$1: exit status $STATUS" ;;

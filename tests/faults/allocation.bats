@@ -40,7 +40,7 @@ under_short_memory() {
 }
 
 @test "the monitor whose request for memory is refused, whichever it is, writes nothing false and catches up" {
-    make_fault_host
+    make_fault_host "$FEW_LOOK_UPS"
     prepare_cycles
     PRELOADED=/sim/fail_allocation.so:/sim/run_cycles.so
     fresh_dumps

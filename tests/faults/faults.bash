@@ -4,6 +4,7 @@
 #
 #   FAULTS=sample    (default) a few points of each kind, chosen by DRAVIK_TEST_SEED
 #   FAULTS=whole     every point
+#   FAULTS_PART=2/3  of the whole, every third point from the second on: the parts may run side by side, on several machines
 #   FAULTS_REPORT    a file that each count is appended to
 #
 # A count has six figures, each of which must be 0: crashes (ended by a signal that nobody sent), hangs, torn files (neither
@@ -13,6 +14,7 @@ load ../support/simulated_host
 load ../support/admin_commands
 
 FAULTS=${FAULTS:-sample}
+FAULTS_PART=${FAULTS_PART:-1/1}
 SEED=${DRAVIK_TEST_SEED:-7}
 FAULT_PROGRAMS=$BUILD_DIR/tests/faults
 LONGEST=${FAULT_SECONDS:-60}
@@ -20,15 +22,15 @@ A=3600b5d60001a2b3c0000000000000001
 
 declare -gA COUNTS
 
-# A host with what injects the faults in it.
+# make_fault_host [SCENARIO]: a host with what injects the faults in it.
 make_fault_host() {
     ((EUID == 0)) || skip "a simulated host under faults needs root"
     type -P strace >/dev/null || skip "strace is not installed"
-    make_host --scenario "$SMALL"
+    make_host --scenario "${1:-$SMALL}"
     cp "$FAULT_PROGRAMS"/*.so "$HOST/sim/"
     sim add "$FAULT_PROGRAMS/file_writers"
     RANDOM=$SEED
-    COUNTS=([points]=0 [crashes]=0 [hangs]=0 [torn]=0 [lost]=0 [false]=0 [wrong]=0)
+    ((${COUNTS[points]:-0} > 0)) || COUNTS=([points]=0 [crashes]=0 [hangs]=0 [torn]=0 [lost]=0 [false]=0 [wrong]=0)
     ENTRY=(chroot "$HOST" /usr/bin/env -i PATH=/usr/sbin:/usr/bin HOME=/root TZ=UTC LC_ALL=C SIMHOST_SLEEPS=1)
     OUT=$BATS_TEST_TMPDIR/out
     ERR=$BATS_TEST_TMPDIR/err
@@ -36,7 +38,11 @@ make_fault_host() {
 
 # points COUNT LAST: which of the points 1 to LAST are taken, one a line: all, or COUNT of them.
 points() {
-    if [[ $FAULTS == whole ]] || (($1 >= $2)); then
+    if [[ $FAULTS == whole ]]; then
+        seq "${FAULTS_PART%/*}" "${FAULTS_PART#*/}" "$2"
+        return
+    fi
+    if (($1 >= $2)); then
         seq 1 "$2"
         return
     fi
@@ -171,6 +177,10 @@ traced() {
 PROGRAM_BEGINS='openat(AT_FDCWD, "/dev/null", O_RDWR)'
 
 # ---- the monitor, from one topology to the next and on
+
+# Few paths that need a look-up of their port, which would run two programs each in every cycle.
+FEW_LOOK_UPS='volume mpatha transport=fc paths=1 wwid=3600b5d60001a2b3c0000000000000001
+volume mpathb transport=none paths=2 wwid=3600b5d60001a2b3c0000000000000002'
 
 # The multipath tool says what stands in /sim/said: first the topology of said.0, from the second cycle on that of said.1:
 # a path has failed, a volume is gone, one is new.

@@ -53,7 +53,7 @@ every() {
 }
 
 @test "a disk that becomes full under the monitor and is free again costs it no change" {
-    make_fault_host
+    make_fault_host "$FEW_LOOK_UPS"
     prepare_cycles
     local last room
     fresh_dumps
@@ -150,7 +150,7 @@ full_etc() {
 }
 
 @test "a caller's limit of file sizes, which can be lifted, changes nothing" {
-    make_fault_host
+    make_fault_host "$FEW_LOOK_UPS"
     prepare_cycles
     local blocks old new command
     for blocks in 0 1 4; do

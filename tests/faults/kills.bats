@@ -86,7 +86,7 @@ wait_for_children() {
 }
 
 @test "a monitor that is killed at any system call loses no change: started again, it catches up" {
-    make_fault_host
+    make_fault_host "$FEW_LOOK_UPS"
     prepare_cycles
     # The contract: what was logged and not yet in the snapshot is logged again, and after a kill between the truncation of
     # the snapshot and its writing, everything that it lacks is.

@@ -46,28 +46,45 @@ interrupted() {
         while read -r name number; do printf "$name $number %s\n" INT TERM HUP PIPE; done | sampled "$samples")
 }
 
-# The commands, each with the text before and after it, in turn: each COMMAND calls FUNCTION OLD NEW SAMPLES COMMAND.
-each_change() {
-    local old new command
+# changing FUNCTION SAMPLES COMMAND: calls it with the text before the command and the text after it.
+changing() {
+    local old new
+    make_fault_host
     succeeds config
+    [[ $3 != delalias* ]] || succeeds setalias -wwid "$A" -alias backup
     text "$HOST/etc/velomux.conf"
     old=$TEXT
-    for command in 'setpathpolicy -chooser round-robin-extend' "setalias -wwid $A -alias backup" \
-        "delalias -wwid $A" '--service mkconfig' config; do
-        set_conf "$old"
-        # shellcheck disable=SC2086 # the words of the command
-        "${ENTRY[@]}" dravik $command >/dev/null
-        text "$HOST/etc/velomux.conf"
-        new=$TEXT
-        "$1" "$old" "$new" "$2" "$command"
-        old=$new
-    done
+    set_conf "$old"
+    # shellcheck disable=SC2086 # the words of the command
+    "${ENTRY[@]}" dravik $3 >/dev/null
+    text "$HOST/etc/velomux.conf"
+    new=$TEXT
+    "$1" "$old" "$new" "$2" "$3"
 }
 
-@test "a signal before any system call of a changing command finishes the change or takes it back" {
-    make_fault_host
-    each_change interrupted 12
-    count "signals before system calls of the changing commands"
+@test "a signal before any system call of setpathpolicy finishes the change or takes it back" {
+    changing interrupted 6 'setpathpolicy -chooser round-robin-extend'
+    count "signals before system calls of setpathpolicy"
+}
+
+@test "a signal before any system call of setalias finishes the change or takes it back" {
+    changing interrupted 6 "setalias -wwid $A -alias backup"
+    count "signals before system calls of setalias"
+}
+
+@test "a signal before any system call of delalias finishes the change or takes it back" {
+    changing interrupted 6 "delalias -wwid $A"
+    count "signals before system calls of delalias"
+}
+
+@test "a signal before any system call of mkconfig finishes the change or takes it back" {
+    changing interrupted 6 '--service mkconfig'
+    count "signals before system calls of mkconfig"
+}
+
+@test "a signal before any system call of config finishes the change or takes it back" {
+    changing interrupted 6 config
+    count "signals before system calls of config"
 }
 
 # No process of the host is left but what it had.
@@ -98,7 +115,8 @@ ctrl_c() {
 }
 
 @test "Ctrl+C at any moment of a changing command finishes the change or takes it back" {
-    make_fault_host
-    each_change ctrl_c 2
+    changing ctrl_c 5 'setpathpolicy -chooser round-robin-extend'
+    drop_hosts
+    changing ctrl_c 2 "setalias -wwid $A -alias backup"
     count "Ctrl+C at random moments of the changing commands"
 }

@@ -28,7 +28,7 @@ faulty_calls() {
 }
 
 @test "the monitor whose system call fails, whichever it is, writes nothing false and catches up" {
-    make_fault_host
+    make_fault_host "$FEW_LOOK_UPS"
     prepare_cycles
     A_LINE_MAY_BE_LOST=1
     local name number error

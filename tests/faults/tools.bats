@@ -27,7 +27,7 @@ cycles() {
 }
 
 @test "a tool that dies at any offset of its listing, by a signal or a status, costs no change" {
-    make_fault_host
+    make_fault_host "$FEW_LOOK_UPS"
     prepare_cycles
     obeying_tool
     local size offset end
@@ -43,7 +43,7 @@ cycles() {
 }
 
 @test "a tool that babbles 100 MB does the monitor no harm" {
-    make_fault_host
+    make_fault_host "$FEW_LOOK_UPS"
     prepare_cycles
     obeying_tool
     cycles "100 MB of one line" 'head -c 104857600 /dev/zero | tr "\0" x'
@@ -52,7 +52,7 @@ cycles() {
 }
 
 @test "a tool that babbles 100 MB does query no harm" {
-    make_fault_host
+    make_fault_host "$FEW_LOOK_UPS"
     prepare_cycles
     obeying_tool
     # shellcheck disable=SC2016 # the text is a script's
@@ -64,7 +64,7 @@ cycles() {
 }
 
 @test "a tool that hangs is killed at its time, and costs no change" {
-    make_fault_host
+    make_fault_host "$FEW_LOOK_UPS"
     prepare_cycles
     obeying_tool
     # Five minutes: with points sampled, the tool is ended by somebody else after one second.

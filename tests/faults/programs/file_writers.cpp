@@ -232,8 +232,14 @@ int lostFromLog(const char *path, int writers, int times) {
 
 // ---- the ledger: an event tells its writer and its number
 
+// As the monitor, which makes it, and afterwards as a command, which waits for others.
 std::unique_ptr<dravik::Database> openWriting() {
-    dravik::LedgerOpening opening = dravik::openLedger(dravik::LedgerUse::OBSERVE);
+    const bool is_there = access(dravik::LEDGER_FILE, F_OK) == 0;
+    const dravik::LedgerUse use = is_there ? dravik::LedgerUse::OPERATE : dravik::LedgerUse::OBSERVE;
+    dravik::LedgerOpening opening = dravik::openLedger(use);
+    if (opening.status != dravik::LedgerStatus::OPEN) {
+        throw dravik::SqliteError(SQLITE_CANTOPEN, opening.problem);
+    }
     return std::move(opening.database);
 }
 
@@ -329,6 +335,9 @@ const std::vector<Kind> &kinds() {
 }
 
 int contend(const Kind &kind, int writers, int times) {
+    if (kind.name == std::string("ledger")) {
+        openWriting(); // it is made by one
+    }
     for (int writer = 0; writer < writers; ++writer) {
         if (fork() == 0) {
             int status = 0;

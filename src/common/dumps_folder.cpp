@@ -126,6 +126,10 @@ bool haveDumpsFolder() {
     return true;
 }
 
+bool mayWriteBeside(const char *path) {
+    return !isBelowDumps(path) || haveDumpsFolder();
+}
+
 Descriptor openDataFile(const char *path, int flags, mode_t mode) {
     if (!isBelowDumps(path)) {
         return Descriptor(open(path, flags | O_CLOEXEC, mode));

@@ -17,6 +17,10 @@ constexpr char DUMPS_FOLDER[] = "/dumps/";
 // kept there (chown root /dumps)".
 bool haveDumpsFolder();
 
+// Whether files may be made and replaced in the folder of `path`: below "/dumps", `haveDumpsFolder`; anywhere else they
+// may. False with errno.
+bool mayWriteBeside(const char *path);
+
 // Opens `path` as open(2) does, close-on-exec. For a path below "/dumps" (the folder must be as above) more is asked: no
 // link is followed, nothing is waited for, the file must be a regular one of the running user with a single name, and
 // O_TRUNC takes effect only after that is known. What else lies in its place when a file is to be made (O_CREAT) is put

@@ -1,6 +1,7 @@
 #!/usr/bin/env bats
 # Memory that is refused once, at every request of a program's: its libraries', SQLite's and the loader's included.
 
+# shellcheck disable=SC2034,SC2153 # read, and set, by faults.bash
 bats_require_minimum_version 1.5.0
 load faults
 

@@ -126,7 +126,11 @@ judge_conf() {
     text "$HOST/etc/velomux.conf"
     for wanted in "$@"; do [[ $TEXT != "$wanted" ]] || return 0; done
     [[ ! ${MIXTURE_IS_CONTRACT-} || $where != *setpathpolicy* ]] || ! is_mixture "$@" || return 0
-    [[ $TEXT ]] && found torn "$where: velomux.conf, ${#TEXT} bytes" || found lost "$where: velomux.conf"
+    if [[ $TEXT ]]; then
+        found torn "$where: velomux.conf, ${#TEXT} bytes"
+    else
+        found lost "$where: velomux.conf"
+    fi
 }
 
 # judge_backup WHERE TEXT...: the backup, if there is one, holds one of the texts.

@@ -2,6 +2,7 @@
 # A disk that becomes full at any byte, and file-size limits: no file is lost or cut but a log line and the snapshot, which
 # the next write mends.
 
+# shellcheck disable=SC2034,SC2153 # read, and set, by faults.bash
 bats_require_minimum_version 1.5.0
 load faults
 

@@ -3,6 +3,7 @@
 #
 # The kill of every tool that the scripts run while they write velomux.conf is in tests/scripts/conf_kill.bats.
 
+# shellcheck disable=SC2034,SC2153 # read, and set, by faults.bash
 bats_require_minimum_version 1.5.0
 load faults
 

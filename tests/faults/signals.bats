@@ -2,6 +2,7 @@
 # INT, TERM, HUP and PIPE before every system call of the commands that change the configuration, and Ctrl+C, which the
 # whole foreground gets, at random instants: the change is finished or taken back, and one line tells of it.
 
+# shellcheck disable=SC2034,SC2153 # read, and set, by faults.bash
 bats_require_minimum_version 1.5.0
 load faults
 

@@ -1,6 +1,7 @@
 #!/usr/bin/env bats
 # Every system call of the monitor and of the commands fails once, with each error that fits it.
 
+# shellcheck disable=SC2034,SC2153 # read, and set, by faults.bash
 bats_require_minimum_version 1.5.0
 load faults
 

@@ -4,6 +4,7 @@
 # A listing that is cut at the end of a line is a listing: what it lacks counts as gone, and comes again with the next one.
 # That is the contract. Here the lines must follow from what was listed, and lead to the topology in the end.
 
+# shellcheck disable=SC2034,SC2153 # read, and set, by faults.bash
 bats_require_minimum_version 1.5.0
 load faults
 

@@ -13,7 +13,7 @@ namespace dravik {
 
 namespace {
 
-constexpr off_t LARGEST_FILE = 16 * 1024 * 1024;
+constexpr off_t LARGEST_FILE = off_t{16} * 1024 * 1024;
 
 // Reads to the end of the file. False with errno.
 bool readAll(int fd, std::string *out) {

@@ -132,7 +132,9 @@ write_conf() {
         ((++COUNTS[points]))
     done
     for ((number = 0; number < times; number++)); do
-        wait "${processes[number]}" || found lost "a command: exit status $?, $(<"$OUT.$number")"
+        # The contract: one that has waited for a minute for its turn gives up, and says so.
+        wait "${processes[number]}" || [[ $(<"$OUT.$number") == *'nothing was changed'* ]] ||
+            found lost "a command: exit status $?, $(<"$OUT.$number")"
     done
     judge_conf "commands at once" "${texts[@]}"
     judge_backup "commands at once" "${texts[@]}"

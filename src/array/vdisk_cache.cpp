@@ -1,7 +1,9 @@
 // Storing and looking up virtual-disk names.
 #include "array/vdisk_cache.h"
 
+#include <cerrno>
 #include <cstring>
+#include <new>
 #include <string>
 
 #include "array/array_log.h"
@@ -87,10 +89,10 @@ bool mergePair(const char *operation, const char *path, const VdiskPair &pair, b
     return false;
 }
 
-// Merges the pairs into the file as it is when its turn comes, and writes it once.
-void merge(const char *operation, const char *path, const std::vector<VdiskPair> &pairs, bool logged) {
+// Merges the pairs into the file as it is when its turn comes, and writes it once. 0 or the error number.
+int mergeInTurn(const char *operation, const char *path, const std::vector<VdiskPair> &pairs, bool logged) {
     dravik::WritingTurn turn;
-    int error = turn.take(path);
+    const int error = turn.take(path);
     bool changed = false;
     for (const VdiskPair &pair : pairs) {
         if (error != 0 || !mergePair(operation, path, pair, logged, &changed)) {
@@ -99,12 +101,24 @@ void merge(const char *operation, const char *path, const std::vector<VdiskPair>
     }
     VdiskTree *tree = nullptr;
     std::string parse_error;
-    if (changed && loadVdiskTree(path, true, &tree, &parse_error) == TreeState::READY) {
-        error = writeVdiskTree(tree);
+    return changed && loadVdiskTree(path, true, &tree, &parse_error) == TreeState::READY
+               ? writeVdiskTree(tree)
+               : error;
+}
+
+// The same, its failure logged. False when memory ran out.
+bool merge(const char *operation, const char *path, const std::vector<VdiskPair> &pairs, bool logged) {
+    int error = 0;
+    try {
+        error = mergeInTurn(operation, path, pairs, logged);
+    } catch (const std::bad_alloc &) {
+        forgetVdiskTree(); // it may hold what the file does not
+        error = ENOMEM;
     }
     if (error != 0) {
         logWriteFailure(operation, path, error);
     }
+    return error != ENOMEM;
 }
 
 // A store while writes are held: the tree in memory learns the name at once, the file through the writer. False when
@@ -150,8 +164,8 @@ void store_wwid_vdiskname(const char *path, const char *wwid, const char *name) 
     }
 }
 
-void mergeVdiskNames(const char *path, const std::vector<VdiskPair> &pairs) {
-    merge("store_wwid_vdiskname", path, pairs, false);
+bool mergeVdiskNames(const char *path, const std::vector<VdiskPair> &pairs) {
+    return merge("store_wwid_vdiskname", path, pairs, false);
 }
 
 void getStoredVdiskname(const char *path, const char *wwid, char *name, unsigned int *found) {

@@ -59,5 +59,6 @@ struct VdiskPair {
     std::string name;
 };
 
-// Stores the pairs by the rules of `store_wwid_vdiskname`, in one write; only failures are logged.
-void mergeVdiskNames(const char *path, const std::vector<VdiskPair> &pairs);
+// Stores the pairs by the rules of `store_wwid_vdiskname`, in one write; only failures are logged. False when memory ran
+// out: the file is as it was, and another attempt may succeed.
+bool mergeVdiskNames(const char *path, const std::vector<VdiskPair> &pairs);

@@ -1,6 +1,7 @@
-// The writing process: gathers names from a pipe, merges them into the cache file.
+// The writing process: gathers names from a socket, merges them into the cache file.
 #include "array/vdisk_writer.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
@@ -8,8 +9,10 @@
 #include <ctime>
 #include <fcntl.h>
 #include <initializer_list>
+#include <new>
 #include <poll.h>
 #include <string>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
@@ -23,13 +26,13 @@ namespace dravik {
 namespace {
 
 constexpr int GATHERING_MS = 500;
+constexpr int LAST_ATTEMPTS = 5; // at the end, where memory is short
 
-// One name on its way: small enough that a pipe takes it in one piece.
+// One name on its way. The socket keeps messages apart: none arrives in pieces.
 struct Message {
     char wwid[66];
     char name[VDISK_NAME_SIZE];
 };
-static_assert(sizeof(Message) <= 512, "a pipe takes 512 bytes in one piece on every system");
 
 pid_t writer = -1;
 std::string writers_path;
@@ -55,39 +58,74 @@ void standAlone() {
     }
 }
 
-// Reads one message: false at the end of the pipe.
+// Reads one message: false when the asker's end of the socket is closed.
 bool readMessage(int fd, Message *message) {
     ssize_t got = -1;
     do {
-        got = read(fd, message, sizeof(*message));
+        got = recv(fd, message, sizeof(*message), 0);
     } while (got < 0 && errno == EINTR);
     return got == static_cast<ssize_t>(sizeof(*message));
 }
 
-// Whether something can be read from the pipe within `timeout_ms`; the end of the pipe can be.
+// Whether something, be it the end, can be read from the socket within `timeout_ms`.
 bool isReadable(int fd, int timeout_ms) {
     pollfd ready = {fd, POLLIN, 0};
     return poll(&ready, 1, timeout_ms) > 0;
 }
 
-// Gathers and merges until the pipe ends.
-void serve(int fd, const char *path) {
+// What has been gathered and is to be merged when it is due.
+struct Gathered {
     std::vector<VdiskPair> pairs;
-    int64_t due = 0;
+    int64_t due;
+    bool isDue() const {
+        return !pairs.empty() && nowMs() >= due;
+    }
+    int timeLeft() const {
+        return pairs.empty() ? -1 : static_cast<int>(std::max<int64_t>(due - nowMs(), 0));
+    }
+};
+
+// Merges what there is. Where memory is short, it waits for the next time.
+void mergeGathered(const char *path, Gathered *gathered) {
+    if (mergeVdiskNames(path, gathered->pairs)) {
+        gathered->pairs.clear();
+    }
+    gathered->due = nowMs() + GATHERING_MS;
+}
+
+// Adds a name. Where memory is short, it makes some by merging what there is; a name that still cannot be kept is asked
+// from the array again by the next command that shows it.
+void gather(const char *path, const Message &message, Gathered *gathered) {
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        try {
+            const int64_t due = gathered->pairs.empty() ? nowMs() + GATHERING_MS : gathered->due;
+            gathered->pairs.push_back({message.wwid, message.name});
+            gathered->due = due;
+            return;
+        } catch (const std::bad_alloc &) {
+            mergeGathered(path, gathered);
+        }
+    }
+}
+
+// Gathers and merges until the asker's end is closed.
+void serve(int fd, const char *path) {
+    Gathered gathered = {};
     for (bool open = true; open;) {
-        const int64_t left = pairs.empty() ? -1 : std::max<int64_t>(due - nowMs(), 0);
-        if (isReadable(fd, static_cast<int>(left))) {
-            Message message = {};
+        Message message = {};
+        if (isReadable(fd, gathered.timeLeft())) {
             open = readMessage(fd, &message);
             if (open) {
-                due = pairs.empty() ? nowMs() + GATHERING_MS : due;
-                pairs.push_back({message.wwid, message.name});
+                gather(path, message, &gathered);
             }
         }
-        if (!pairs.empty() && (!open || nowMs() >= due)) {
-            mergeVdiskNames(path, pairs);
-            pairs.clear();
+        if (gathered.isDue()) {
+            mergeGathered(path, &gathered);
         }
+    }
+    for (int attempt = 0; attempt < LAST_ATTEMPTS && !gathered.pairs.empty(); ++attempt) {
+        poll(nullptr, 0, attempt == 0 ? 0 : GATHERING_MS / LAST_ATTEMPTS);
+        mergeGathered(path, &gathered);
     }
 }
 
@@ -99,7 +137,7 @@ bool startVdiskWriter(const char *path) {
     }
     writers_path = path;
     int ends[2];
-    if (pipe2(ends, O_CLOEXEC) != 0) {
+    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) {
         return false;
     }
     const Descriptor from_asker(ends[0]);
@@ -124,11 +162,15 @@ bool handToVdiskWriter(const char *wwid, const char *name) {
     Message message = {};
     strncpy(message.wwid, wwid, sizeof(message.wwid) - 1);
     strncpy(message.name, name, sizeof(message.name) - 1);
-    ssize_t written = -1;
+    ssize_t sent = -1;
     do {
-        written = write(to_writer.get(), &message, sizeof(message));
-    } while (written < 0 && errno == EINTR);
-    return written == static_cast<ssize_t>(sizeof(message));
+        sent = send(to_writer.get(), &message, sizeof(message), MSG_NOSIGNAL);
+    } while (sent < 0 && errno == EINTR);
+    if (sent == static_cast<ssize_t>(sizeof(message))) {
+        return true;
+    }
+    endVdiskWriter(); // it is gone: the next name gets a new one
+    return false;
 }
 
 void endVdiskWriter() {

@@ -11,7 +11,8 @@ namespace dravik {
 // another file.
 bool startVdiskWriter(const char *path);
 
-// Hands it a name. False when no writer is running or it has gone away.
+// Hands it a name. False when no writer is running or it has gone away, killed for instance: no signal comes of that, and
+// a new one can be started. The names that it had not merged yet are lost.
 bool handToVdiskWriter(const char *wwid, const char *name);
 
 // Lets the writer finish and waits for it. Nothing happens where none is running.

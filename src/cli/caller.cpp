@@ -47,7 +47,13 @@ void copyCut(const std::string &text, char *out, unsigned int size) {
     }
 }
 
+// The name of root, as whom nearly every command runs, is not looked up: a look-up may hang, and where memory is short, the
+// C library's may crash.
 void nameOf(uid_t uid, char *out, unsigned int size) {
+    if (uid == 0) {
+        snprintf(out, size, "root");
+        return;
+    }
     const passwd *entry = getpwuid(uid);
     if (entry != nullptr) {
         shownText(entry->pw_name, out, size);

@@ -211,13 +211,15 @@ int flushOutput(int status, bool changing) {
 
 int main(int argc, char **argv) {
     resetProcess();
-    std::vector<char *> without_json(static_cast<size_t>(argc) + 1);
-    const Request request = readRequest(argc, argv, without_json.data());
     int status = EXIT_FAILED;
+    bool changing = false;
     try {
+        std::vector<char *> without_json(static_cast<size_t>(argc) + 1);
+        const Request request = readRequest(argc, argv, without_json.data());
+        changing = changesHost(request);
         status = run(request);
     } catch (const std::bad_alloc &) {
         status = answerWith(&EC_molloc_failed, "", false);
     }
-    return flushOutput(status, changesHost(request));
+    return flushOutput(status, changing);
 }

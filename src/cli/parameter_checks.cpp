@@ -10,14 +10,15 @@
 #include "common/character_tests.h"
 #include "common/plain_word.h"
 #include "common/text.h"
-#include "common/text_split.h"
 
 namespace {
 
 constexpr const char *PATH_STATES[] = {"online", "offline"};
 
-constexpr char NAME_PATTERN[] = "^[A-Za-z][A-Za-z0-9_.-]*$";
-constexpr char RESERVED_ALIAS_PATTERN[] = "^idisk.*$";
+// The ASCII characters of a name, whatever the locale.
+constexpr char LETTERS[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
+constexpr char NAME_CHARACTERS[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_.-";
+constexpr char RESERVED_ALIAS_START[] = "idisk";
 
 constexpr size_t NAME_LENGTH = 64;   // over how many characters names and keywords are compared
 constexpr size_t VALUE_LENGTH = 256; // the same for the rows of a table; what is kept of a value
@@ -63,8 +64,10 @@ bool isWwidShaped(const char *text) {
            (isBeginwith(text, "eui.") == 1 && length == NVME_WWID_LENGTH && isDigitorOrLetter(text + 4));
 }
 
+// A letter and then letters, digits, "_", "." and "-". No regular expression, which wants memory: a name is no worse for the
+// lack of it.
 bool isPlainName(const char *text) {
-    return regMatch(NAME_PATTERN, text) == 1;
+    return strspn(text, LETTERS) > 0 && text[strspn(text, NAME_CHARACTERS)] == '\0';
 }
 
 s_ecItems *checkDeviceName(const char *name) {
@@ -177,7 +180,7 @@ s_ecItems *checkAlias(const char *alias, const char *wwid) {
     if (!isPlainName(alias)) {
         return &EC_alias_format_error;
     }
-    return regMatch(RESERVED_ALIAS_PATTERN, alias) == 1 ? &EC_set_idisk_error : &EC_ok;
+    return isBeginwith(alias, RESERVED_ALIAS_START) == 1 ? &EC_set_idisk_error : &EC_ok;
 }
 
 } // namespace

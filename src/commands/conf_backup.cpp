@@ -3,6 +3,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <new>
 #include <unistd.h>
 
 #include "common/log.h"
@@ -26,17 +27,14 @@ constexpr mode_t BACKUP_MODE = 0600;
 bool backup_made = false;
 FileState found;
 
+// Asks for no memory, as everything does on the way to a roll-back.
 bool holdsWhatWasFound(const char *path) {
-    FileState now = {};
-    return dravik::readFileState(path, &now) && now.exists && now.text == found.text;
+    return dravik::holdsText(path, found.text);
 }
 
 // The backup holds passwords for all that a backup's reader may know.
 bool keepBackup() {
-    FileState attributes = found;
-    attributes.mode = BACKUP_MODE;
-    attributes.owner = geteuid();
-    attributes.group = getegid();
+    const FileState attributes = {true, "", BACKUP_MODE, geteuid(), getegid()};
     return holdsWhatWasFound(BACKUP_FILE) && dravik::setFileAttributes(BACKUP_FILE, attributes) &&
            dravik::syncFile(BACKUP_FILE);
 }
@@ -56,6 +54,15 @@ void giveUpBackup() {
 // Where the copy of the backup came up short, the backup takes the file's place: that needs no space.
 bool putBackupInPlace() {
     return dravik::moveFile(BACKUP_FILE, CONF_FILE);
+}
+
+// Memory that runs out in the middle of a change is a failed change.
+s_ecItems *attempt(s_ecItems *(*change)()) {
+    try {
+        return change();
+    } catch (const std::bad_alloc &) {
+        return &EC_molloc_failed;
+    }
 }
 
 } // namespace
@@ -102,6 +109,10 @@ void rollBackConfFile() {
     }
 }
 
+bool dravik::isConfFileAsFound() {
+    return found.exists ? holdsWhatWasFound(CONF_FILE) : access(CONF_FILE, F_OK) != 0;
+}
+
 s_ecItems *dravik::changeConfFile(s_ecItems *(*change)()) {
     s_ecItems *result = backupConfFile();
     if (isFailure(result)) {
@@ -111,7 +122,7 @@ s_ecItems *dravik::changeConfFile(s_ecItems *(*change)()) {
         return &EC_exe_cmd_failed; // nothing is changed yet
     }
     dravik::setUnfinished("/etc/velomux.conf may be half changed, its backup is /etc/velomux.conf.bk");
-    result = change();
+    result = attempt(change);
     if (isFailure(result)) {
         rollBackConfFile();
     }

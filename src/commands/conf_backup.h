@@ -26,8 +26,11 @@ void rollBackConfFile();
 
 namespace dravik {
 
+// Whether the file is what it was when this process backed it up: the same text, or still none.
+bool isConfFileAsFound();
+
 // The sequence of every command that changes the file: backup, `change`, and the roll-back when `change` fails.
-// The record of the first that failed, else that of `change`.
+// The record of the first that failed, else that of `change`; EC_molloc_failed when memory ran out in it.
 s_ecItems *changeConfFile(s_ecItems *(*change)());
 
 } // namespace dravik

@@ -1,8 +1,12 @@
 // Restoring the stock configuration and adding the maker's block.
 #include "commands/mkconfig.h"
 
+#include <glob.h>
+
 #include "commands/conf_backup.h"
 #include "commands/vendor_block.h"
+#include "common/capture.h"
+#include "host/file_state.h"
 #include "host/interruption.h"
 #include "host/task.h"
 #include "host/tool_names.h"
@@ -13,10 +17,30 @@ using namespace dravik::literals;
 
 namespace {
 
+constexpr char STOCK_FILES[] = "/usr/share/doc/device-mapper-velomux-*/velomux.conf";
+
 s_ecItems *copyStockFile() {
-    return runTask(
-        "mkconfig",
-        ShellCommand(own<CMD_cp>(), " /usr/share/doc/device-mapper-velomux-*/velomux.conf "_sh, CONF_FILE));
+    return runTask("mkconfig", ShellCommand(own<CMD_cp>(), " "_sh, own<STOCK_FILES>(), " "_sh, CONF_FILE));
+}
+
+// How a tool ended counts for nothing, but for this: on a full disk it may have left half a file.
+bool hasRunShort() {
+    const dravik::ChildEnd &end = dravik::lastChildEnd();
+    return end.exit_status != 0 || end.signal_number != 0;
+}
+
+bool holdsStockFile() {
+    glob_t found = {};
+    dravik::FileState stock = {};
+    bool holds = false;
+    if (glob(STOCK_FILES, 0, nullptr, &found) == 0) {
+        for (size_t i = 0; i < found.gl_pathc && !holds; ++i) {
+            holds = dravik::readFileState(found.gl_pathv[i], &stock) && stock.exists &&
+                    dravik::holdsText(CONF_FILE, stock.text);
+        }
+    }
+    globfree(&found);
+    return holds;
 }
 
 s_ecItems *restoreStockFile() {
@@ -24,8 +48,12 @@ s_ecItems *restoreStockFile() {
     if (isFailure(result)) {
         return result;
     }
+    // Without a stock file the one that is there is gone on with.
+    if (hasRunShort() && !dravik::isConfFileAsFound() && !holdsStockFile()) {
+        return &EC_exe_cmd_failed;
+    }
     // A block that could not be appended costs the example file, not the command: the mode is set all the same.
-    if (isFailure(addConf())) {
+    if (isFailure(addConf()) || hasRunShort()) {
         rollBackConfFile();
     }
     result = chmodConfFile();

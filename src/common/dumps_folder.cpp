@@ -94,6 +94,19 @@ bool putAside(const char *path) {
     return moved;
 }
 
+// Nothing can be logged there, so the one who looks at the program is told, once a process.
+void hintAtOwner(const struct stat &attributes) {
+    static bool hinted = false;
+    if (hinted || attributes.st_uid == 0 || geteuid() != 0) {
+        return;
+    }
+    hinted = true;
+    const char hint[] = "dravik: /dumps is not root's: nothing is logged or kept there (chown root /dumps)\n";
+    if (write(STDERR_FILENO, hint, sizeof(hint) - 1) < 0) {
+        // Nobody is there to read it.
+    }
+}
+
 } // namespace
 
 bool haveDumpsFolder() {
@@ -102,6 +115,7 @@ bool haveDumpsFolder() {
         return false;
     }
     if (attributes.st_uid != geteuid()) {
+        hintAtOwner(attributes);
         errno = EPERM;
         return false;
     }
@@ -114,6 +128,10 @@ bool haveDumpsFolder() {
     const ChosenLogKept kept;
     DRAVIK_LOG(LOG_ERROR, "Others could write to /dumps: that permission has been taken away.");
     return true;
+}
+
+bool mayWriteBeside(const char *path) {
+    return !isBelowDumps(path) || haveDumpsFolder();
 }
 
 Descriptor openDataFile(const char *path, int flags, mode_t mode) {

@@ -12,8 +12,14 @@ constexpr char DUMPS_FOLDER[] = "/dumps/";
 
 // Whether "/dumps" is there and is the running user's own; it is made with mode 0700 when it is missing. Write
 // permission for group and others is taken away, which is logged at level 0 as "Others could write to /dumps: that
-// permission has been taken away.". False, with errno, when it is somebody else's, no folder, or cannot be made.
+// permission has been taken away.". False, with errno, when it is somebody else's, no folder, or cannot be made; root is
+// told on standard error, once a process, of one that is not root's: "dravik: /dumps is not root's: nothing is logged or
+// kept there (chown root /dumps)".
 bool haveDumpsFolder();
+
+// Whether files may be made and replaced in the folder of `path`: below "/dumps", `haveDumpsFolder`; anywhere else they
+// may. False with errno.
+bool mayWriteBeside(const char *path);
 
 // Opens `path` as open(2) does, close-on-exec. For a path below "/dumps" (the folder must be as above) more is asked: no
 // link is followed, nothing is waited for, the file must be a regular one of the running user with a single name, and

@@ -12,6 +12,8 @@
 #include <unistd.h>
 #include <utility>
 
+#include "common/dumps_folder.h"
+
 namespace dravik {
 
 namespace {
@@ -117,6 +119,9 @@ void syncFolder(const char *path) {
 } // namespace
 
 int WritingTurn::take(const char *path) {
+    if (!mayWriteBeside(path)) {
+        return errno;
+    }
     folder.reset(open(folderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!folder.isOpen()) {
         return errno;

@@ -20,7 +20,8 @@ namespace dravik {
 class WritingTurn {
   public:
     // Waits for the turn to write `path`. 0, or the error number of the first step that failed; EBUSY when another
-    // process has held the turn for a second without doing anything to `path`, or others have kept it busy for ten.
+    // process has held the turn for a second without doing anything to `path`, or others have kept it busy for ten; EPERM
+    // for a "/dumps" that may not be used (common/dumps_folder.h).
     int take(const char *path);
 
   private:

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <sys/types.h>
 
 namespace dravik {
@@ -19,6 +20,10 @@ struct FileState {
 // Reads the file `path`, links followed. False, with errno, for a file that is there but cannot be read whole, is no
 // regular file, or is larger than 16 MiB. A missing file is read: it does not exist.
 bool readFileState(const char *path, FileState *out);
+
+// Whether the file `path`, links followed, is a regular one that holds `text` and nothing else. Asks for no memory. False,
+// with errno, when it cannot be read.
+bool holdsText(const char *path, std::string_view text);
 
 // Makes what has been written to the file `path` last. False with errno.
 bool syncFile(const char *path);

@@ -137,9 +137,8 @@ void LedgerKeeper::writeComparison(const ToolOutcome &outcome, const s_dravik *t
     // What ran while the last topology was being listed may show only now.
     const Milliseconds since =
         last_begun != 0 ? last_begun : std::max<Milliseconds>(last.seen - last.duration_ms, 1);
-    Judgement judgement =
-        judgeTopology(topology, outcome, observation, last,
-                      loadOperations(database.get(), since, observation.time), &known);
+    Judgement judgement = judgeTopology(topology, outcome, observation, last,
+                                        loadOperations(database.get(), since, observation.time), &known);
     finish(judgement.observation, std::move(judgement.events), &known);
     needs_time = judgement.needs_time;
     has_fingerprint = true;

@@ -85,6 +85,12 @@ template <typename Node> Node *makeHead(Node *(*make)()) {
     return head;
 }
 
+// Whether the copy that follows the comparison will need no memory: a copy that failed half-way would make volumes, which
+// have been there all the time, new in the next cycle.
+bool canBeCopied() {
+    return dravik::haveNodes(g_pOldLunPath, dravik::countNodes(g_pLunPath), mallocLunpath);
+}
+
 // Compares and logs. False when memory ran out before anything was logged.
 bool compare() {
     try {
@@ -126,6 +132,11 @@ unsigned int pauseAfterCycle(double elapsed) {
 
 void oneMonitor() {
     const s_ecItems *result = getLunPath();
+    if (!isFailure(result) && !canBeCopied()) {
+        LOG_FAILURE(LOG_ERROR, "Copy lun and path information failed.", &EC_molloc_failed);
+        has_failed = true;
+        return;
+    }
     if (!isFailure(result) && !compare()) {
         result = &EC_molloc_failed;
     }
@@ -134,10 +145,7 @@ void oneMonitor() {
         has_failed = true;
         return;
     }
-    result = cpyLunpath(g_pLunPath, g_pOldLunPath);
-    if (isFailure(result)) {
-        LOG_FAILURE(LOG_ERROR, "Copy lun and path information failed.", result);
-    }
+    cpyLunpath(g_pLunPath, g_pOldLunPath);
     giveBackExcess();
 }
 

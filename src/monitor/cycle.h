@@ -33,7 +33,8 @@ unsigned int pauseAfterCycle(double elapsed);
 
 // One cycle: query, comparison, copy of the current list over the previous one. A failed query or conversion, or memory
 // that runs out before the comparison, is logged at level 0 ("Get lun and path information failed. Error message: %s.")
-// and ends it, the previous list left as it was; a failed copy is logged as "Copy lun and path information failed. Error message: %s.".
+// and ends it, the previous list left as it was; so does a lack of memory for the copy, found out before anything is
+// compared and logged as "Copy lun and path information failed. Error message: %s.".
 void oneMonitor();
 
 // Takes the topology into `g_pDravik` and flattens it into `g_pLunPath`. EC_ok, or the record of what failed,

@@ -53,6 +53,25 @@ template <typename Node> Node *nextOrNewNode(Node *node, void (*clear)(Node *), 
     return node->next;
 }
 
+// Sees to it that the list of the head `head` has `count` nodes, valid and spare ones together, making what it lacks by
+// `make`. False when one could not be had; those made so far stay spare.
+template <typename Node> bool haveNodes(Node *head, unsigned int count, Node *(*make)()) {
+    Node *last = head;
+    for (unsigned int i = 0; i < count; ++i) {
+        if (last->next == nullptr && last->position < MAX_LIST_NODES) {
+            last->next = make();
+            if (last->next != nullptr) {
+                last->next->position = last->position + 1;
+            }
+        }
+        if (last->next == nullptr) {
+            return false;
+        }
+        last = last->next;
+    }
+    return true;
+}
+
 // Releases `node` and everything behind it, each by `release`.
 template <typename Node> void freeChain(Node *node, void (*release)(Node *)) {
     while (node != nullptr) {

@@ -197,6 +197,11 @@ bool readFileState(const char *path, FileState *out) {
     return true;
 }
 
+bool holdsText(const char *path, std::string_view text) {
+    FileState file = {};
+    return readFileState(path, &file) && file.exists && file.text == text;
+}
+
 bool syncFile(const char *path) {
     return FakeHostState::may(std::string("sync ") + path);
 }

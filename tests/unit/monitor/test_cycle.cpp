@@ -314,18 +314,21 @@ TEST_F(Cycle, AVolumeWithoutPathsRepeatsUntilNoNodeIsLeftAndFailsTheCycle) {
     EXPECT_EQ(complaints, Lines{SNAPSHOT_WRITTEN});
 }
 
-TEST_F(Cycle, ACopyThatFindsNoRoomIsLoggedAndTheNextCycleComparesWithThePartCopied) {
+TEST_F(Cycle, WithoutRoomForTheCopyNothingIsComparedAndTheNextCycleReportsEverything) {
     initMonitor();
     g_pOldLunPath->position = MAX_LIST_NODES - 1; // room for one more
     listingIs(VOLUME_A);
     run();
-    EXPECT_EQ(changes, volumeALines("created"));
+    EXPECT_EQ(changes, Lines());
     EXPECT_EQ(complaints,
-              (Lines{SNAPSHOT_WRITTEN,
-                     "ERROR oneMonitor # Copy lun and path information failed. Error message: " + NO_ROOM}));
-    EXPECT_EQ(lunListText(g_pOldLunPath), "mpatha|36a|8:16|xab|ready|active|running\n");
+              Lines{"ERROR oneMonitor # Copy lun and path information failed. Error message: " + NO_ROOM});
+    EXPECT_EQ(lunListText(g_pOldLunPath), "");
+    freeLunpath(g_pOldLunPath->next);
+    g_pOldLunPath->next = nullptr;
+    g_pOldLunPath->position = 0;
     run();
-    EXPECT_EQ(changes, Lines{pathLine("created", "mpatha", "36a", "xac", "enabled")});
+    EXPECT_EQ(changes, volumeALines("created"));
+    EXPECT_EQ(complaints, Lines{SNAPSHOT_WRITTEN});
 }
 
 TEST_F(Cycle, EachErrorLineIsAlsoTracedToTheConsole) {

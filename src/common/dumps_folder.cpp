@@ -131,7 +131,8 @@ bool haveDumpsFolder() {
 }
 
 bool mayWriteBeside(const char *path) {
-    return !isBelowDumps(path) || haveDumpsFolder();
+    struct stat attributes = {};
+    return !isBelowDumps(path) || (stat(DUMPS_FOLDER, &attributes) == 0 && haveDumpsFolder());
 }
 
 Descriptor openDataFile(const char *path, int flags, mode_t mode) {

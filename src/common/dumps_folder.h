@@ -17,8 +17,8 @@ constexpr char DUMPS_FOLDER[] = "/dumps/";
 // kept there (chown root /dumps)".
 bool haveDumpsFolder();
 
-// Whether files may be made and replaced in the folder of `path`: below "/dumps", `haveDumpsFolder`; anywhere else they
-// may. False with errno.
+// Whether files may be made and replaced in the folder of `path`: below "/dumps", which must be there, `haveDumpsFolder`;
+// anywhere else they may. False with errno.
 bool mayWriteBeside(const char *path);
 
 // Opens `path` as open(2) does, close-on-exec. For a path below "/dumps" (the folder must be as above) more is asked: no

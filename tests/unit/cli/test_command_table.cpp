@@ -118,5 +118,9 @@ TEST(CommandTable, TheHiddenTableHasARowForEveryCommandWithItsParameters) {
               "refresh unlisted changes\n"
               "mkconfig service changes\n"
               "lsselfstart service reads\n"
-              "setselfstart service changes\n");
+              "setselfstart service changes\n"
+              "check own reads =VOLUME --json\n"
+              "list own reads --bad --watch=SECONDS --json\n"
+              "events own reads --since=TIME --volume=VOLUME --path=PATH --incident=N --all --follow --json\n"
+              "baseline own reads =show|accept =VOLUME --json\n");
 }

@@ -17,7 +17,8 @@
 #
 # Exit status: 0, 1 failed, 2 wrong arguments.
 
-# The words of the path policy as the stack knows them.
+# The words of the path policy as the stack knows them. The program holds the selectors as well, in
+# src/commands/path_selectors.cpp.
 readonly GROUP_WORDS="failover multibus group_by_serial group_by_prio group_by_node_name"
 readonly SELECTOR_WORDS="round-robin queue-length service-time"
 

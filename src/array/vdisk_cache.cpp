@@ -10,6 +10,7 @@
 #include "array/device_node.h"
 #include "array/vdisk_entry.h"
 #include "array/vdisk_file.h"
+#include "array/vdisk_merge.h"
 #include "array/vdisk_writer.h"
 #include "common/replace_file.h"
 #include "common/text.h"
@@ -24,33 +25,6 @@ void logWriteFailure(const char *operation, const char *path, int error) {
 
 void logTooLarge(const char *operation, const char *path) {
     ARRAY_LOG_AS(operation, "File %s is larger than %lld bytes, not used.\n", path, VDISK_CACHE_LIMIT);
-}
-
-// The tree's part of a store. True when the file is to be written. A change is logged where it is first made, not where
-// it is merged.
-bool storeInTree(VdiskTree *tree, const char *wwid, const char *name, bool logged) {
-    if (!isJsonArray(tree->disk)) {
-        return tree->disk == nullptr;
-    }
-    const cJSON *blocked_by = nullptr;
-    cJSON *entry = entryForUpdate(tree, wwid, &blocked_by);
-    if (blocked_by != nullptr && logged) {
-        ARRAY_LOG_AS("update_wwid_vdiskname", "Invalid JSON format for json property %s.\n",
-                     jsonKey(blocked_by));
-    }
-    if (entry == nullptr) {
-        return appendEntry(tree, wwid, name);
-    }
-    cJSON *item = cJSON_CreateString(name);
-    std::string old_name;
-    if (item == nullptr || !renameEntry(entry, item, &old_name)) {
-        cJSON_Delete(item);
-        return false;
-    }
-    if (logged) {
-        logNameChange(wwid, old_name.c_str(), name);
-    }
-    return true;
 }
 
 // A first file with one entry, within the turn. 1 or 0, as `make_disk_json`.
@@ -83,7 +57,7 @@ bool mergePair(const char *operation, const char *path, const VdiskPair &pair, b
         logTooLarge(operation, path);
         return false;
     case TreeState::READY:
-        *changed = storeInTree(tree, pair.wwid.c_str(), pair.name.c_str(), logged) || *changed;
+        *changed = dravik::mergeIntoTree(tree, pair.wwid.c_str(), pair.name.c_str(), logged) || *changed;
         return true;
     }
     return false;
@@ -130,7 +104,7 @@ bool handOn(const char *path, const char *wwid, const char *name) {
         !dravik::startVdiskWriter(path)) {
         return false;
     }
-    if (storeInTree(tree, wwid, name, true) && !dravik::handToVdiskWriter(wwid, name)) {
+    if (dravik::mergeIntoTree(tree, wwid, name, true) && !dravik::handToVdiskWriter(wwid, name)) {
         forgetVdiskTree(); // it holds what the file does not
         merge("store_wwid_vdiskname", path, {{wwid, name}}, false);
     }

@@ -1,4 +1,5 @@
-// The names of the path selectors: the kernel's, the listing's and the product's.
+// The names of the path selectors: the kernel's, the listing's and the product's. The scripts hold the kernel's as well, in
+// scripts/lib/policy.sh.
 #pragma once
 
 constexpr unsigned int SELECTOR_NAME_SIZE = 256;

@@ -8,11 +8,9 @@
 
 #include <cstdlib>
 
-namespace dravik {
+#include "struct/list_limit.h"
 
-// No list grows past this many nodes; one more counts as a failed allocation. Twice the largest host's number of paths,
-// it ends a runaway list in a moment instead of in the host's memory.
-constexpr unsigned int MAX_LIST_NODES = 65536;
+namespace dravik {
 
 // A zeroed node with its end flag set, or null.
 template <typename Node> Node *makeNode() {

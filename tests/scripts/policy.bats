@@ -224,3 +224,10 @@ E
     run script policy query
     answers 0 $'group_by_prio\nround-robin'
 }
+
+@test "the selectors that the scripts know are those of the program" {
+    local program
+    program=$(sed -nE 's/^ *X\("([a-z-]+)", .*/\1/p' "$REPO/src/commands/path_selectors.cpp" | paste -sd ' ')
+    [[ -n $program ]]
+    [[ "readonly SELECTOR_WORDS=\"$program\"" == "$(grep '^readonly SELECTOR_WORDS=' "$REPO/scripts/lib/policy.sh")" ]]
+}

@@ -250,7 +250,7 @@ array: common
 stats: common
 health:
 ledger: common struct health
-output:
+output: common
 commands: common struct host topology array stats health ledger output
 cli: common struct host topology array stats health ledger output commands
 monitor: common struct topology health ledger output

@@ -14,7 +14,8 @@ constexpr int DEFERRED_SIGNALS[] = {SIGINT, SIGTERM, SIGHUP, SIGPIPE};
 constexpr long TWICE_WITHIN_MS = 1000;
 
 volatile sig_atomic_t pending = 0;
-long last_interrupt = -1; // when the last SIGINT came, in ms of the monotonic clock; only the handler knows it
+long last_interrupt =
+    -1; // when the last SIGINT came, in ms of the monotonic clock; only the handler knows it
 const char *volatile unfinished = nullptr;
 void (*volatile sudden_end)(int) = nullptr;
 

@@ -58,8 +58,8 @@ class Json {
 
   private:
     struct Delete {
-        void operator()(cJSON *item) const {
-            cJSON_Delete(item);
+        void operator()(cJSON *tree) const {
+            cJSON_Delete(tree);
         }
     };
     explicit Json(cJSON *made);

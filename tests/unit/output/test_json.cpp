@@ -1,8 +1,8 @@
 // JSON on its way out: always well-formed, numbers to the last digit.
 #include "output/json.h"
 
-#include <cmath>
 #include <cstdint>
+#include <limits>
 #include <regex>
 #include <string>
 
@@ -33,8 +33,8 @@ TEST(Json, DecimalsAreRoundedAndWhatIsNoNumberIsNull) {
     EXPECT_EQ(Json::decimal(4.25, 1).line(), "4.2");
     EXPECT_EQ(Json::decimal(0.0, 3).line(), "0.000");
     EXPECT_EQ(Json::decimal(-1.005e10, 0).line(), "-10050000000");
-    EXPECT_EQ(Json::decimal(NAN, 1).line(), "null");
-    EXPECT_EQ(Json::decimal(INFINITY, 1).line(), "null");
+    EXPECT_EQ(Json::decimal(std::numeric_limits<double>::quiet_NaN(), 1).line(), "null");
+    EXPECT_EQ(Json::decimal(std::numeric_limits<double>::infinity(), 1).line(), "null");
     EXPECT_EQ(Json::decimal(1e300, 2).line().substr(0, 4), "1000");
 }
 

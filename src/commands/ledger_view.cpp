@@ -116,7 +116,7 @@ VdiskNames::of(const std::string &wwid) const { // NOLINT(readability-convert-me
     }
     const cJSON *entry = entryForLookup(tree, wwid.c_str());
     const cJSON *name = entry == nullptr ? nullptr : cJSON_GetObjectItem(entry, "vdisk_name");
-    return isJsonString(name) ? name->valuestring : "";
+    return name != nullptr && isJsonString(name) ? name->valuestring : "";
 }
 
 } // namespace dravik

@@ -64,10 +64,10 @@ void Initiators::readSessions() {
 
 std::string Initiators::nameOf(const s_path_dev *path, bool is_nvme, const std::string &port) {
     if (is_nvme) {
-        const std::string name = attributeOf("nvme/" + port + "/hostnqn");
+        std::string name = attributeOf("nvme/" + port + "/hostnqn");
         return name.empty() ? hostOf(path) : name;
     }
-    const std::string name = attributeOf("fc_host/" + port + "/port_name");
+    std::string name = attributeOf("fc_host/" + port + "/port_name");
     if (!name.empty()) {
         return name;
     }

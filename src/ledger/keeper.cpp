@@ -131,7 +131,7 @@ void LedgerKeeper::writeUnchanged(Observation observation) {
 }
 
 void LedgerKeeper::writeComparison(const ToolOutcome &outcome, const s_dravik *topology,
-                                   Observation observation) {
+                                   const Observation &observation) {
     has_fingerprint = false; // until this one is written
     KnownTopology known = loadKnown(database.get());
     // What ran while the last topology was being listed may show only now.

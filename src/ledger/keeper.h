@@ -30,7 +30,8 @@ class LedgerKeeper {
     void close();
     void writeFailure(const ToolOutcome &outcome, Observation observation);
     void writeUnchanged(Observation observation);
-    void writeComparison(const ToolOutcome &outcome, const s_dravik *topology, Observation observation);
+    void writeComparison(const ToolOutcome &outcome, const s_dravik *topology,
+                         const Observation &observation);
     void finish(Observation observation, std::vector<Event> told, KnownTopology *known);
     bool hasChanged(const s_dravik *topology);
     void complain(const std::string &problem);

@@ -15,9 +15,9 @@ namespace {
 Database::Database(const std::string &path, int flags, int busy_ms) {
     const int code = sqlite3_open_v2(path.c_str(), &handle, flags | SQLITE_OPEN_NOMUTEX, nullptr);
     if (code != SQLITE_OK) {
-        const SqliteError error(code, handle != nullptr ? sqlite3_errmsg(handle) : sqlite3_errstr(code));
+        const std::string reason = handle != nullptr ? sqlite3_errmsg(handle) : sqlite3_errstr(code);
         sqlite3_close(handle);
-        throw error;
+        throw SqliteError(code, reason.c_str());
     }
     sqlite3_busy_timeout(handle, busy_ms);
 }

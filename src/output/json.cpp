@@ -83,7 +83,7 @@ Json &Json::set(const char *name, Json value) {
     if (cJSON_AddItemToObject(item.get(), name, value.item.get()) == 0) {
         throw std::bad_alloc();
     }
-    value.item.release();
+    static_cast<void>(value.item.release()); // the tree's by now
     return *this;
 }
 
@@ -91,7 +91,7 @@ Json &Json::add(Json value) {
     if (cJSON_AddItemToArray(item.get(), value.item.get()) == 0) {
         throw std::bad_alloc();
     }
-    value.item.release();
+    static_cast<void>(value.item.release()); // the tree's by now
     return *this;
 }
 

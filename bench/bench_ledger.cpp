@@ -15,6 +15,7 @@
 #include "bench/listing_maker.h"
 #include "cli/cli_exe.h"
 #include "commands/ledger_view.h"
+#include "commands/verdict_text.h"
 #include "common/comm_util.h"
 #include "ledger/event_store.h"
 #include "ledger/keeper.h"
@@ -179,11 +180,11 @@ void checkOfEverything(benchmark::State &state) {
             state.SkipWithError(problem.empty() ? "volumes are missing" : problem.c_str());
             break;
         }
-        std::vector<VolumeState> states;
+        VolumeList volumes;
         for (const KnownVolume &volume : view.volumes) {
-            states.push_back(stateOf(view, volume));
+            volumes.push_back(&volume);
         }
-        if (worstOf(states) != VolumeState::OK) {
+        if (verdictOver(view, volumes).state != VolumeState::OK) {
             state.SkipWithError("the verdict is wrong");
         }
     }

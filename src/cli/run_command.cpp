@@ -107,6 +107,18 @@ void beginRecord(OperationRecord *record, const Command &command, const CommandL
     }
 }
 
+// The answer of a command that did not get its turn: standard error has told people why.
+int answerNotRun(Json *document) {
+    auditText("not run, another command was still running.");
+    if (document != nullptr) {
+        document->set("result", notRunJson("not run, another command was still running"));
+        puts(document->line().c_str());
+        fflush(stdout);
+    }
+    endByPendingSignal();
+    return EXIT_FAILED;
+}
+
 // The line of who ran it is written before the result is printed: a reader that has gone away ends this process
 // with a signal.
 int runChanging(const Command &command, const CommandLine &line, const CommandLine &typed, Json *document) {
@@ -118,9 +130,7 @@ int runChanging(const Command &command, const CommandLine &line, const CommandLi
     } else {
         const int turn = takeCommandLock(shownLine(typed).c_str(), COMMAND_LOCK_FILES, COMMAND_LOCK_SECONDS);
         if (turn == COMMAND_LOCK_BUSY || turn == COMMAND_LOCK_INTERRUPTED) {
-            auditText("not run, another command was still running.");
-            endByPendingSignal();
-            return EXIT_FAILED;
+            return answerNotRun(document);
         }
         beginRecord(&record, command, typed, true);
         result = run(command, line, document);

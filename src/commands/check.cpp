@@ -32,54 +32,43 @@ VolumeList chosen(const LedgerView &view, const VdiskNames &names, const std::ve
     return volumes;
 }
 
-// Those that are not ok, the worst first.
-VolumeList badOnes(const LedgerView &view, const VolumeList &volumes) {
-    VolumeList bad;
-    std::copy_if(volumes.begin(), volumes.end(), std::back_inserter(bad),
-                 [&view](const KnownVolume *volume) { return stateOf(view, *volume) != VolumeState::OK; });
-    std::stable_sort(bad.begin(), bad.end(), [&view](const KnownVolume *a, const KnownVolume *b) {
-        return stateOf(view, *a) < stateOf(view, *b);
-    });
-    return bad;
-}
-
-void printVolumes(const LedgerView &view, const VolumeList &volumes) {
+void printVolumes(const LedgerView &view, const std::vector<JudgedVolume> &volumes) {
     size_t width = 0;
-    for (const KnownVolume *volume : volumes) {
-        width = std::max(width, characterCount(harmless(volume->attributes.alias)));
+    for (const JudgedVolume &judged : volumes) {
+        width = std::max(width, characterCount(harmless(judged.volume->attributes.alias)));
     }
-    for (const KnownVolume *volume : volumes) {
-        const std::string alias = harmless(volume->attributes.alias);
+    for (const JudgedVolume &judged : volumes) {
+        const std::string alias = harmless(judged.volume->attributes.alias);
         const std::string blanks(width - characterCount(alias), ' ');
-        printf("%s%s  %-9s   %s\n", alias.c_str(), blanks.c_str(), stateText(stateOf(view, *volume)).c_str(),
-               harmless(reachOf(*volume, view.now)).c_str());
+        printf("%s%s  %-9s   %s\n", alias.c_str(), blanks.c_str(), stateText(judged.state).c_str(),
+               harmless(reachOf(*judged.volume, view.now)).c_str());
     }
 }
 
-void printText(const LedgerView &view, const VolumeList &volumes, bool is_one) {
-    puts(harmless(verdictLine(view, volumes)).c_str());
+// `one` is the volume that was asked for, null for all: it is shown in any state.
+void printText(const LedgerView &view, const Verdict &verdict, const KnownVolume *one) {
+    puts(harmless(verdictLine(view, verdict)).c_str());
     const std::string quality = isStale(view) ? "" : qualityText(view);
     if (!quality.empty()) {
         puts(harmless(quality).c_str());
     }
-    if (is_one) {
-        printVolumes(view, volumes);
+    if (one != nullptr) {
+        printVolumes(view, {{one, stateOf(view, *one)}});
     } else if (!isStale(view)) {
-        printVolumes(view, badOnes(view, volumes));
+        printVolumes(view, verdict.bad);
     }
 }
 
-void printJson(const LedgerView &view, const VdiskNames &names, const VolumeList &volumes) {
-    const VolumeState verdict = verdictOver(view, volumes);
+void printJson(const LedgerView &view, const VdiskNames &names, const Verdict &verdict) {
     Json list = Json::array();
-    for (const KnownVolume *volume : badOnes(view, volumes)) {
-        list.add(knownVolumeJson(*volume, names.of(volume->wwid), stateOf(view, *volume), view.now));
+    for (const JudgedVolume &judged : verdict.bad) {
+        list.add(knownVolumeJson(*judged.volume, names.of(judged.volume->wwid), judged.state, view.now));
     }
     Json document = beginDocument("check");
-    document.set("verdict", stateWord(verdict))
-        .set("exit_status", verdictStatus(verdict))
+    document.set("verdict", stateWord(verdict.state))
+        .set("exit_status", verdictStatus(verdict.state))
         .set("observation", observationJson(view))
-        .set("counts", countsJson(countVerdict(view, volumes)))
+        .set("counts", countsJson(verdict.counts))
         .set("volumes", std::move(list));
     puts(document.line().c_str());
 }
@@ -99,12 +88,13 @@ int check(const OwnCall &call) {
     if (!problem.empty()) {
         return failOwnCommand("check", problem, json, EXIT_UNKNOWN);
     }
+    const Verdict verdict = verdictOver(view, volumes);
     if (json) {
-        printJson(view, names, volumes);
+        printJson(view, names, verdict);
     } else {
-        printText(view, volumes, !words.words.empty());
+        printText(view, verdict, words.words.empty() ? nullptr : volumes.front());
     }
-    return verdictStatus(verdictOver(view, volumes));
+    return verdictStatus(verdict.state);
 }
 
 } // namespace dravik

@@ -60,8 +60,12 @@ bool isStale(const LedgerView &view) {
 }
 
 VolumeState stateOf(const LedgerView &view, const KnownVolume &volume) {
-    return isStale(view) ? VolumeState::UNKNOWN
-                         : verdictOf(healthOf(volume, view.now), baselineSurvival(volume));
+    return stateOf(view, volume, healthOf(volume, view.now));
+}
+
+VolumeState stateOf(const LedgerView &view, const KnownVolume &volume,
+                    const std::vector<PathHealth> &health) {
+    return isStale(view) ? VolumeState::UNKNOWN : verdictOf(health, baselineSurvival(volume));
 }
 
 std::string staleText(const LedgerView &view) {

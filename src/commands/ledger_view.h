@@ -36,6 +36,8 @@ bool readLedger(LedgerView *view, std::string *problem);
 
 // The state of a volume of the view: unknown where the last observation is stale.
 VolumeState stateOf(const LedgerView &view, const KnownVolume &volume);
+// The same for those who have its health (healthOf at `view.now`) already.
+VolumeState stateOf(const LedgerView &view, const KnownVolume &volume, const std::vector<PathHealth> &health);
 
 // Whether the observation is stale, failed ones since the last good one included.
 bool isStale(const LedgerView &view);

@@ -29,21 +29,6 @@ ToolOutcome runTool(s_dravik *topology) {
     return outcome;
 }
 
-// What is unseen now was last seen when the ledger last saw anything, however long ago that is.
-void dateUnseen(KnownTopology *volumes, const Observation &now, const Observation &last) {
-    const auto date = [&](auto *thing) {
-        if (thing->presence == Presence::UNSEEN && thing->unseen_since == now.time) {
-            thing->unseen_since = last.seen;
-        }
-    };
-    for (KnownVolume &volume : *volumes) {
-        date(&volume);
-        for (KnownPath &path : volume.paths) {
-            date(&path);
-        }
-    }
-}
-
 } // namespace
 
 void observeNow(LedgerView *view) {
@@ -67,7 +52,6 @@ void observeNow(LedgerView *view) {
                                     &view->volumes)
                           .observation;
         observation.seen = observation.time;
-        dateUnseen(&view->volumes, observation, last);
     }
     view->observation = observation;
     view->now = nowMs();

@@ -26,4 +26,10 @@ Json recordJson(const s_ecItems *record) {
     return json;
 }
 
+Json notRunJson(std::string_view message) {
+    Json json = Json::object();
+    json.set("code", Json::null()).set("message", message);
+    return json;
+}
+
 } // namespace dravik

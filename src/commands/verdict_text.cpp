@@ -2,7 +2,6 @@
 #include "commands/verdict_text.h"
 
 #include <algorithm>
-#include <iterator>
 
 #include "ledger/comparison.h"
 
@@ -67,28 +66,30 @@ std::string performance(const LedgerView &view, const VerdictCounts &counts) {
     return text;
 }
 
-} // namespace
-
-VerdictCounts countVerdict(const LedgerView &view, const VolumeList &volumes) {
-    VerdictCounts counts;
-    for (const KnownVolume *volume : volumes) {
-        const std::vector<PathHealth> health = healthOf(*volume, view.now);
-        ++counts.volumes;
-        ++counts.states[static_cast<size_t>(stateOf(view, *volume))];
-        counts.paths += static_cast<int64_t>(health.size());
-        counts.paths_working += countWorking(health);
-    }
-    return counts;
+void count(VolumeState state, const std::vector<PathHealth> &health, VerdictCounts *counts) {
+    ++counts->volumes;
+    ++counts->states[static_cast<size_t>(state)];
+    counts->paths += static_cast<int64_t>(health.size());
+    counts->paths_working += countWorking(health);
 }
 
-VolumeState verdictOver(const LedgerView &view, const VolumeList &volumes) {
-    if (isStale(view)) {
-        return VolumeState::UNKNOWN;
+} // namespace
+
+Verdict verdictOver(const LedgerView &view, const VolumeList &volumes) {
+    Verdict verdict;
+    for (const KnownVolume *volume : volumes) {
+        const std::vector<PathHealth> health = healthOf(*volume, view.now);
+        const VolumeState state = stateOf(view, *volume, health);
+        count(state, health, &verdict.counts);
+        verdict.state = std::min(verdict.state, state);
+        if (state != VolumeState::OK) {
+            verdict.bad.push_back({volume, state});
+        }
     }
-    std::vector<VolumeState> states;
-    std::transform(volumes.begin(), volumes.end(), std::back_inserter(states),
-                   [&view](const KnownVolume *volume) { return stateOf(view, *volume); });
-    return worstOf(states);
+    std::stable_sort(verdict.bad.begin(), verdict.bad.end(),
+                     [](const JudgedVolume &a, const JudgedVolume &b) { return a.state < b.state; });
+    verdict.state = isStale(view) ? VolumeState::UNKNOWN : verdict.state;
+    return verdict;
 }
 
 int verdictStatus(VolumeState verdict) {
@@ -104,10 +105,9 @@ int verdictStatus(VolumeState verdict) {
     }
 }
 
-std::string verdictLine(const LedgerView &view, const VolumeList &volumes) {
-    const VerdictCounts counts = countVerdict(view, volumes);
-    return std::string(statusWord(verdictOver(view, volumes))) + " - " + summary(view, counts) + " " +
-           performance(view, counts);
+std::string verdictLine(const LedgerView &view, const Verdict &verdict) {
+    return std::string(statusWord(verdict.state)) + " - " + summary(view, verdict.counts) + " " +
+           performance(view, verdict.counts);
 }
 
 Json countsJson(const VerdictCounts &counts) {

@@ -20,17 +20,26 @@ struct VerdictCounts {
 
 using VolumeList = std::vector<const KnownVolume *>;
 
-VerdictCounts countVerdict(const LedgerView &view, const VolumeList &volumes);
+struct JudgedVolume {
+    const KnownVolume *volume; // the view's
+    VolumeState state;
+};
 
-// The verdict over these volumes: unknown where the view is stale.
-VolumeState verdictOver(const LedgerView &view, const VolumeList &volumes);
+struct Verdict {
+    VolumeState state = VolumeState::OK; // over all of them: unknown where the view is stale
+    VerdictCounts counts;
+    std::vector<JudgedVolume> bad; // those that are not ok, the worst first, else in their order
+};
+
+// Judges these volumes of the view, each once.
+Verdict verdictOver(const LedgerView &view, const VolumeList &volumes);
 
 // 0 ok, 1 degraded, 2 last path or none, 3 unknown: as monitoring plug-ins answer.
 int verdictStatus(VolumeState verdict);
 
 // "CRITICAL - 1 of 11 volumes on its last path, 2 degraded | volumes=11 ok=8 ... observation_age=4s". The age is that of
 // the last observation that had a topology.
-std::string verdictLine(const LedgerView &view, const VolumeList &volumes);
+std::string verdictLine(const LedgerView &view, const Verdict &verdict);
 
 Json countsJson(const VerdictCounts &counts);
 

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <set>
 
 namespace dravik {
 
@@ -17,6 +16,24 @@ template <size_t N> size_t placeOf(const char *const (&words)[N], std::string_vi
     const auto *found = std::find(std::begin(words), std::end(words), word);
     return found == std::end(words) ? otherwise : static_cast<size_t>(found - std::begin(words));
 }
+
+// Whether several different texts have come by.
+class Variety {
+  public:
+    void meet(std::string_view text) {
+        is_several = is_several || (is_any && text != first);
+        first = is_any ? first : text;
+        is_any = true;
+    }
+    bool isSeveral() const {
+        return is_several;
+    }
+
+  private:
+    std::string_view first;
+    bool is_any = false;
+    bool is_several = false;
+};
 
 bool isUp(const PathHealth &path) {
     return path.working && path.presence != Presence::MISSING;
@@ -41,19 +58,19 @@ Presence presenceOfWord(std::string_view word) {
 }
 
 Survival survivalOf(const std::vector<PathHealth> &paths) {
-    std::set<std::string_view> initiators;
-    std::set<std::string_view> target_ports;
+    Variety initiators;
+    Variety target_ports;
     int working = 0;
     for (const PathHealth &path : paths) {
         if (isUp(path)) {
             ++working;
-            initiators.insert(path.initiator);
-            target_ports.insert(path.target_port);
+            initiators.meet(path.initiator);
+            if (!path.target_port.empty()) { // an unknown port may be any of the known ones
+                target_ports.meet(path.target_port);
+            }
         }
     }
-    // An unknown port may be any of the known ones.
-    const size_t ports = target_ports.size() - target_ports.count("");
-    return {working > 1, initiators.size() > 1, ports > 1};
+    return {working > 1, initiators.isSeveral(), target_ports.isSeveral()};
 }
 
 bool hasLost(const Survival &before, const Survival &now) {

@@ -1,7 +1,6 @@
 // The verdict over a volume: what its paths can carry, and what they could still lose. Pure functions over records.
 #pragma once
 
-#include <string>
 #include <string_view>
 #include <vector>
 
@@ -24,11 +23,11 @@ enum class Presence {
 const char *presenceWord(Presence presence);
 Presence presenceOfWord(std::string_view word);
 
-// What the verdict needs to know of a path.
+// What the verdict needs to know of a path. The texts belong to whoever made it, and must outlive it.
 struct PathHealth {
-    std::string initiator;
-    std::string target_port; // empty where unknown
-    bool working;            // as last known
+    std::string_view initiator;
+    std::string_view target_port; // empty where unknown
+    bool working;                 // as last known
     Presence presence;
     bool unseen_long; // unseen for more than UNKNOWN_AFTER_MS
 };

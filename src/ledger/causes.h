@@ -12,6 +12,7 @@ namespace dravik {
 // The circumstances of an observation.
 struct Circumstances {
     Milliseconds time = 0;
+    Milliseconds last_seen = 0; // the time of the last observation that had a topology; 0 for none
     std::string boot_id;
     bool is_first = false;             // nothing has been observed before
     bool same_boot = true;             // the host has not been restarted since the last observation

@@ -31,17 +31,18 @@ class Comparer {
     void meetVolume(const SeenVolume &now, KnownVolume *volume, bool returns);
     void addVolume(const SeenVolume &now);
     void takeAttributes(const SeenVolume &now, KnownVolume *volume, bool quiet);
-    void meetPaths(const SeenVolume &now, KnownVolume *volume, bool quiet);
+    void meetPaths(const SeenVolume &now, KnownVolume *volume, Milliseconds last_seen, bool quiet);
     void meetPath(const SeenPath &now, KnownVolume *volume, KnownPath *path, bool quiet);
     void tellChanges(const PathAttributes &before, const KnownVolume &volume, const KnownPath &path,
                      bool quiet);
     void addPath(const SeenPath &now, KnownVolume *volume, PathKeySet *keys, bool quiet);
-    void missPath(KnownVolume *volume, KnownPath *path, bool quiet);
+    void missPath(KnownVolume *volume, KnownPath *path, Milliseconds last_seen, bool quiet);
     void finishVolume(KnownVolume *volume, size_t first_event, bool judge);
     void watchFlapping(KnownVolume *volume, KnownPath *path, bool quiet);
 
     void changeKey(const PathKey &key, KnownVolume *volume, KnownPath *path);
     bool isStillThere(KernelAnswer answer) const;
+    Milliseconds lastSeen() const;
     void doubt(const std::string &what, KernelAnswer answer);
 
     const SeenTopology &seen;
@@ -157,6 +158,12 @@ bool Comparer::isStillThere(KernelAnswer answer) const {
     return answer == KernelAnswer::HAS_IT || (answer == KernelAnswer::CANNOT_TELL && at.tool_was_ended);
 }
 
+// When what was present so far was last seen, however long ago that is. A clock that was set back is not believed: nothing
+// was seen in the future.
+Milliseconds Comparer::lastSeen() const {
+    return at.last_seen == 0 ? at.time : std::min(at.last_seen, at.time);
+}
+
 // Notes that `what` is missing though it is there; only the first few are named.
 void Comparer::doubt(const std::string &what, KernelAnswer answer) {
     constexpr size_t ENOUGH = 200;
@@ -170,7 +177,7 @@ void Comparer::doubt(const std::string &what, KernelAnswer answer) {
     }
 }
 
-void Comparer::missPath(KnownVolume *volume, KnownPath *path, bool quiet) {
+void Comparer::missPath(KnownVolume *volume, KnownPath *path, Milliseconds last_seen, bool quiet) {
     if (path->presence == Presence::MISSING) {
         watchFlapping(volume, path, quiet);
         return;
@@ -184,7 +191,7 @@ void Comparer::missPath(KnownVolume *volume, KnownPath *path, bool quiet) {
         doubt(name + " of " + volume->attributes.alias, answer);
         if (path->presence == Presence::PRESENT) {
             path->presence = Presence::UNSEEN;
-            path->unseen_since = at.time;
+            path->unseen_since = last_seen;
             path->changed = true;
             if (!quiet) {
                 events.tellPath(PATH_UNSEEN, *volume, *path, "", "");
@@ -204,7 +211,7 @@ void Comparer::missPath(KnownVolume *volume, KnownPath *path, bool quiet) {
     watchFlapping(volume, path, quiet);
 }
 
-void Comparer::meetPaths(const SeenVolume &now, KnownVolume *volume, bool quiet) {
+void Comparer::meetPaths(const SeenVolume &now, KnownVolume *volume, Milliseconds last_seen, bool quiet) {
     const size_t known_before = volume->paths.size();
     const std::vector<size_t> matches = matchPaths(now.paths, volume->paths);
     std::vector<const SeenPath *> met(known_before, nullptr);
@@ -217,7 +224,7 @@ void Comparer::meetPaths(const SeenVolume &now, KnownVolume *volume, bool quiet)
         if (met[k] != nullptr) {
             meetPath(*met[k], volume, &volume->paths[k], quiet);
         } else {
-            missPath(volume, &volume->paths[k], quiet);
+            missPath(volume, &volume->paths[k], last_seen, quiet);
         }
     }
     PathKeySet keys = keysOf(*volume);
@@ -274,7 +281,7 @@ void Comparer::missVolume(KnownVolume *volume) {
         doubt(attributes.alias, answer);
         if (volume->presence == Presence::PRESENT) {
             volume->presence = Presence::UNSEEN;
-            volume->unseen_since = at.time;
+            volume->unseen_since = lastSeen();
             volume->changed = true;
             events.tell(VOLUME_UNSEEN, *volume, "", "");
         } else {
@@ -324,6 +331,7 @@ void Comparer::meetVolume(const SeenVolume &now, KnownVolume *volume, bool retur
         return path.presence == Presence::PRESENT;
     });
     const bool quiet = returns || was_unseen;
+    const Milliseconds last_seen = was_unseen ? volume->unseen_since : lastSeen(); // its paths with it
     if (quiet) {
         volume->gone = false;
         volume->presence = Presence::PRESENT;
@@ -337,7 +345,7 @@ void Comparer::meetVolume(const SeenVolume &now, KnownVolume *volume, bool retur
     if (!quiet && had_paths && now.paths.empty()) {
         events.tell(VOLUME_WITHOUT_PATHS, *volume, "", "");
     }
-    meetPaths(now, volume, quiet);
+    meetPaths(now, volume, last_seen, quiet);
     finishVolume(volume, first_event, !returns);
 }
 

@@ -61,6 +61,7 @@ Judgement judgeTopology(const s_dravik *topology, const ToolOutcome &outcome, co
     addSizes(*known, &seen);
     Circumstances circumstances;
     circumstances.time = begun.time;
+    circumstances.last_seen = last.seen;
     circumstances.boot_id = begun.boot_id;
     circumstances.is_first = last.quality == Quality::NEVER;
     circumstances.same_boot = last.boot_id.empty() || last.boot_id == begun.boot_id;

@@ -8,7 +8,7 @@
 
 namespace dravik {
 
-// The health of a known volume's paths at `time`, and the survival of its baseline.
+// The health of a known volume's paths at `time`, whose texts are the volume's; and the survival of its baseline.
 std::vector<PathHealth> healthOf(const KnownVolume &volume, Milliseconds time);
 Survival baselineSurvival(const KnownVolume &volume);
 

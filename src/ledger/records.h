@@ -72,8 +72,8 @@ struct KnownPath {
     PathKey key;
     PathAttributes attributes; // as last seen
     Presence presence = Presence::PRESENT;
-    Milliseconds unseen_since = 0;
-    bool working = false; // as last seen; false once it is missing
+    Milliseconds unseen_since = 0; // when an unseen one was last seen
+    bool working = false;          // as last seen; false once it is missing
     int64_t transitions = 0;
     Milliseconds last_failed = 0;
     Milliseconds last_returned = 0;
@@ -90,8 +90,8 @@ struct KnownVolume {
     VolumeAttributes attributes;
     bool gone = false;
     Presence presence = Presence::PRESENT; // PRESENT or UNSEEN
-    Milliseconds unseen_since = 0;
-    VolumeState state = VolumeState::OK; // as the last event said; not that of a stale ledger
+    Milliseconds unseen_since = 0;         // when an unseen one was last seen
+    VolumeState state = VolumeState::OK;   // as the last event said; not that of a stale ledger
     std::vector<KnownPath> paths;
     std::vector<BaselinePath> baseline;
     bool changed = false;

@@ -70,6 +70,16 @@ INFO  audit user root ran [dravik delete mpatha]: not run, another command was s
 END
 }
 
+@test "a command that gave up has a document that says so, and its result no code" {
+    make_host
+    hold dravik --service setselfstart
+    SIMHOST_SLEEPS=now run --separate-stderr in_host dravik --json delete mpatha
+    same 1 "$status"
+    same '{"format_version":"1.0","host":"HOST","time":"TIME","command":"delete","result":{"code":null,"message":"not run, another command was still running"}}' \
+        "$(sed -E 's/("host":")[^"]*(","time":")[^"]*"/\1HOST\2TIME"/' <<<"$output")"
+    same "" "$(/usr/bin/python3 "$REPO/tests/support/validate_json.py" "$REPO/schema/result.schema.json" <<<"$output" 2>&1)"
+}
+
 @test "reading commands do not wait, nor does a command that is refused" {
     make_host
     in_host dravik query >"$BATS_TEST_TMPDIR/before"

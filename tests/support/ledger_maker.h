@@ -142,6 +142,7 @@ class Watcher {
         kernel.questions.clear();
         circumstances.time += 10000;
         comparison = dravik::compareTopologies(seen, circumstances, kernel.kernel(), &known);
+        circumstances.last_seen = circumstances.time;
         circumstances.is_first = false;
         circumstances.same_boot = true;
         circumstances.tool_was_ended = false;

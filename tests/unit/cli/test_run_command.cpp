@@ -224,6 +224,46 @@ TEST_F(RunCommand, WithoutItsTurnAChangeIsNotRun) {
     EXPECT_EQ(dumps.commandLogLines(), Calls{audited("not run, another command was still running.")});
 }
 
+TEST_F(RunCommand, ADocumentSaysThatAChangeWasNotRunAndThatItHasNoCode) {
+    for (const int no_turn : {COMMAND_LOCK_BUSY, COMMAND_LOCK_INTERRUPTED}) {
+        turn = no_turn;
+        EXPECT_EQ(
+            members(run(change(), true)),
+            R"({"command":"change","result":{"code":null,"message":"not run, another command was still running"}})");
+        EXPECT_EQ(status, EXIT_FAILED);
+        EXPECT_EQ(calls.back(), "lock dravik change");
+    }
+    const std::string line = audited("not run, another command was still running.");
+    EXPECT_EQ(dumps.commandLogLines(), (Calls{line, line}));
+}
+
+TEST_F(RunCommand, WithoutItsTurnASignalEndsAChangeBehindItsDocument) {
+    FILE *out = tmpfile();
+    const pid_t child = fork();
+    if (child == 0) {
+        signal(SIGTERM, SIG_DFL);
+        turn = COMMAND_LOCK_INTERRUPTED;
+        dup2(fileno(out), STDOUT_FILENO);
+        Command command = change();
+        command.check_last = []() -> s_ecItems * {
+            raise(SIGTERM); // while it waits
+            return &EC_ok;
+        };
+        dravik::runCommand(command, {2, CHANGE}, {2, CHANGE}, true);
+        _exit(0);
+    }
+    int ended = 0;
+    ASSERT_EQ(waitpid(child, &ended, 0), child);
+    EXPECT_TRUE(WIFSIGNALED(ended) && WTERMSIG(ended) == SIGTERM);
+    rewind(out);
+    char printed[1024] = "";
+    printed[fread(printed, 1, sizeof(printed) - 1, out)] = '\0';
+    fclose(out);
+    EXPECT_EQ(
+        members(printed),
+        R"({"command":"change","result":{"code":null,"message":"not run, another command was still running"}})");
+}
+
 TEST_F(RunCommand, WhereNoLockCanBeMadeAChangeIsRunAllTheSame) {
     turn = COMMAND_LOCK_IMPOSSIBLE;
     run(change());

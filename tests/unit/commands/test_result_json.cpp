@@ -14,6 +14,10 @@ TEST(ResultJson, AFailureHasItsCodeAndItsTextWithoutTheHead) {
               R"({"code":4,"message":"Molloc memory space failed."})");
 }
 
+TEST(ResultJson, ACommandThatWasNotRunHasNoCode) {
+    EXPECT_EQ(dravik::notRunJson("not run").line(), R"({"code":null,"message":"not run"})");
+}
+
 TEST(ResultJson, ASuccessOfEitherKindHasTheTextThatIsPrinted) {
     for (const s_ecItems *record : {&EC_ok, &EC_info_ok}) {
         EXPECT_EQ(dravik::recordJson(record).line(),

@@ -17,15 +17,15 @@ namespace {
 constexpr Survival NOTHING = {false, false, false};
 constexpr Survival EVERYTHING = {true, true, true};
 
-PathHealth path(const std::string &initiator, const std::string &port, bool working = true) {
+PathHealth path(std::string_view initiator, std::string_view port, bool working = true) {
     return {initiator, port, working, Presence::PRESENT, false};
 }
 
-PathHealth missing(const std::string &initiator, const std::string &port) {
+PathHealth missing(std::string_view initiator, std::string_view port) {
     return {initiator, port, false, Presence::MISSING, false};
 }
 
-PathHealth unseen(const std::string &initiator, const std::string &port, bool working, bool for_long) {
+PathHealth unseen(std::string_view initiator, std::string_view port, bool working, bool for_long) {
     return {initiator, port, working, Presence::UNSEEN, for_long};
 }
 
@@ -44,8 +44,8 @@ std::string verdict(const std::vector<PathHealth> &paths, const Survival &baseli
 
 // Any volume: up to six paths over three initiators and three ports, one of each unknown.
 std::vector<PathHealth> anyPaths(std::mt19937 *random) {
-    const std::vector<std::string> initiators = {"a", "b", "c"};
-    const std::vector<std::string> ports = {"p", "q", ""};
+    constexpr const char *initiators[] = {"a", "b", "c"};
+    constexpr const char *ports[] = {"p", "q", ""};
     std::vector<PathHealth> paths((*random)() % 7);
     for (PathHealth &each : paths) {
         each.initiator = initiators[(*random)() % 3];

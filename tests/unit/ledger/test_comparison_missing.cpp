@@ -61,7 +61,7 @@ TEST_F(MissingThings, APathThatTheKernelStillHasIsUnseenAndTheObservationDoubtfu
     EXPECT_EQ(watcher.comparison.missing, "sdc of a");
     EXPECT_TRUE(watcher.comparison.needs_time);
     EXPECT_EQ(sdc().presence, Presence::UNSEEN);
-    EXPECT_EQ(sdc().unseen_since, watcher.circumstances.time);
+    EXPECT_EQ(sdc().unseen_since, watcher.circumstances.time - 10000); // when it was last seen
     EXPECT_EQ(watcher.state("a"), "ok");
 }
 
@@ -101,7 +101,7 @@ TEST_F(MissingThings, AnUnseenPathThatTheKernelLosesIsGone) {
 
 TEST_F(MissingThings, AnUnseenPathCountsAsItWasLastKnownUntilSixtySecondsHavePassed) {
     watcher.see(WITHOUT_SDC);
-    EXPECT_EQ(watcher.seeAfter(60, WITHOUT_SDC), Lines());
+    EXPECT_EQ(watcher.seeAfter(50, WITHOUT_SDC), Lines()); // seen ten seconds before it was missed
     EXPECT_EQ(watcher.state("a"), "ok");
     EXPECT_EQ(watcher.seeAfter(1, WITHOUT_SDC), Lines{"volume_state a ok->unknown 2/2 fault"});
     EXPECT_EQ(watcher.state("a"), "unknown");
@@ -176,7 +176,7 @@ TEST_F(MissingThings, AVolumeThatTheKernelStillHasIsUnseenWithoutEventsOfItsPath
 
 TEST_F(MissingThings, AnUnseenVolumeIsUnknownAfterSixtySeconds) {
     watcher.see(WITHOUT_B);
-    EXPECT_EQ(watcher.seeAfter(60, WITHOUT_B), Lines());
+    EXPECT_EQ(watcher.seeAfter(50, WITHOUT_B), Lines()); // seen ten seconds before it was missed
     EXPECT_EQ(watcher.seeAfter(1, WITHOUT_B), Lines{"volume_state b ok->unknown 1/1 fault"});
     EXPECT_EQ(watcher.state("b"), "unknown");
     EXPECT_EQ(watcher.see(BOTH),
@@ -204,6 +204,45 @@ TEST_F(MissingThings, AStateThatChangedWhileAVolumeWasUnseenIsToldWhenItIsSeenAg
     watcher.see(WITHOUT_B);
     EXPECT_EQ(watcher.see({BOTH[0], seenVolume("b", {failed(SDD)})}),
               (Lines{"volume_seen_again b 0/1 fault", "volume_state b ok->none 0/1 fault"}));
+}
+
+// ---- after a pause in which nothing was observed
+
+TEST_F(MissingThings, SixtySecondsCountFromTheObservationThatSawItLastAfterAPauseToo) {
+    const Milliseconds seen = watcher.circumstances.time;
+    EXPECT_EQ(watcher.seeAfter(3600, WITHOUT_SDC),
+              (Lines{"path_unseen a/sdc 2/2 fault", "volume_state a ok->unknown 2/2 fault"}));
+    EXPECT_EQ(sdc().unseen_since, seen);
+    EXPECT_EQ(watcher.see(BOTH),
+              (Lines{"path_seen_again a/sdc 2/2 fault", "volume_state a unknown->ok 2/2 fault"}));
+}
+
+TEST_F(MissingThings, AVolumeThatIsUnseenAfterAPauseIsUnknownAtOnce) {
+    const Milliseconds seen = watcher.circumstances.time;
+    EXPECT_EQ(watcher.seeAfter(61, WITHOUT_B),
+              (Lines{"volume_unseen b 1/1 fault", "volume_state b ok->unknown 1/1 fault"}));
+    EXPECT_EQ(watcher.volume("b").unseen_since, seen);
+}
+
+TEST_F(MissingThings, AfterAPauseOfSixtySecondsItCountsAsItWasLastKnown) {
+    EXPECT_EQ(watcher.seeAfter(60, WITHOUT_SDC), Lines{"path_unseen a/sdc 2/2 fault"});
+    EXPECT_EQ(watcher.state("a"), "ok");
+}
+
+TEST_F(MissingThings, APathThatIsMissingWhenItsUnseenVolumeIsSeenAgainWasLastSeenWithIt) {
+    const Milliseconds seen = watcher.circumstances.time;
+    watcher.see({BOTH[1]});
+    watcher.see({BOTH[1]});
+    EXPECT_EQ(watcher.see(WITHOUT_SDC), Lines{"volume_seen_again a 2/2 fault"});
+    EXPECT_EQ(sdc().presence, Presence::UNSEEN);
+    EXPECT_EQ(sdc().unseen_since, seen);
+}
+
+TEST_F(MissingThings, AClockThatWasSetBackDatesNothingIntoTheFuture) {
+    watcher.seeAfter(-3600, WITHOUT_SDC);
+    EXPECT_EQ(sdc().unseen_since, watcher.circumstances.time);
+    watcher.seeAfter(61, WITHOUT_SDC);
+    EXPECT_EQ(watcher.state("a"), "unknown");
 }
 
 // ---- the kernel is no proof of everything

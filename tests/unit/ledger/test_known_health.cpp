@@ -25,8 +25,9 @@ KnownPath path(Presence presence, bool working, Milliseconds unseen_since = 0) {
 std::string shown(const std::vector<PathHealth> &paths) {
     std::string text;
     for (const PathHealth &path : paths) {
-        text += path.initiator + "," + path.target_port + " " + presenceWord(path.presence) +
-                (path.working ? " works" : " fails") + (path.unseen_long ? " long\n" : "\n");
+        text += std::string(path.initiator) + "," + std::string(path.target_port) + " " +
+                presenceWord(path.presence) + (path.working ? " works" : " fails") +
+                (path.unseen_long ? " long\n" : "\n");
     }
     return text;
 }

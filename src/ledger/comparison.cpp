@@ -8,6 +8,7 @@
 
 #include "ledger/baseline_learning.h"
 #include "ledger/change_events.h"
+#include "ledger/doubt.h"
 #include "ledger/event_kinds.h"
 #include "ledger/path_history.h"
 #include "ledger/path_matching.h"
@@ -21,7 +22,8 @@ class Comparer {
   public:
     Comparer(const SeenTopology &seen_topology, const Circumstances &observed, const Kernel &asked,
              KnownTopology *known_topology)
-        : seen(seen_topology), at(observed), kernel(asked), known(*known_topology), events(observed) {}
+        : seen(seen_topology), at(observed), kernel(asked), known(*known_topology), events(observed),
+          doubts(observed.tool_was_ended) {}
 
     Comparison run();
 
@@ -41,9 +43,7 @@ class Comparer {
     void watchFlapping(KnownVolume *volume, KnownPath *path, bool quiet);
 
     void changeKey(const PathKey &key, KnownVolume *volume, KnownPath *path);
-    bool isStillThere(KernelAnswer answer) const;
     Milliseconds lastSeen() const;
-    void doubt(const std::string &what, KernelAnswer answer);
 
     const SeenTopology &seen;
     const Circumstances &at;
@@ -51,7 +51,7 @@ class Comparer {
     KnownTopology &known;
     Comparison result;
     ChangeEvents events;
-    size_t unnamed = 0; // of what is missing
+    Doubts doubts;
     std::unordered_set<std::string> seen_maps;
     std::unordered_set<std::string> seen_devices;
 };
@@ -153,28 +153,10 @@ void Comparer::meetPath(const SeenPath &now, KnownVolume *volume, KnownPath *pat
     watchFlapping(volume, path, quiet);
 }
 
-// Where the kernel cannot be asked, a tool that ended badly is not believed.
-bool Comparer::isStillThere(KernelAnswer answer) const {
-    return answer == KernelAnswer::HAS_IT || (answer == KernelAnswer::CANNOT_TELL && at.tool_was_ended);
-}
-
 // When what was present so far was last seen, however long ago that is. A clock that was set back is not believed: nothing
 // was seen in the future.
 Milliseconds Comparer::lastSeen() const {
     return at.last_seen == 0 ? at.time : std::min(at.last_seen, at.time);
-}
-
-// Notes that `what` is missing though it is there; only the first few are named.
-void Comparer::doubt(const std::string &what, KernelAnswer answer) {
-    constexpr size_t ENOUGH = 200;
-    result.quality = Quality::DOUBTFUL;
-    result.needs_time = true;
-    result.kernel_is_mute = result.kernel_is_mute || answer == KernelAnswer::CANNOT_TELL;
-    if (result.missing.size() < ENOUGH) {
-        result.missing += (result.missing.empty() ? "" : ", ") + what;
-    } else {
-        ++unnamed;
-    }
 }
 
 void Comparer::missPath(KnownVolume *volume, KnownPath *path, Milliseconds last_seen, bool quiet) {
@@ -187,8 +169,8 @@ void Comparer::missPath(KnownVolume *volume, KnownPath *path, Milliseconds last_
     const bool given_away = seen_devices.count(name) != 0;
     const KernelAnswer answer =
         given_away ? KernelAnswer::HAS_IT_NOT : kernel.has_path(volume->attributes.map, name);
-    if (isStillThere(answer)) {
-        doubt(name + " of " + volume->attributes.alias, answer);
+    if (doubts.isStillThere(answer)) {
+        doubts.add(name + " of " + volume->attributes.alias, answer);
         if (path->presence == Presence::PRESENT) {
             path->presence = Presence::UNSEEN;
             path->unseen_since = last_seen;
@@ -277,8 +259,8 @@ void Comparer::missVolume(KnownVolume *volume) {
     const KernelAnswer answer = given_away
                                     ? KernelAnswer::HAS_IT_NOT
                                     : kernel.has_volume(attributes.map, attributes.alias, volume->wwid);
-    if (isStillThere(answer)) {
-        doubt(attributes.alias, answer);
+    if (doubts.isStillThere(answer)) {
+        doubts.add(attributes.alias, answer);
         if (volume->presence == Presence::PRESENT) {
             volume->presence = Presence::UNSEEN;
             volume->unseen_since = lastSeen();
@@ -375,9 +357,10 @@ Comparison Comparer::run() {
             meetVolume(volume, &known[place->second], known[place->second].gone);
         }
     }
-    if (unnamed > 0) {
-        result.missing += " and " + std::to_string(unnamed) + " more";
-    }
+    result.quality = doubts.quality();
+    result.doubt = doubts.reason();
+    // What is unseen is unknown after a while, whatever is listed.
+    result.needs_time = result.needs_time || result.quality == Quality::DOUBTFUL;
     result.events = events.take(result.quality);
     return result;
 }

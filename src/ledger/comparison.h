@@ -25,10 +25,9 @@ struct Kernel {
 
 struct Comparison {
     Quality quality = Quality::GOOD; // GOOD or DOUBTFUL
-    std::string missing;             // of a doubtful one: what is missing though the kernel has it, in words
-    bool kernel_is_mute = false; // of a doubtful one: it could not be asked about something that is missing
-    std::vector<Event> events;   // in order; without number and incident
-    bool needs_time = false;     // something is unseen or flapping: the passing of time alone may change it
+    std::string doubt;               // why it is doubtful, in words (doubt.h); empty for a good one
+    std::vector<Event> events;       // in order; without number and incident
+    bool needs_time = false; // something is unseen or flapping: the passing of time alone may change it
 };
 
 // Compares, and brings `known` up to date: what has changed in it is marked. Volumes and paths that were not known are

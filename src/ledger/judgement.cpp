@@ -74,10 +74,7 @@ Judgement judgeTopology(const s_dravik *topology, const ToolOutcome &outcome, co
     countSeen(seen, &judgement.observation);
     judgement.observation.quality = comparison.quality;
     if (comparison.quality == Quality::DOUBTFUL) {
-        judgement.observation.reason =
-            (comparison.kernel_is_mute ? "not listed, and the kernel cannot be asked: "
-                                       : "not listed, though the kernel has it: ") +
-            comparison.missing + (begun.reason.empty() ? "" : "; " + begun.reason);
+        judgement.observation.reason = comparison.doubt + (begun.reason.empty() ? "" : "; " + begun.reason);
     }
     judgement.events = std::move(comparison.events);
     judgement.needs_time = comparison.needs_time;

@@ -17,7 +17,7 @@ Database::Database(const std::string &path, int flags, int busy_ms) {
     if (code != SQLITE_OK) {
         const std::string reason = handle != nullptr ? sqlite3_errmsg(handle) : sqlite3_errstr(code);
         sqlite3_close(handle);
-        throw SqliteError(code, reason.c_str());
+        throw SqliteError(code, reason);
     }
     sqlite3_busy_timeout(handle, busy_ms);
 }

@@ -121,6 +121,28 @@ TEST_F(Keeper, AChangeIsToldOnceAcrossARestartOfTheMonitor) {
     EXPECT_EQ(see(host()).size(), 4U);
 }
 
+TEST_F(Keeper, WhatIsUnseenAfterAPauseOfTheMonitorIsDatedByTheObservationBeforeThePause) {
+    ledger()->run("UPDATE observation SET time = time - 3600000, seen = seen - 3600000");
+    const Milliseconds seen = last().seen;
+    restart();
+    EXPECT_EQ(see({}), (Lines{"monitor_started 0/0 ", "observation_quality good->doubtful 0/0 ",
+                              "volume_unseen a 2/2 fault", "volume_state a ok->unknown 2/2 fault"}));
+    EXPECT_EQ(loadKnown(ledger().get())[0].unseen_since, seen);
+}
+
+TEST_F(Keeper, WhatIsUnseenAfterFailedObservationsIsDatedByTheOneBeforeThem) {
+    ledger()->run("UPDATE observation SET time = time - 3600000, seen = seen - 3600000");
+    const Milliseconds seen = last().seen;
+    restart();
+    fail("memory ran out");
+    Devices without_sdc = host();
+    without_sdc[0].paths.pop_back();
+    EXPECT_EQ(see(without_sdc),
+              (Lines{"observation_quality failed->doubtful 0/0 ", "path_unseen a/sdc 2/2 fault",
+                     "volume_state a ok->unknown 2/2 fault"}));
+    EXPECT_EQ(loadKnown(ledger().get())[0].paths[1].unseen_since, seen);
+}
+
 TEST_F(Keeper, AFailedObservationTakesNothingForGone) {
     const Milliseconds seen = last().seen;
     EXPECT_EQ(fail("memory ran out"), Lines{"observation_quality good->failed 0/0 "});

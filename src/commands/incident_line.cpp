@@ -2,6 +2,7 @@
 #include "commands/incident_line.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <iterator>
 #include <map>
 #include <set>
@@ -175,9 +176,10 @@ std::string subjectOf(const Told &told) {
     return paths && !initiator.empty() ? "initiator " + initiator + ": " : "";
 }
 
+constexpr size_t MOST_NAMES = 6;
+
 // The paths or volumes of one clause, where the subject does not name them.
 std::string membersOf(const Told &clause, const Told &told) {
-    constexpr size_t MOST_NAMES = 6;
     const size_t volumes = volumesOf(clause).size();
     if (!clause.front()->has_path) {
         return volumesOf(told).size() > 1
@@ -204,11 +206,16 @@ std::string membersOf(const Told &clause, const Told &told) {
     return names;
 }
 
-// What happened, the same to how many.
+bool isMove(const Event *event) {
+    return event->kind == PATH_MOVED;
+}
+
+// What happened, the same to how many. No two paths move between the same names: many of them are only counted.
 std::string clausesOf(const Told &told) {
+    const bool many_moves = std::count_if(told.begin(), told.end(), isMove) > std::ptrdiff_t{MOST_NAMES};
     std::vector<std::pair<std::string, Told>> clauses;
     for (const Event *event : told) {
-        const std::string words = wordsOf(*event);
+        const std::string words = many_moves && isMove(event) ? "renamed" : wordsOf(*event);
         auto same = std::find_if(clauses.begin(), clauses.end(), [&](const auto &clause) {
             return clause.first == words && clause.second.front()->has_path == event->has_path;
         });

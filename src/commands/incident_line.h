@@ -14,7 +14,8 @@ namespace dravik {
 
 // The line of an incident, whose events (at least one) are given in order. It says what they have in common (a target port
 // or an initiator of several volumes, a volume, a path), what happened to how many, and what of the volumes works
-// after it. What only follows from something else, the switch to another path group and a volume's state, is left out.
+// after it. Up to six paths are named, and up to six renamings told one by one; more are counted. What only follows from
+// something else, the switch to another path group and a volume's state, is left out.
 std::string incidentLine(const std::vector<Event> &events);
 
 // The line of one event alone.

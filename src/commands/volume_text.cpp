@@ -63,12 +63,12 @@ std::string namesText(const std::vector<std::string> &names, size_t most) {
     return text;
 }
 
-std::string troublesText(const std::vector<Trouble> &troubles, size_t most_names) {
+std::string troublesText(const std::vector<Trouble> &troubles, size_t most_names, bool with_times) {
     std::string text;
     for (const Trouble &trouble : troubles) {
         append(&text, ", ",
                namesText(trouble.names, most_names) + " " + trouble.kind +
-                   (trouble.since.empty() ? "" : " since " + trouble.since));
+                   (with_times && !trouble.since.empty() ? " since " + trouble.since : ""));
     }
     return text;
 }
@@ -81,6 +81,24 @@ std::string flappingText(const KnownVolume &volume) {
         }
     }
     return names.empty() ? "" : namesText(names, 3) + " flapping";
+}
+
+// The troubles and what else is to be noted: with fewer names, then without times, where all of it is too wide.
+std::string fittingText(const std::vector<Trouble> &troubles, const std::string &more, size_t names,
+                        size_t width) {
+    std::string text;
+    for (const bool with_times : {true, false}) {
+        for (size_t most_names = names; most_names > 0; --most_names) {
+            text = troublesText(troubles, most_names, with_times);
+            if (!more.empty()) {
+                append(&text, ", ", more);
+            }
+            if (characterCount(text) <= width) {
+                return text;
+            }
+        }
+    }
+    return text;
 }
 
 // What the volume survived with the paths of its baseline and does not any more.
@@ -165,20 +183,16 @@ std::string noteOf(const KnownVolume &volume, Milliseconds now, size_t width) {
         return "no paths";
     }
     const std::vector<Trouble> troubles = troublesOf(volume, now);
-    size_t most_names = volume.paths.size();
-    while (most_names > 1 && characterCount(troublesText(troubles, most_names)) > width) {
-        --most_names;
-    }
-    std::string note = troublesText(troubles, most_names);
+    std::string more;
     if (troubles.empty()) {
         const Survival lost = lostSurvival(volume, survivalOf(healthOf(volume, now)));
-        note = survivesAny(lost) ? "no spare " + survivalText(lost) : "";
+        more = survivesAny(lost) ? "no spare " + survivalText(lost) : "";
     }
     const std::string flapping = flappingText(volume);
     if (!flapping.empty()) {
-        append(&note, ", ", flapping);
+        append(&more, ", ", flapping);
     }
-    return note;
+    return fittingText(troubles, more, volume.paths.size(), width);
 }
 
 std::string reachOf(const KnownVolume &volume, Milliseconds now) {

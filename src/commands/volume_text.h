@@ -15,7 +15,7 @@ std::string stateText(VolumeState state);
 std::string troubleOf(const KnownPath &path);
 
 // The paths in trouble, those of one kind and minute together, and what else is to be noted, within `width` characters as
-// far as shorter lists of names can make it so: "sdb sdc sdd faulty since 03:12".
+// far as shorter lists of names, and then leaving out the times, can make it so: "sdb sdc sdd faulty since 03:12".
 std::string noteOf(const KnownVolume &volume, Milliseconds now, size_t width);
 
 // How the volume is reached: "1 of 4 work; lost: sdb sdc sdd; survives: nothing". What it survives is the loss of any one of

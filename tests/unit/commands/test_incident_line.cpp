@@ -89,6 +89,21 @@ TEST_F(IncidentLine, OnePathIsNamedWithItsVolume) {
               HEAD + "database sdf: renamed sdb -> sdf, 3 of 4 paths work (fault)");
 }
 
+TEST_F(IncidentLine, PathsThatMovedAreToldOneByOneUpToSixAndThenCounted) {
+    std::vector<Event> events = {onPath(dravik::PATH_MOVED, "a", "sdf", "sdb", "sdf"),
+                                 onPath(dravik::PATH_MOVED, "b", "sdb", "sdf", "sdb", "p2")};
+    const std::string rest = ", all volumes keep working (fault)";
+    EXPECT_EQ(incidentLine(events), HEAD +
+                                        "initiator 0x10000090fa000001: a sdf renamed sdb -> sdf, "
+                                        "b sdb renamed sdf -> sdb" +
+                                        rest);
+    for (const char *name : {"sdm", "sdn", "sdo", "sdp", "sdq"}) {
+        events.push_back(onPath(dravik::PATH_MOVED, "b", name, "sdz", name));
+    }
+    EXPECT_EQ(incidentLine(events),
+              HEAD + "initiator 0x10000090fa000001: 7 paths of 2 volumes renamed" + rest);
+}
+
 TEST_F(IncidentLine, SeveralPathsOfOneVolumeAreNamed) {
     EXPECT_EQ(incidentLine({onPath(dravik::PATH_GONE, "database", "sdb", "ready", ""),
                             onPath(dravik::PATH_GONE, "database", "sdc", "ready", "", "p2"),

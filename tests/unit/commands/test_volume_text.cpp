@@ -74,6 +74,18 @@ TEST_F(VolumeText, ANoteThatIsTooLongNamesFewerPaths) {
     EXPECT_EQ(noteOf(volume, NOW, 28), "sdb +2 faulty since 03:12");
 }
 
+TEST_F(VolumeText, ANoteThatIsStillTooLongLeavesOutTheTimesSoThatNothingElseIsLost) {
+    fail(0);
+    volume.paths[0].offline_by = "alice";
+    EXPECT_EQ(noteOf(volume, NOW, 32), "sdb offline by alice since 03:12");
+    EXPECT_EQ(noteOf(volume, NOW, 31), "sdb offline by alice");
+    volume.paths[0].offline_by = "";
+    volume.paths[0].flapping = true;
+    EXPECT_EQ(noteOf(volume, NOW, 36), "sdb faulty since 03:12, sdb flapping");
+    EXPECT_EQ(noteOf(volume, NOW, 35), "sdb faulty, sdb flapping");
+    EXPECT_EQ(noteOf(volume, NOW, 10), "sdb faulty, sdb flapping");
+}
+
 TEST_F(VolumeText, WhoTookAPathOfflineIsNamed) {
     fail(0);
     volume.paths[0].offline_by = "alice";

@@ -22,7 +22,7 @@ const SeenTopology SDB_FAILED = {seenVolume("a", {failed(SDB), SDC}), BOTH[1]};
 
 class Causes : public testing::Test {
   protected:
-    Causes() {
+    ComparisonCauses() {
         watcher.see(BOTH);
     }
     Lines seeWith(const Operation &ran, const SeenTopology &seen) {
@@ -37,7 +37,7 @@ class Causes : public testing::Test {
 
 } // namespace
 
-TEST_F(Causes, ASetstateOfThePathIsTheCauseOfItsEventsAndOfTheVerdict) {
+TEST_F(ComparisonCauses, ASetstateOfThePathIsTheCauseOfItsEventsAndOfTheVerdict) {
     EXPECT_EQ(seeWith(operation("setstate", "a", "sdb", "offline"), SDB_FAILED),
               (Lines{"path_checker_state a/sdb ready->faulty 1/2 operator alice dravik setstate",
                      "path_dm_state a/sdb active->failed 1/2 operator alice dravik setstate",
@@ -45,7 +45,7 @@ TEST_F(Causes, ASetstateOfThePathIsTheCauseOfItsEventsAndOfTheVerdict) {
     EXPECT_EQ(sdb().offline_by, "alice");
 }
 
-TEST_F(Causes, ASetstateOfAnotherPathOrVolumeIsNot) {
+TEST_F(ComparisonCauses, ASetstateOfAnotherPathOrVolumeIsNot) {
     for (const Operation &other :
          {operation("setstate", "a", "sdc", "offline"), operation("setstate", "b", "sdb", "offline"),
           operation("setstate", "", "sdb", "offline")}) {
@@ -55,13 +55,13 @@ TEST_F(Causes, ASetstateOfAnotherPathOrVolumeIsNot) {
     }
 }
 
-TEST_F(Causes, TheVolumeMayBeNamedByItsWwid) {
+TEST_F(ComparisonCauses, TheVolumeMayBeNamedByItsWwid) {
     EXPECT_EQ(seeWith(operation("setstate", "36a", "sdb", "offline"), SDB_FAILED)[0],
               "path_checker_state a/sdb ready->faulty 1/2 operator alice dravik setstate");
     EXPECT_EQ(sdb().offline_by, "alice");
 }
 
-TEST_F(Causes, WhereAFaultComesBesideAnOperationTheVerdictIsThatOfTheFault) {
+TEST_F(ComparisonCauses, WhereAFaultComesBesideAnOperationTheVerdictIsThatOfTheFault) {
     EXPECT_EQ(seeWith(operation("setstate", "a", "sdb", "offline"),
                       {seenVolume("a", {failed(SDB), failed(SDC)}), BOTH[1]}),
               (Lines{"path_checker_state a/sdb ready->faulty 0/2 operator alice dravik setstate",
@@ -70,7 +70,7 @@ TEST_F(Causes, WhereAFaultComesBesideAnOperationTheVerdictIsThatOfTheFault) {
                      "path_dm_state a/sdc active->failed 0/2 fault", "volume_state a ok->none 0/2 fault"}));
 }
 
-TEST_F(Causes, WhoTookAPathOfflineIsKnownUntilItWorksAgain) {
+TEST_F(ComparisonCauses, WhoTookAPathOfflineIsKnownUntilItWorksAgain) {
     seeWith(operation("setstate", "a", "sdb", "offline"), SDB_FAILED);
     watcher.see(SDB_FAILED);
     EXPECT_EQ(sdb().offline_by, "alice");
@@ -79,7 +79,7 @@ TEST_F(Causes, WhoTookAPathOfflineIsKnownUntilItWorksAgain) {
     EXPECT_EQ(sdb().offline_by, "");
 }
 
-TEST_F(Causes, APathThatHadFailedBeforeIsOfflineByItsOperatorToo) {
+TEST_F(ComparisonCauses, APathThatHadFailedBeforeIsOfflineByItsOperatorToo) {
     watcher.see(SDB_FAILED);
     EXPECT_EQ(seeWith(operation("setstate", "a", "sdb", "offline"), SDB_FAILED), Lines());
     EXPECT_EQ(sdb().offline_by, "alice");
@@ -87,20 +87,20 @@ TEST_F(Causes, APathThatHadFailedBeforeIsOfflineByItsOperatorToo) {
     EXPECT_EQ(sdb().offline_by, "");
 }
 
-TEST_F(Causes, ASetstateThatFailedHasTakenNothingOffline) {
+TEST_F(ComparisonCauses, ASetstateThatFailedHasTakenNothingOffline) {
     Operation refused = operation("setstate", "a", "sdb", "offline");
     refused.code = 3;
     seeWith(refused, SDB_FAILED);
     EXPECT_EQ(sdb().offline_by, "");
 }
 
-TEST_F(Causes, ADeleteOfTheVolumeIsTheCauseOfItsGoing) {
+TEST_F(ComparisonCauses, ADeleteOfTheVolumeIsTheCauseOfItsGoing) {
     EXPECT_EQ(seeWith(operation("delete", "b"), {BOTH[0]}),
               Lines{"volume_gone b ok-> 0/1 operator alice dravik delete"});
     EXPECT_EQ(seeWith(operation("delete", "b"), {}), Lines{"volume_gone a ok-> 0/2 fault"});
 }
 
-TEST_F(Causes, ARefreshOrAStopIsTheCauseOfEveryChange) {
+TEST_F(ComparisonCauses, ARefreshOrAStopIsTheCauseOfEveryChange) {
     EXPECT_EQ(seeWith(operation("refresh"), SDB_FAILED).back(),
               "volume_state a ok->last_path 1/2 operator alice dravik refresh");
     EXPECT_EQ(seeWith(operation("stop"), {}),
@@ -108,12 +108,12 @@ TEST_F(Causes, ARefreshOrAStopIsTheCauseOfEveryChange) {
                      "volume_gone b ok-> 0/1 operator alice dravik stop"}));
 }
 
-TEST_F(Causes, ACommandThatChangesNoPathIsNone) {
+TEST_F(ComparisonCauses, ACommandThatChangesNoPathIsNone) {
     EXPECT_EQ(seeWith(operation("setalias", "a"), SDB_FAILED).back(),
               "volume_state a ok->last_path 1/2 fault");
 }
 
-TEST_F(Causes, WhatChangedWhileTheHostWasRestartedIsTheRestartsWhateverRanBefore) {
+TEST_F(ComparisonCauses, WhatChangedWhileTheHostWasRestartedIsTheRestartsWhateverRanBefore) {
     watcher.circumstances.same_boot = false;
     EXPECT_EQ(seeWith(operation("setstate", "a", "sdb", "offline"), SDB_FAILED),
               (Lines{"path_checker_state a/sdb ready->faulty 1/2 host_restart",
@@ -125,7 +125,7 @@ TEST_F(Causes, WhatChangedWhileTheHostWasRestartedIsTheRestartsWhateverRanBefore
 
 namespace {
 
-class Flapping : public Causes {
+class ComparisonFlapping : public ComparisonCauses {
   protected:
     // The last events of the third failure within a few minutes.
     Lines failThreeTimes() {
@@ -140,7 +140,7 @@ class Flapping : public Causes {
 
 } // namespace
 
-TEST_F(Flapping, TheThirdFailureWithinThirtyMinutesMakesItFlapAndThirtyMinutesWithoutOneMakeItSteady) {
+TEST_F(ComparisonFlapping, TheThirdFailureWithinThirtyMinutesMakesItFlapAndThirtyMinutesWithoutOneMakeItSteady) {
     EXPECT_EQ(failThreeTimes(),
               (Lines{"path_checker_state a/sdb ready->faulty 1/2 fault",
                      "path_dm_state a/sdb active->failed 1/2 fault", "path_flapping a/sdb 1/2 fault",
@@ -153,7 +153,7 @@ TEST_F(Flapping, TheThirdFailureWithinThirtyMinutesMakesItFlapAndThirtyMinutesWi
     EXPECT_EQ(sdb().transitions, 5);
 }
 
-TEST_F(Flapping, APathThatIsGoneBecomesSteadyToo) {
+TEST_F(ComparisonFlapping, APathThatIsGoneBecomesSteadyToo) {
     failThreeTimes();
     const SeenTopology without = {seenVolume("a", {SDC}), BOTH[1]};
     EXPECT_EQ(watcher.see(without), Lines{"path_gone a/sdb faulty-> 1/2 fault"});
@@ -162,7 +162,7 @@ TEST_F(Flapping, APathThatIsGoneBecomesSteadyToo) {
     EXPECT_FALSE(watcher.comparison.needs_time);
 }
 
-TEST_F(Flapping, APathThatIsUnseenBecomesSteadyTooAndSoDoesThatOfAnUnseenVolume) {
+TEST_F(ComparisonFlapping, APathThatIsUnseenBecomesSteadyTooAndSoDoesThatOfAnUnseenVolume) {
     failThreeTimes();
     watcher.kernel.paths = {"dm-a/sdb"};
     watcher.kernel.volumes = {"dm-a/a", "dm-b/b"};
@@ -175,7 +175,7 @@ TEST_F(Flapping, APathThatIsUnseenBecomesSteadyTooAndSoDoesThatOfAnUnseenVolume)
     EXPECT_EQ(watcher.seeAfter(1790, {BOTH[1]}), Lines{"path_steady a/sdb 1/2 fault"});
 }
 
-TEST_F(Flapping, APathThatIsGoneAndReturnsCountsAsOneThatFailed) {
+TEST_F(ComparisonFlapping, APathThatIsGoneAndReturnsCountsAsOneThatFailed) {
     const SeenTopology without = {seenVolume("a", {SDC}), BOTH[1]};
     for (int i = 0; i < 2; ++i) {
         watcher.see(without);
@@ -188,7 +188,7 @@ TEST_F(Flapping, APathThatIsGoneAndReturnsCountsAsOneThatFailed) {
 
 // ---- without paths
 
-TEST_F(Causes, AVolumeIsToldOnceToBeWithoutPathsThoughTheKernelStillHasThem) {
+TEST_F(ComparisonCauses, AVolumeIsToldOnceToBeWithoutPathsThoughTheKernelStillHasThem) {
     watcher.kernel.paths = {"dm-b/sdd"};
     const SeenTopology without = {BOTH[0], seenVolume("b", {})};
     EXPECT_EQ(watcher.see(without),

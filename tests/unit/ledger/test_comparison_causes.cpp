@@ -20,7 +20,7 @@ const SeenPath SDD = seenPath("sdd", "i1", "p3", "1:0:1:1");
 const SeenTopology BOTH = {seenVolume("a", {SDB, SDC}), seenVolume("b", {SDD})};
 const SeenTopology SDB_FAILED = {seenVolume("a", {failed(SDB), SDC}), BOTH[1]};
 
-class Causes : public testing::Test {
+class ComparisonCauses : public testing::Test {
   protected:
     ComparisonCauses() {
         watcher.see(BOTH);
@@ -140,7 +140,8 @@ class ComparisonFlapping : public ComparisonCauses {
 
 } // namespace
 
-TEST_F(ComparisonFlapping, TheThirdFailureWithinThirtyMinutesMakesItFlapAndThirtyMinutesWithoutOneMakeItSteady) {
+TEST_F(ComparisonFlapping,
+       TheThirdFailureWithinThirtyMinutesMakesItFlapAndThirtyMinutesWithoutOneMakeItSteady) {
     EXPECT_EQ(failThreeTimes(),
               (Lines{"path_checker_state a/sdb ready->faulty 1/2 fault",
                      "path_dm_state a/sdb active->failed 1/2 fault", "path_flapping a/sdb 1/2 fault",

@@ -72,8 +72,10 @@ class LedgerOnHost : public testing::Test {
         dravik::saveObservation(database.get(), observation, true);
     }
 
-    // What the command prints, "! " and what it complains of, and its exit status in a line of its own: "[0]".
-    std::string answer(int (*command)(const dravik::OwnCall &), std::vector<std::string> words) {
+    // What the command prints, "! " and what it complains of, and its exit status in a line of its own: "[0]". "--json" may
+    // stand before its name.
+    std::string answer(int (*command)(const dravik::OwnCall &), std::vector<std::string> words,
+                       bool json_before = false) {
         std::string line = "dravik";
         std::vector<char *> argv;
         for (std::string &word : words) {
@@ -86,7 +88,7 @@ class LedgerOnHost : public testing::Test {
                                         [&](const char *what) { audited.emplace_back(what); }};
         testing::internal::CaptureStdout();
         testing::internal::CaptureStderr();
-        const int status = command({static_cast<int>(words.size()), argv.data(), false, &audit});
+        const int status = command({static_cast<int>(words.size()), argv.data(), json_before, &audit});
         const std::string errors = testing::internal::GetCapturedStderr();
         return testing::internal::GetCapturedStdout() + (errors.empty() ? "" : "! " + errors) + "[" +
                std::to_string(status) + "]\n";

@@ -12,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+#include "array/vdisk_file.h"
 #include "commands/own_command.h"
 #include "ledger/event_store.h"
 #include "ledger/known_store.h"
@@ -28,6 +29,7 @@ class LedgerOnHost : public testing::Test {
         setenv("TZ", "UTC", 1);
         tzset();
         host.stopClock(NOW);
+        forgetVdiskTree(); // each test is a process of its own to the commands
     }
     ~LedgerOnHost() override {
         unsetenv("TZ");

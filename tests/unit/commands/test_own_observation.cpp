@@ -79,7 +79,7 @@ TEST_F(OwnObservation, WhatTheKernelHasThoughItIsNotListedIsUnseenSinceTheLedger
     host.answer(QUERY_ALL, listing({SDB_READY}));
     const LedgerView view = look();
     EXPECT_EQ(view.observation.quality, Quality::DOUBTFUL);
-    EXPECT_EQ(view.observation.reason, "not listed, though the kernel has it: mpatha sdc");
+    EXPECT_EQ(view.observation.reason, "not listed, though the kernel has it: sdc of mpatha");
     EXPECT_EQ(presences(view), (Lines{"sdb present works", "sdc unseen works"}));
     EXPECT_EQ(view.volumes[0].paths[1].unseen_since, AN_HOUR_AGO);
     EXPECT_EQ(stateOf(view, view.volumes[0]), VolumeState::UNKNOWN);

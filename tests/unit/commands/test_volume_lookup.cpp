@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "array/vdisk_file.h"
 #include "tests/support/dumps_redirect.h"
 
 using namespace dravik;
@@ -27,6 +28,7 @@ class VolumeLookup : public testing::Test {
         volumes.push_back(volume);
     }
     void nameOnArray(const std::string &text) {
+        forgetVdiskTree(); // that of the test before
         dumps.write("storage_config.json", R"({"disk": [)" + text + "]}");
     }
     // The WWIDs of the volumes that the word names.

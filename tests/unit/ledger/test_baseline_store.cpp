@@ -43,7 +43,8 @@ class BaselineStore : public testing::Test {
     // "sdb i1 p1 7 0 1000 learned", by the place of the volume.
     Lines baseline(size_t place) {
         Lines lines;
-        for (const AcceptedPath &each : loadBaselines(&database)[known[place].id]) {
+        auto baselines = loadBaselines(&database);
+        for (const AcceptedPath &each : baselines[known[place].id]) {
             const PathKey &key = each.path.key;
             lines.push_back(each.path.name + " " + key.initiator + " " + key.target_port + " " + key.lun +
                             " " + std::to_string(key.twin) + " " + std::to_string(each.accepted) + " " +
@@ -53,7 +54,8 @@ class BaselineStore : public testing::Test {
     }
     Lines paths(size_t place) {
         Lines names;
-        for (const KnownPath &each : loadKnown(&database)[place].paths) {
+        const KnownTopology today = loadKnown(&database);
+        for (const KnownPath &each : today.at(place).paths) {
             names.push_back(each.attributes.name);
         }
         return names;

@@ -9,7 +9,8 @@
 namespace dravik {
 
 // The volumes among `volumes` that `word` names, in this order of meanings, of which the first that any has counts: an
-// alias, a WWID, the array's name of a volume, the kernel's name of a map (dm-3), the kernel's name of a path (sdb).
+// alias, a WWID, the array's name of a volume, the kernel's name of a map (dm-3), the kernel's name of a path (sdb), that of
+// a path that is missing.
 // "/dev/mapper/" and "/dev/" before it are passed over. A volume that is gone is known by its alias, its WWID and the array's name, and
 // comes only where none that is there has that meaning. Several only where the array's name is that of several volumes.
 std::vector<const KnownVolume *> findVolumes(const KnownTopology &volumes, const VdiskNames &names,

@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# "dravik --json": what each command answers as structured data, whole, and its exit status.
+# "dravik --json": what each command answers as structured data, whole and by its schema, and its exit status.
 
 bats_require_minimum_version 1.5.0
 load ../support/simulated_host
@@ -28,7 +28,14 @@ plain() {
     sed -E 's/("host":")'"$(uname -n)"'(","time":")[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9:]{8}\.[0-9]{3}Z"/\1HOST\2TIME"/'
 }
 
-# json STATUS COMMAND [PARAMETERS] < EXPECTED: the whole output; nothing may come on standard error.
+# fits COMMAND < DOCUMENTS: they are what the command's schema says; that of a command without one is its result's.
+fits() {
+    local schema=$REPO/schema/$1.schema.json
+    [[ -e $schema ]] || schema=$REPO/schema/result.schema.json
+    same "" "$(/usr/bin/python3 "$REPO/tests/support/validate_json.py" "$schema" 2>&1)"
+}
+
+# json STATUS COMMAND [PARAMETERS] < EXPECTED: the whole output, by its schema; nothing may come on standard error.
 json() {
     local wanted=$1 expected
     shift
@@ -37,6 +44,7 @@ json() {
     same "$expected" "$(plain <<<"$output")"
     same "" "$stderr"
     same "$wanted" "$status"
+    fits "$1" <<<"$output"
 }
 
 # path NAME ADDRESS DEVICE-ID LUN INITIATOR TARGET-PORT TRANSPORT PRIORITY STATUS DM CHECKER ONLINE
@@ -199,6 +207,23 @@ END
     json 1 status --json < <(document status '"service":null,"result":{"code":105,"message":"Invalid command parameter [--json]."}')
 }
 
+@test "a schema takes null for an answer that failed alone" {
+    local command member
+    while read -r command member; do
+        run /usr/bin/python3 "$REPO/tests/support/validate_json.py" "$REPO/schema/$command.schema.json" \
+            < <(document "$command" "$member:null,$SUCCESS" | sed 's/TIME/2026-11-21T03:12:41.047Z/')
+        same 1 "$status"
+        grep -qF "line 1: ${member//\"/}: " <<<"$output"
+    done <<'END'
+query "volumes"
+lsalias "aliases"
+status "service"
+port "ports"
+version "version"
+devstats "devices"
+END
+}
+
 # ---- devstats
 
 # start_devstats [PARAMETERS]: in the background, an interval that does not pass by itself; its documents in $OUT.
@@ -243,6 +268,7 @@ rates() {
     same 0 "$ended"
     same "" "$(cat "$BATS_TEST_TMPDIR/errors")"
     same 2 "$(wc -l <"$OUT")"
+    fits devstats <"$OUT"
     no_rates='"iops":{"total":0.000,"read":0.000,"write":0.000},"kib_per_s":{"total":0.000,"read":0.000,"write":0.000},"response_ms":{"total":null,"read":null,"write":null}'
     same "$(document devstats "\"interval_s\":10.000,\"devices\":[{\"name\":\"mpatha\",$(rates 100.000 800.000 2.000),\"paths\":[{\"name\":\"sdb\",$(rates 100.000 800.000 2.000)},{\"name\":\"sdc\",$no_rates}]},{\"name\":\"dead\",$no_rates,\"paths\":[{\"name\":\"sdd\",$no_rates}]},{\"name\":\"nvmea\",$no_rates,\"paths\":[{\"name\":\"nvme0n1\",$no_rates}]}],$SUCCESS")" \
         "$(sed -n 2p "$OUT" | plain)"

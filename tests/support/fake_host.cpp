@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <sys/time.h>
 #include <sys/utsname.h>
 #include <unistd.h>
@@ -101,6 +102,9 @@ struct FakeHostState {
     }
     static const std::string *kernelRelease() {
         return host->kernel_fails ? nullptr : &host->kernel_release;
+    }
+    static long long clock() {
+        return host == nullptr ? 0 : host->clock;
     }
     static const std::string *lsbText() {
         ++host->asked["lsb_release"];
@@ -288,6 +292,18 @@ int __wrap_uname(utsname *name) {
     return 0;
 }
 
+int __real_clock_gettime(clockid_t clock, timespec *now);
+int __wrap_clock_gettime(clockid_t clock, timespec *now);
+int __wrap_clock_gettime(clockid_t clock, timespec *now) {
+    const long long stopped = clock == CLOCK_REALTIME ? FakeHostState::clock() : 0;
+    if (stopped == 0) {
+        return __real_clock_gettime(clock, now);
+    }
+    now->tv_sec = stopped / 1000;
+    now->tv_nsec = stopped % 1000 * 1000000;
+    return 0;
+}
+
 unsigned int __real_sleep(unsigned int seconds);
 unsigned int __wrap_sleep(unsigned int seconds);
 unsigned int __wrap_sleep(unsigned int seconds) {
@@ -349,6 +365,10 @@ void FakeHost::kernel(const std::string &release) {
 
 void FakeHost::kernelDoesNotAnswer() {
     kernel_fails = true;
+}
+
+void FakeHost::stopClock(long long milliseconds) {
+    clock = milliseconds;
 }
 
 void FakeHost::lsbRelease(const std::string &text) {

@@ -75,6 +75,9 @@ class FakeHost {
     // "remove ..." with the first path of the call.
     std::set<std::string> etc_failures;
 
+    // What the clock of the host (CLOCK_REALTIME) shows from now on, in milliseconds since 1970-01-01 UTC; it stands still.
+    void stopClock(long long milliseconds);
+
     // The generations that the commands tell apart.
     void becomeRhel6();
     void becomeSuse11Sp4();
@@ -97,6 +100,7 @@ class FakeHost {
     bool kernel_fails = false;
     bool lsb_fails = false;
     bool starts_nothing = false;
+    long long clock = 0; // 0 while it goes
 };
 
 // Puts a text into a parameter buffer, as the validation does.

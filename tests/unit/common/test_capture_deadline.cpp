@@ -16,9 +16,9 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-class Deadline : public testing::Test {
+class CaptureDeadline : public testing::Test {
   protected:
-    ~Deadline() override {
+    ~CaptureDeadline() override {
         setChildDeadline(0, nullptr);
     }
     int run(const char *command) {
@@ -46,7 +46,7 @@ void count() {
 
 } // namespace
 
-TEST_F(Deadline, AChildThatEndsInTimeIsAsWithoutOne) {
+TEST_F(CaptureDeadline, AChildThatEndsInTimeIsAsWithoutOne) {
     setChildDeadline(60, nullptr);
     EXPECT_EQ(run("echo listing"), 0);
     EXPECT_STREQ(out, "listing\n");
@@ -61,7 +61,7 @@ TEST_F(Deadline, AChildThatEndsInTimeIsAsWithoutOne) {
     EXPECT_EQ(lastChildEnd().exit_status, 0);
 }
 
-TEST_F(Deadline, AChildThatHangsIsKilledAndCountsAsNotStarted) {
+TEST_F(CaptureDeadline, AChildThatHangsIsKilledAndCountsAsNotStarted) {
     setChildDeadline(1, nullptr);
     EXPECT_EQ(run("echo half a listing && sleep 77"), EXE_NOT_STARTED);
     EXPECT_EQ(out, nullptr);
@@ -74,7 +74,7 @@ TEST_F(Deadline, AChildThatHangsIsKilledAndCountsAsNotStarted) {
                                              "been killed.\n"});
 }
 
-TEST_F(Deadline, EverythingThatItHasStartedIsKilledWithIt) {
+TEST_F(CaptureDeadline, EverythingThatItHasStartedIsKilledWithIt) {
     setChildDeadline(1, nullptr);
     EXPECT_EQ(runScript("sleep 77 & echo $!; wait"), EXE_NOT_STARTED);
     setChildDeadline(0, nullptr);
@@ -92,20 +92,20 @@ TEST_F(Deadline, EverythingThatItHasStartedIsKilledWithIt) {
     EXPECT_NE(kill(grandchild, 0), 0);
 }
 
-TEST_F(Deadline, AChildThatPrintsForEverIsKilledToo) {
+TEST_F(CaptureDeadline, AChildThatPrintsForEverIsKilledToo) {
     setChildDeadline(1, nullptr);
     EXPECT_EQ(runScript("while sleep 0.01; do echo x; done"), EXE_NOT_STARTED);
     EXPECT_LT(seconds, 30);
 }
 
-TEST_F(Deadline, AChildThatClosesItsOutputAndGoesOnIsKilledToo) {
+TEST_F(CaptureDeadline, AChildThatClosesItsOutputAndGoesOnIsKilledToo) {
     setChildDeadline(1, nullptr);
     EXPECT_EQ(runScript("exec >&-; sleep 77"), EXE_NOT_STARTED);
     EXPECT_TRUE(lastChildEnd().deadline_passed);
     EXPECT_LT(seconds, 30);
 }
 
-TEST_F(Deadline, WhoeverAsksIsCalledAboutOnceASecond) {
+TEST_F(CaptureDeadline, WhoeverAsksIsCalledAboutOnceASecond) {
     calls = 0;
     setChildDeadline(0, count);
     EXPECT_EQ(run("sleep 2.5"), 0);

@@ -91,45 +91,45 @@ TEST(VolumeHealthWords, EveryPresenceHasItsWordAndComesBackFromIt) {
 
 // ---- which losses a volume survives
 
-TEST(Survival, AVolumeWithoutAWorkingPathSurvivesNothing) {
+TEST(VolumeHealthSurvival, AVolumeWithoutAWorkingPathSurvivesNothing) {
     EXPECT_EQ(survives({}), "");
     EXPECT_EQ(survives({path("a", "p", false), path("b", "q", false), missing("c", "r")}), "");
 }
 
-TEST(Survival, OnePathSurvivesNothing) {
+TEST(VolumeHealthSurvival, OnePathSurvivesNothing) {
     EXPECT_EQ(survives({path("a", "p")}), "");
     EXPECT_EQ(survives({path("a", "p"), path("b", "q", false)}), "");
 }
 
-TEST(Survival, TwoPathsOverTwoInitiatorsToTwoPortsSurviveEachLoss) {
+TEST(VolumeHealthSurvival, TwoPathsOverTwoInitiatorsToTwoPortsSurviveEachLoss) {
     EXPECT_EQ(survives({path("a", "p"), path("b", "q")}), "path initiator target_port ");
 }
 
-TEST(Survival, TwoPathsOverOneInitiatorDoNotSurviveItsLoss) {
+TEST(VolumeHealthSurvival, TwoPathsOverOneInitiatorDoNotSurviveItsLoss) {
     EXPECT_EQ(survives({path("a", "p"), path("a", "q")}), "path target_port ");
 }
 
-TEST(Survival, TwoPathsToOnePortDoNotSurviveItsLoss) {
+TEST(VolumeHealthSurvival, TwoPathsToOnePortDoNotSurviveItsLoss) {
     EXPECT_EQ(survives({path("a", "p"), path("b", "p")}), "path initiator ");
 }
 
-TEST(Survival, TwoPathsThatShareBothSurviveTheLossOfOnePathOnly) {
+TEST(VolumeHealthSurvival, TwoPathsThatShareBothSurviveTheLossOfOnePathOnly) {
     EXPECT_EQ(survives({path("a", "p"), path("a", "p")}), "path ");
 }
 
-TEST(Survival, PathsWhoseTargetPortIsUnknownMayAllLeadToOne) {
+TEST(VolumeHealthSurvival, PathsWhoseTargetPortIsUnknownMayAllLeadToOne) {
     EXPECT_EQ(survives({path("a", ""), path("b", "")}), "path initiator ");
     EXPECT_EQ(survives({path("a", ""), path("b", ""), path("a", "p"), path("b", "q")}),
               "path initiator target_port ");
 }
 
-TEST(Survival, OnlyWorkingPathsCarryAndAnUnseenOneCountsAsItWasLastKnown) {
+TEST(VolumeHealthSurvival, OnlyWorkingPathsCarryAndAnUnseenOneCountsAsItWasLastKnown) {
     EXPECT_EQ(survives({path("a", "p"), missing("b", "q")}), "");
     EXPECT_EQ(survives({path("a", "p"), unseen("b", "q", true, false)}), "path initiator target_port ");
     EXPECT_EQ(survives({path("a", "p"), unseen("b", "q", false, false)}), "");
 }
 
-TEST(Survival, WhatWasSurvivedAndIsNotAnyMoreIsLost) {
+TEST(VolumeHealthSurvival, WhatWasSurvivedAndIsNotAnyMoreIsLost) {
     EXPECT_FALSE(hasLost(NOTHING, NOTHING));
     EXPECT_FALSE(hasLost(NOTHING, EVERYTHING));
     EXPECT_FALSE(hasLost(EVERYTHING, EVERYTHING));
@@ -138,7 +138,7 @@ TEST(Survival, WhatWasSurvivedAndIsNotAnyMoreIsLost) {
     EXPECT_TRUE(hasLost({false, false, true}, {true, true, false}));
 }
 
-TEST(Survival, IsForAnyVolumeWhatTakingEachThingAwayShows) {
+TEST(VolumeHealthSurvival, IsForAnyVolumeWhatTakingEachThingAwayShows) {
     std::mt19937 random = seededRandom(1);
     for (int round = 0; round < 20000; ++round) {
         std::vector<PathHealth> paths = anyPaths(&random);
@@ -167,41 +167,41 @@ TEST(Survival, IsForAnyVolumeWhatTakingEachThingAwayShows) {
 
 // ---- the verdict
 
-TEST(Verdict, CountsWhatWorks) {
+TEST(VolumeHealthVerdict, CountsWhatWorks) {
     EXPECT_EQ(countWorking({}), 0);
     EXPECT_EQ(countWorking(
                   {path("a", "p"), path("a", "q", false), missing("b", "p"), unseen("b", "q", true, false)}),
               2);
 }
 
-TEST(Verdict, AVolumeWithoutAWorkingPathIsNone) {
+TEST(VolumeHealthVerdict, AVolumeWithoutAWorkingPathIsNone) {
     EXPECT_EQ(verdict({}), "none");
     EXPECT_EQ(verdict({path("a", "p", false)}), "none");
     EXPECT_EQ(verdict({path("a", "p", false), missing("b", "q")}, EVERYTHING), "none");
 }
 
-TEST(Verdict, OneOfSeveralThatWorksIsTheLast) {
+TEST(VolumeHealthVerdict, OneOfSeveralThatWorksIsTheLast) {
     EXPECT_EQ(verdict({path("a", "p"), path("b", "q", false)}, EVERYTHING), "last_path");
     EXPECT_EQ(verdict({path("a", "p"), missing("b", "q")}, EVERYTHING), "last_path");
 }
 
-TEST(Verdict, AVolumeThatNeverHadMoreThanOnePathIsOkWhileThatWorks) {
+TEST(VolumeHealthVerdict, AVolumeThatNeverHadMoreThanOnePathIsOkWhileThatWorks) {
     EXPECT_EQ(verdict({path("a", "p")}), "ok");
     EXPECT_EQ(verdict({path("a", "p", false)}), "none");
 }
 
-TEST(Verdict, AKnownPathThatDoesNotWorkOrIsMissingDegrades) {
+TEST(VolumeHealthVerdict, AKnownPathThatDoesNotWorkOrIsMissingDegrades) {
     EXPECT_EQ(verdict({path("a", "p"), path("b", "q"), path("a", "q", false)}), "degraded");
     EXPECT_EQ(verdict({path("a", "p"), path("b", "q"), missing("a", "q")}), "degraded");
 }
 
-TEST(Verdict, ALossThatTheBaselineSurvivesAndThePathsDoNotDegrades) {
+TEST(VolumeHealthVerdict, ALossThatTheBaselineSurvivesAndThePathsDoNotDegrades) {
     const std::vector<PathHealth> one_port = {path("a", "p"), path("b", "p")};
     EXPECT_EQ(verdict(one_port, {true, true, true}), "degraded");
     EXPECT_EQ(verdict(one_port, {true, true, false}), "ok");
 }
 
-TEST(Verdict, APathUnseenForLongMakesTheVolumeUnknown) {
+TEST(VolumeHealthVerdict, APathUnseenForLongMakesTheVolumeUnknown) {
     EXPECT_EQ(verdict({path("a", "p"), path("b", "q"), unseen("a", "q", true, true)}), "unknown");
     EXPECT_EQ(verdict({path("a", "p"), unseen("b", "q", true, true)}), "unknown");
     EXPECT_EQ(verdict({path("a", "p", false), path("a", "q"), unseen("b", "q", false, true),
@@ -209,18 +209,18 @@ TEST(Verdict, APathUnseenForLongMakesTheVolumeUnknown) {
               "unknown");
 }
 
-TEST(Verdict, APathUnseenForASecondCountsAsItWasLastKnown) {
+TEST(VolumeHealthVerdict, APathUnseenForASecondCountsAsItWasLastKnown) {
     EXPECT_EQ(verdict({path("a", "p"), unseen("b", "q", true, false)}, EVERYTHING), "ok");
     EXPECT_EQ(verdict({path("a", "p"), unseen("b", "q", false, false)}, EVERYTHING), "last_path");
     EXPECT_EQ(verdict({path("a", "p", false), unseen("b", "q", false, false)}, EVERYTHING), "none");
 }
 
-TEST(Verdict, WhatHoldsEvenIfTheUnseenPathWorksIsSaidBeforeUnknown) {
+TEST(VolumeHealthVerdict, WhatHoldsEvenIfTheUnseenPathWorksIsSaidBeforeUnknown) {
     EXPECT_EQ(verdict({path("a", "p", false), path("b", "q", false), unseen("c", "r", true, true)}),
               "last_path");
 }
 
-TEST(Verdict, OverSeveralVolumesIsTheFirstInItsOrderThatAnyOfThemHas) {
+TEST(VolumeHealthVerdict, OverSeveralVolumesIsTheFirstInItsOrderThatAnyOfThemHas) {
     EXPECT_EQ(worstOf({}), VolumeState::OK);
     const std::vector<VolumeState> order = {VolumeState::NONE, VolumeState::LAST_PATH, VolumeState::UNKNOWN,
                                             VolumeState::DEGRADED, VolumeState::OK};
@@ -259,7 +259,7 @@ VolumeState plainVerdict(const std::vector<PathHealth> &paths, const Survival &b
 
 } // namespace
 
-TEST(VerdictOfAnyVolume, FollowsTheRulesInTheirOrder) {
+TEST(VolumeHealthOfAnyVolume, FollowsTheRulesInTheirOrder) {
     std::mt19937 random = seededRandom(2);
     for (int round = 0; round < 50000; ++round) {
         const std::vector<PathHealth> paths = anyPaths(&random);
@@ -268,7 +268,7 @@ TEST(VerdictOfAnyVolume, FollowsTheRulesInTheirOrder) {
     }
 }
 
-TEST(VerdictOfAnyVolume, NeverGetsBetterByALoss) {
+TEST(VolumeHealthOfAnyVolume, NeverGetsBetterByALoss) {
     std::mt19937 random = seededRandom(3);
     for (int round = 0; round < 50000; ++round) {
         std::vector<PathHealth> paths = anyPaths(&random);
@@ -292,7 +292,7 @@ TEST(VerdictOfAnyVolume, NeverGetsBetterByALoss) {
     }
 }
 
-TEST(VerdictOfAnyVolume, DoesNotDependOnTheOrderOfItsPaths) {
+TEST(VolumeHealthOfAnyVolume, DoesNotDependOnTheOrderOfItsPaths) {
     std::mt19937 random = seededRandom(4);
     for (int round = 0; round < 20000; ++round) {
         std::vector<PathHealth> paths = anyPaths(&random);

@@ -125,7 +125,7 @@ TEST_F(ComparisonCauses, WhatChangedWhileTheHostWasRestartedIsTheRestartsWhateve
 
 namespace {
 
-class Flapping : public ComparisonCauses {
+class ComparisonFlapping : public ComparisonCauses {
   protected:
     // The last events of the third failure within a few minutes.
     Lines failThreeTimes() {
@@ -140,7 +140,8 @@ class Flapping : public ComparisonCauses {
 
 } // namespace
 
-TEST_F(Flapping, TheThirdFailureWithinThirtyMinutesMakesItFlapAndThirtyMinutesWithoutOneMakeItSteady) {
+TEST_F(ComparisonFlapping,
+       TheThirdFailureWithinThirtyMinutesMakesItFlapAndThirtyMinutesWithoutOneMakeItSteady) {
     EXPECT_EQ(failThreeTimes(),
               (Lines{"path_checker_state a/sdb ready->faulty 1/2 fault",
                      "path_dm_state a/sdb active->failed 1/2 fault", "path_flapping a/sdb 1/2 fault",
@@ -153,7 +154,7 @@ TEST_F(Flapping, TheThirdFailureWithinThirtyMinutesMakesItFlapAndThirtyMinutesWi
     EXPECT_EQ(sdb().transitions, 5);
 }
 
-TEST_F(Flapping, APathThatIsGoneBecomesSteadyToo) {
+TEST_F(ComparisonFlapping, APathThatIsGoneBecomesSteadyToo) {
     failThreeTimes();
     const SeenTopology without = {seenVolume("a", {SDC}), BOTH[1]};
     EXPECT_EQ(watcher.see(without), Lines{"path_gone a/sdb faulty-> 1/2 fault"});
@@ -162,7 +163,7 @@ TEST_F(Flapping, APathThatIsGoneBecomesSteadyToo) {
     EXPECT_FALSE(watcher.comparison.needs_time);
 }
 
-TEST_F(Flapping, APathThatIsUnseenBecomesSteadyTooAndSoDoesThatOfAnUnseenVolume) {
+TEST_F(ComparisonFlapping, APathThatIsUnseenBecomesSteadyTooAndSoDoesThatOfAnUnseenVolume) {
     failThreeTimes();
     watcher.kernel.paths = {"dm-a/sdb"};
     watcher.kernel.volumes = {"dm-a/a", "dm-b/b"};
@@ -175,7 +176,7 @@ TEST_F(Flapping, APathThatIsUnseenBecomesSteadyTooAndSoDoesThatOfAnUnseenVolume)
     EXPECT_EQ(watcher.seeAfter(1790, {BOTH[1]}), Lines{"path_steady a/sdb 1/2 fault"});
 }
 
-TEST_F(Flapping, APathThatIsGoneAndReturnsCountsAsOneThatFailed) {
+TEST_F(ComparisonFlapping, APathThatIsGoneAndReturnsCountsAsOneThatFailed) {
     const SeenTopology without = {seenVolume("a", {SDC}), BOTH[1]};
     for (int i = 0; i < 2; ++i) {
         watcher.see(without);

@@ -22,9 +22,9 @@ const SeenTopology WITHOUT_SDC = {seenVolume("a", {SDB}), seenVolume("b", {SDD})
 const SeenTopology WITHOUT_B = {seenVolume("a", {SDB, SDC})};
 
 // The two volumes above have been seen once; the kernel has all of it.
-class MissingThings : public testing::Test {
+class ComparisonMissing : public testing::Test {
   protected:
-    MissingThings() {
+    ComparisonMissing() {
         kernelHasAll();
         watcher.see(BOTH);
     }
@@ -45,7 +45,7 @@ class MissingThings : public testing::Test {
 
 // ---- paths
 
-TEST_F(MissingThings, APathThatTheKernelHasNoLongerEitherIsGoneAndTheObservationGood) {
+TEST_F(ComparisonMissing, APathThatTheKernelHasNoLongerEitherIsGoneAndTheObservationGood) {
     watcher.kernel.paths.erase("dm-a/sdc");
     EXPECT_EQ(watcher.see(WITHOUT_SDC),
               (Lines{"path_gone a/sdc ready-> 1/2 fault", "volume_state a ok->last_path 1/2 fault"}));
@@ -54,7 +54,7 @@ TEST_F(MissingThings, APathThatTheKernelHasNoLongerEitherIsGoneAndTheObservation
     EXPECT_EQ(watcher.kernel.questions, Lines{"dm-a/sdc"});
 }
 
-TEST_F(MissingThings, APathThatTheKernelStillHasIsUnseenAndTheObservationDoubtful) {
+TEST_F(ComparisonMissing, APathThatTheKernelStillHasIsUnseenAndTheObservationDoubtful) {
     EXPECT_EQ(watcher.see(WITHOUT_SDC), Lines{"path_unseen a/sdc 2/2 fault"});
     EXPECT_EQ(quality(), Quality::DOUBTFUL);
     EXPECT_EQ(watcher.comparison.events[0].quality, Quality::DOUBTFUL);
@@ -65,7 +65,7 @@ TEST_F(MissingThings, APathThatTheKernelStillHasIsUnseenAndTheObservationDoubtfu
     EXPECT_EQ(watcher.state("a"), "ok");
 }
 
-TEST_F(MissingThings, AnUnseenPathIsToldOnceAndStaysDoubtfulUntilItIsSettled) {
+TEST_F(ComparisonMissing, AnUnseenPathIsToldOnceAndStaysDoubtfulUntilItIsSettled) {
     watcher.see(WITHOUT_SDC);
     const Milliseconds since = sdc().unseen_since;
     EXPECT_EQ(watcher.see(WITHOUT_SDC), Lines());
@@ -74,7 +74,7 @@ TEST_F(MissingThings, AnUnseenPathIsToldOnceAndStaysDoubtfulUntilItIsSettled) {
     EXPECT_EQ(sdc().unseen_since, since);
 }
 
-TEST_F(MissingThings, AnUnseenPathThatIsListedAgainIsSeenAgain) {
+TEST_F(ComparisonMissing, AnUnseenPathThatIsListedAgainIsSeenAgain) {
     watcher.see(WITHOUT_SDC);
     EXPECT_EQ(watcher.see(BOTH), Lines{"path_seen_again a/sdc 2/2 fault"});
     EXPECT_EQ(quality(), Quality::GOOD);
@@ -82,7 +82,7 @@ TEST_F(MissingThings, AnUnseenPathThatIsListedAgainIsSeenAgain) {
     EXPECT_FALSE(watcher.comparison.needs_time);
 }
 
-TEST_F(MissingThings, WhatHasChangedMeanwhileIsToldFromItsLastKnownState) {
+TEST_F(ComparisonMissing, WhatHasChangedMeanwhileIsToldFromItsLastKnownState) {
     watcher.see(WITHOUT_SDC);
     EXPECT_EQ(
         watcher.see({seenVolume("a", {SDB, failed(SDC)}), BOTH[1]}),
@@ -90,7 +90,7 @@ TEST_F(MissingThings, WhatHasChangedMeanwhileIsToldFromItsLastKnownState) {
                "path_dm_state a/sdc active->failed 1/2 fault", "volume_state a ok->last_path 1/2 fault"}));
 }
 
-TEST_F(MissingThings, AnUnseenPathThatTheKernelLosesIsGone) {
+TEST_F(ComparisonMissing, AnUnseenPathThatTheKernelLosesIsGone) {
     watcher.see(WITHOUT_SDC);
     watcher.kernel.paths.erase("dm-a/sdc");
     EXPECT_EQ(watcher.see(WITHOUT_SDC),
@@ -99,7 +99,7 @@ TEST_F(MissingThings, AnUnseenPathThatTheKernelLosesIsGone) {
     EXPECT_EQ(sdc().presence, Presence::MISSING);
 }
 
-TEST_F(MissingThings, AnUnseenPathCountsAsItWasLastKnownUntilSixtySecondsHavePassed) {
+TEST_F(ComparisonMissing, AnUnseenPathCountsAsItWasLastKnownUntilSixtySecondsHavePassed) {
     watcher.see(WITHOUT_SDC);
     EXPECT_EQ(watcher.seeAfter(50, WITHOUT_SDC), Lines()); // seen ten seconds before it was missed
     EXPECT_EQ(watcher.state("a"), "ok");
@@ -109,13 +109,13 @@ TEST_F(MissingThings, AnUnseenPathCountsAsItWasLastKnownUntilSixtySecondsHavePas
               (Lines{"path_seen_again a/sdc 2/2 fault", "volume_state a unknown->ok 2/2 fault"}));
 }
 
-TEST_F(MissingThings, AnUnseenPathThatDidNotWorkIsNoWorkingOne) {
+TEST_F(ComparisonMissing, AnUnseenPathThatDidNotWorkIsNoWorkingOne) {
     watcher.see({seenVolume("a", {SDB, failed(SDC)}), BOTH[1]});
     EXPECT_EQ(watcher.see(WITHOUT_SDC), Lines{"path_unseen a/sdc 1/2 fault"});
     EXPECT_EQ(watcher.state("a"), "last_path");
 }
 
-TEST_F(MissingThings, APathThatIsGoneStaysKnownAsMissingAndIsNotAskedForAgain) {
+TEST_F(ComparisonMissing, APathThatIsGoneStaysKnownAsMissingAndIsNotAskedForAgain) {
     watcher.kernel.paths.erase("dm-a/sdc");
     watcher.see(WITHOUT_SDC);
     for (int i = 0; i < 3; ++i) {
@@ -128,7 +128,7 @@ TEST_F(MissingThings, APathThatIsGoneStaysKnownAsMissingAndIsNotAskedForAgain) {
     EXPECT_EQ(watcher.state("a"), "last_path");
 }
 
-TEST_F(MissingThings, APathThatComesBackAppearsAndIsTheOneItWas) {
+TEST_F(ComparisonMissing, APathThatComesBackAppearsAndIsTheOneItWas) {
     watcher.kernel.paths.erase("dm-a/sdc");
     watcher.see(WITHOUT_SDC);
     SeenPath moved = SDC;
@@ -139,7 +139,7 @@ TEST_F(MissingThings, APathThatComesBackAppearsAndIsTheOneItWas) {
     EXPECT_EQ(sdc().transitions, 2);
 }
 
-TEST_F(MissingThings, TransitionsCountAPathThatGoesAndComesBackAndNoneThatIsOnlyUnseen) {
+TEST_F(ComparisonMissing, TransitionsCountAPathThatGoesAndComesBackAndNoneThatIsOnlyUnseen) {
     watcher.see(WITHOUT_SDC);
     watcher.see(BOTH);
     EXPECT_EQ(sdc().transitions, 0);
@@ -154,7 +154,7 @@ TEST_F(MissingThings, TransitionsCountAPathThatGoesAndComesBackAndNoneThatIsOnly
 
 // ---- volumes
 
-TEST_F(MissingThings, AVolumeThatTheKernelHasNoLongerEitherIsGoneWithoutEventsOfItsPaths) {
+TEST_F(ComparisonMissing, AVolumeThatTheKernelHasNoLongerEitherIsGoneWithoutEventsOfItsPaths) {
     watcher.kernel.volumes.erase("dm-b/b");
     EXPECT_EQ(watcher.see(WITHOUT_B), Lines{"volume_gone b ok-> 0/1 fault"});
     EXPECT_EQ(quality(), Quality::GOOD);
@@ -164,7 +164,7 @@ TEST_F(MissingThings, AVolumeThatTheKernelHasNoLongerEitherIsGoneWithoutEventsOf
     EXPECT_EQ(watcher.kernel.questions, Lines());
 }
 
-TEST_F(MissingThings, AVolumeThatTheKernelStillHasIsUnseenWithoutEventsOfItsPaths) {
+TEST_F(ComparisonMissing, AVolumeThatTheKernelStillHasIsUnseenWithoutEventsOfItsPaths) {
     EXPECT_EQ(watcher.see(WITHOUT_B), Lines{"volume_unseen b 1/1 fault"});
     EXPECT_EQ(quality(), Quality::DOUBTFUL);
     EXPECT_EQ(watcher.comparison.doubt, "not listed, though the kernel has it: b");
@@ -174,7 +174,7 @@ TEST_F(MissingThings, AVolumeThatTheKernelStillHasIsUnseenWithoutEventsOfItsPath
     EXPECT_EQ(quality(), Quality::GOOD);
 }
 
-TEST_F(MissingThings, AnUnseenVolumeIsUnknownAfterSixtySeconds) {
+TEST_F(ComparisonMissing, AnUnseenVolumeIsUnknownAfterSixtySeconds) {
     watcher.see(WITHOUT_B);
     EXPECT_EQ(watcher.seeAfter(50, WITHOUT_B), Lines()); // seen ten seconds before it was missed
     EXPECT_EQ(watcher.seeAfter(1, WITHOUT_B), Lines{"volume_state b ok->unknown 1/1 fault"});
@@ -183,14 +183,14 @@ TEST_F(MissingThings, AnUnseenVolumeIsUnknownAfterSixtySeconds) {
               (Lines{"volume_seen_again b 1/1 fault", "volume_state b unknown->ok 1/1 fault"}));
 }
 
-TEST_F(MissingThings, AnUnseenVolumeThatTheKernelLosesIsGone) {
+TEST_F(ComparisonMissing, AnUnseenVolumeThatTheKernelLosesIsGone) {
     watcher.see(WITHOUT_B);
     watcher.kernel.volumes.erase("dm-b/b");
     EXPECT_EQ(watcher.see(WITHOUT_B), Lines{"volume_gone b ok-> 0/1 fault"});
     EXPECT_EQ(quality(), Quality::GOOD);
 }
 
-TEST_F(MissingThings, AVolumeThatComesBackAppearsAndItsBaselineIsTheOldOne) {
+TEST_F(ComparisonMissing, AVolumeThatComesBackAppearsAndItsBaselineIsTheOldOne) {
     watcher.kernel.volumes.erase("dm-b/b");
     watcher.see({seenVolume("a", {SDB, SDC}), seenVolume("b", {SDD, seenPath("sde", "i2", "p4")})});
     watcher.see(WITHOUT_B);
@@ -200,7 +200,7 @@ TEST_F(MissingThings, AVolumeThatComesBackAppearsAndItsBaselineIsTheOldOne) {
     EXPECT_EQ(watcher.volume("b").paths.size(), 2U);
 }
 
-TEST_F(MissingThings, AStateThatChangedWhileAVolumeWasUnseenIsToldWhenItIsSeenAgain) {
+TEST_F(ComparisonMissing, AStateThatChangedWhileAVolumeWasUnseenIsToldWhenItIsSeenAgain) {
     watcher.see(WITHOUT_B);
     EXPECT_EQ(watcher.see({BOTH[0], seenVolume("b", {failed(SDD)})}),
               (Lines{"volume_seen_again b 0/1 fault", "volume_state b ok->none 0/1 fault"}));
@@ -247,7 +247,7 @@ TEST_F(MissingThings, AClockThatWasSetBackDatesNothingIntoTheFuture) {
 
 // ---- the kernel is no proof of everything
 
-TEST_F(MissingThings, EachMissingThingIsJudgedByItself) {
+TEST_F(ComparisonMissing, EachMissingThingIsJudgedByItself) {
     watcher.kernel.paths.erase("dm-a/sdc");
     watcher.kernel.volumes.erase("dm-b/b");
     watcher.kernel.paths.insert("dm-b/sdd");
@@ -255,7 +255,7 @@ TEST_F(MissingThings, EachMissingThingIsJudgedByItself) {
     EXPECT_EQ(quality(), Quality::DOUBTFUL);
 }
 
-TEST_F(MissingThings, AMapThatTheListingGivesToAnotherVolumeIsNoProofOfTheMissingOne) {
+TEST_F(ComparisonMissing, AMapThatTheListingGivesToAnotherVolumeIsNoProofOfTheMissingOne) {
     SeenVolume other = seenVolume("c", {SDD});
     other.attributes.map = "dm-b";
     // The kernel's name of the map is the new volume's old alias: somebody has swapped them.
@@ -264,7 +264,7 @@ TEST_F(MissingThings, AMapThatTheListingGivesToAnotherVolumeIsNoProofOfTheMissin
     EXPECT_EQ(quality(), Quality::GOOD);
 }
 
-TEST_F(MissingThings, ABlockDeviceThatTheListingGivesToAnotherPathIsNoProofOfTheMissingOne) {
+TEST_F(ComparisonMissing, ABlockDeviceThatTheListingGivesToAnotherPathIsNoProofOfTheMissingOne) {
     SeenPath other = seenPath("sdc", "i2", "p9", "2:0:5:1");
     EXPECT_EQ(watcher.see({seenVolume("a", {SDB, other}), BOTH[1]}),
               (Lines{"path_gone a/sdc ready-> 2/3 fault", "path_appeared a/sdc ->ready 2/3 fault",
@@ -272,7 +272,7 @@ TEST_F(MissingThings, ABlockDeviceThatTheListingGivesToAnotherPathIsNoProofOfThe
     EXPECT_EQ(quality(), Quality::GOOD);
 }
 
-TEST_F(MissingThings, ABlockDeviceThatTheListingGivesToAnotherVolumeIsNoProofOfTheMissingOne) {
+TEST_F(ComparisonMissing, ABlockDeviceThatTheListingGivesToAnotherVolumeIsNoProofOfTheMissingOne) {
     SeenPath other = seenPath("sdc", "i2", "p2", "2:0:0:9");
     EXPECT_EQ(watcher.see({seenVolume("a", {SDB}), seenVolume("b", {SDD, other})}),
               (Lines{"path_gone a/sdc ready-> 1/2 fault", "volume_state a ok->last_path 1/2 fault",
@@ -282,7 +282,7 @@ TEST_F(MissingThings, ABlockDeviceThatTheListingGivesToAnotherVolumeIsNoProofOfT
 
 // ---- a tool that did not end well
 
-TEST_F(MissingThings, AToolThatEndedBadlyAndAKernelThatCannotBeAskedMakeItDoubtful) {
+TEST_F(ComparisonMissing, AToolThatEndedBadlyAndAKernelThatCannotBeAskedMakeItDoubtful) {
     watcher.kernel.is_mute = true;
     watcher.circumstances.tool_was_ended = true;
     EXPECT_EQ(watcher.see({}), (Lines{"volume_unseen a 2/2 fault", "volume_unseen b 1/1 fault"}));
@@ -290,28 +290,28 @@ TEST_F(MissingThings, AToolThatEndedBadlyAndAKernelThatCannotBeAskedMakeItDoubtf
     EXPECT_EQ(watcher.comparison.doubt, "not listed, and the kernel cannot be asked: a, b");
 }
 
-TEST_F(MissingThings, AToolThatEndedWellIsBelievedWhereTheKernelCannotBeAsked) {
+TEST_F(ComparisonMissing, AToolThatEndedWellIsBelievedWhereTheKernelCannotBeAsked) {
     watcher.kernel.is_mute = true;
     EXPECT_EQ(watcher.see(WITHOUT_SDC),
               (Lines{"path_gone a/sdc ready-> 1/2 fault", "volume_state a ok->last_path 1/2 fault"}));
     EXPECT_EQ(quality(), Quality::GOOD);
 }
 
-TEST_F(MissingThings, AToolThatEndedBadlyIsGoodWhereNothingIsMissing) {
+TEST_F(ComparisonMissing, AToolThatEndedBadlyIsGoodWhereNothingIsMissing) {
     watcher.circumstances.tool_was_ended = true;
     EXPECT_EQ(watcher.see({seenVolume("a", {SDB, failed(SDC)}), BOTH[1]}).size(), 3U);
     EXPECT_EQ(quality(), Quality::GOOD);
     EXPECT_EQ(watcher.kernel.questions, Lines());
 }
 
-TEST_F(MissingThings, AToolThatEndedBadlyIsBelievedWhereTheKernelAgrees) {
+TEST_F(ComparisonMissing, AToolThatEndedBadlyIsBelievedWhereTheKernelAgrees) {
     watcher.circumstances.tool_was_ended = true;
     watcher.kernel.volumes.clear();
     EXPECT_EQ(watcher.see({}), (Lines{"volume_gone a ok-> 0/2 fault", "volume_gone b ok-> 0/1 fault"}));
     EXPECT_EQ(quality(), Quality::GOOD);
 }
 
-TEST_F(MissingThings, AppearancesAndChangesOfWhatWasListedCountInADoubtfulObservationToo) {
+TEST_F(ComparisonMissing, AppearancesAndChangesOfWhatWasListedCountInADoubtfulObservationToo) {
     EXPECT_EQ(watcher.see({seenVolume("a", {failed(SDB)}), seenVolume("c", {seenPath("sdf", "i1", "p7")})}),
               (Lines{"volume_unseen b 1/1 fault", "path_checker_state a/sdb ready->faulty 1/2 fault",
                      "path_dm_state a/sdb active->failed 1/2 fault", "path_unseen a/sdc 1/2 fault",
@@ -319,7 +319,7 @@ TEST_F(MissingThings, AppearancesAndChangesOfWhatWasListedCountInADoubtfulObserv
     EXPECT_EQ(quality(), Quality::DOUBTFUL);
 }
 
-TEST_F(MissingThings, ManyMissingThingsAreCountedNotAllNamed) {
+TEST_F(ComparisonMissing, ManyMissingThingsAreCountedNotAllNamed) {
     SeenTopology topology;
     for (int i = 0; i < 500; ++i) {
         topology.push_back(seenVolume("v" + std::to_string(i), {seenPath("x" + std::to_string(i))}));

@@ -12,7 +12,7 @@ using namespace dravik;
 
 namespace {
 
-class InitiatorNames : public testing::Test {
+class InitiatorsOfHosts : public testing::Test {
   protected:
     // The initiator of a path of this name and address, by the initiators of one observation.
     std::string of(const std::string &name, const std::string &address) {
@@ -32,7 +32,7 @@ class InitiatorNames : public testing::Test {
 
 } // namespace
 
-TEST_F(InitiatorNames, AFibreChannelHostIsKnownByItsPortName) {
+TEST_F(InitiatorsOfHosts, AFibreChannelHostIsKnownByItsPortName) {
     kernel.write("/sys/class/fc_host/host1/port_name", "0x10000090fa000001\n");
     kernel.write("/sys/class/fc_host/host12/port_name", "0x10000090fa000012\n");
     EXPECT_EQ(of("sdb", "1:0:0:1"), "0x10000090fa000001");
@@ -40,14 +40,14 @@ TEST_F(InitiatorNames, AFibreChannelHostIsKnownByItsPortName) {
     EXPECT_EQ(of("sdd", "1:0:1:1"), "0x10000090fa000001");
 }
 
-TEST_F(InitiatorNames, AnIscsiHostIsKnownByItsSessionsInitiator) {
+TEST_F(InitiatorsOfHosts, AnIscsiHostIsKnownByItsSessionsInitiator) {
     session("1", "host3", "iqn.1994-05.com.example:one");
     session("2", "host30", "iqn.1994-05.com.example:two");
     EXPECT_EQ(of("sdb", "3:0:0:1"), "iqn.1994-05.com.example:one");
     EXPECT_EQ(of("sdc", "30:0:0:1"), "iqn.1994-05.com.example:two");
 }
 
-TEST_F(InitiatorNames, AnNvmePathIsKnownByItsHostsQualifiedName) {
+TEST_F(InitiatorsOfHosts, AnNvmePathIsKnownByItsHostsQualifiedName) {
     kernel.write("/sys/class/nvme/nvme0/hostnqn", "nqn.2014-08.org.nvmexpress:uuid:1\n");
     kernel.write("/sys/class/nvme/nvme10/hostnqn", "nqn.2014-08.org.nvmexpress:uuid:2\n");
     EXPECT_EQ(of("nvme0n1", "0:1:1:1"), "nqn.2014-08.org.nvmexpress:uuid:1");
@@ -55,13 +55,13 @@ TEST_F(InitiatorNames, AnNvmePathIsKnownByItsHostsQualifiedName) {
     EXPECT_EQ(of("nvme10c1n3", "10:1:1:3"), "nqn.2014-08.org.nvmexpress:uuid:2");
 }
 
-TEST_F(InitiatorNames, AHostWithoutANameIsKnownByItsNumber) {
+TEST_F(InitiatorsOfHosts, AHostWithoutANameIsKnownByItsNumber) {
     EXPECT_EQ(of("sdb", "5:0:0:1"), "host5");
     EXPECT_EQ(of("xba", "1:0:0:1"), "host1");
     EXPECT_EQ(of("nvme4n1", "4:1:1:1"), "host4");
 }
 
-TEST_F(InitiatorNames, AnEmptyNameIsNone) {
+TEST_F(InitiatorsOfHosts, AnEmptyNameIsNone) {
     kernel.write("/sys/class/fc_host/host1/port_name", "\n");
     session("1", "host3", "");
     kernel.write("/sys/class/nvme/nvme0/hostnqn", "");
@@ -70,13 +70,13 @@ TEST_F(InitiatorNames, AnEmptyNameIsNone) {
     EXPECT_EQ(of("nvme0n1", "0:1:1:1"), "host0");
 }
 
-TEST_F(InitiatorNames, APathWithoutAnAddressHasNone) {
+TEST_F(InitiatorsOfHosts, APathWithoutAnAddressHasNone) {
     for (const char *address : {"", "#:#:#:#", "x:0:0:1", ":0:0:1", "-1:0:0:1", "99999999999:0:0:1"}) {
         EXPECT_EQ(of("sdb", address), "") << address;
     }
 }
 
-TEST_F(InitiatorNames, EachPortIsLookedAtOnceAnObservation) {
+TEST_F(InitiatorsOfHosts, EachPortIsLookedAtOnceAnObservation) {
     kernel.write("/sys/class/fc_host/host1/port_name", "0x10000090fa000001\n");
     session("1", "host3", "iqn.1994-05.com.example:one");
     EXPECT_EQ(of("sdb", "1:0:0:1"), "0x10000090fa000001");

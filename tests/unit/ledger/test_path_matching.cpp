@@ -216,7 +216,7 @@ TEST(PathMatching, OfAnyTwoListsIsWhatASlowSearchFinds) {
 
 // ---- keys
 
-TEST(PathKeys, TheSameKeyHasTheSameInitiatorTargetPortAndLunWhateverItsTwin) {
+TEST(PathMatchingKeys, TheSameKeyHasTheSameInitiatorTargetPortAndLunWhateverItsTwin) {
     EXPECT_TRUE(sameKey({"i", "p", "1", 0}, {"i", "p", "1", 7}));
     EXPECT_FALSE(sameKey({"i", "p", "1", 0}, {"j", "p", "1", 0}));
     EXPECT_FALSE(sameKey({"i", "p", "1", 0}, {"i", "q", "1", 0}));
@@ -224,7 +224,7 @@ TEST(PathKeys, TheSameKeyHasTheSameInitiatorTargetPortAndLunWhateverItsTwin) {
     EXPECT_FALSE(sameKey({"ip", "", "1", 0}, {"i", "p", "1", 0}));
 }
 
-TEST(PathKeys, ASetOfThemTellsTwinsApart) {
+TEST(PathMatchingKeys, ASetOfThemTellsTwinsApart) {
     PathKeySet keys;
     EXPECT_FALSE(keys.has({"i", "p", "1", 0}));
     EXPECT_TRUE(keys.add({"i", "p", "1", 0}));
@@ -236,7 +236,7 @@ TEST(PathKeys, ASetOfThemTellsTwinsApart) {
     EXPECT_FALSE(keys.has({"ip", "1", "", 0}));
 }
 
-TEST(PathKeys, AFreeTwinIsOneMoreThanTheLargestThereIs) {
+TEST(PathMatchingKeys, AFreeTwinIsOneMoreThanTheLargestThereIs) {
     PathKeySet keys;
     EXPECT_EQ(keys.freeTwin({"i", "p", "1", 0}), 0);
     keys.add({"i", "p", "1", 0});

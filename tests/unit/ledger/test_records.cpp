@@ -9,7 +9,7 @@
 
 using namespace dravik;
 
-TEST(LedgerRecords, EveryQualityHasItsWordAndComesBackFromIt) {
+TEST(Records, EveryQualityHasItsWordAndComesBackFromIt) {
     const std::vector<std::pair<Quality, std::string>> words = {{Quality::GOOD, "good"},
                                                                 {Quality::DOUBTFUL, "doubtful"},
                                                                 {Quality::FAILED, "failed"},
@@ -20,13 +20,13 @@ TEST(LedgerRecords, EveryQualityHasItsWordAndComesBackFromIt) {
     }
 }
 
-TEST(LedgerRecords, AnyOtherWordIsNoObservationAtAll) {
+TEST(Records, AnyOtherWordIsNoObservationAtAll) {
     for (const char *word : {"", "GOOD", "good ", "fine"}) {
         EXPECT_EQ(qualityOfWord(word), Quality::NEVER) << word;
     }
 }
 
-TEST(LedgerRecords, ARecordThatNothingHasBeenPutIntoClaimsNothing) {
+TEST(Records, ARecordThatNothingHasBeenPutIntoClaimsNothing) {
     EXPECT_EQ(Observation().quality, Quality::NEVER);
     EXPECT_EQ(Observation().time, 0);
     EXPECT_EQ(KnownPath().id, 0);

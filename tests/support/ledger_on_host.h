@@ -53,7 +53,7 @@ class LedgerOnHost : public testing::Test {
         at.is_first = observation.quality == dravik::Quality::NEVER;
         at.operations = dravik::loadOperations(database.get(), observation.time, time);
         dravik::Comparison compared = dravik::compareTopologies(seen, at, kernel.kernel(), &known);
-        observation = {compared.quality, compared.missing, time, 12, 31, 0, 0, "boot-1", time};
+        observation = {compared.quality, compared.doubt, time, 12, 31, 0, 0, "boot-1", time};
         observation.volumes = static_cast<int64_t>(seen.size());
         for (const dravik::SeenVolume &volume : seen) {
             observation.paths += static_cast<int64_t>(volume.paths.size());

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include "commands/conf_backup.h"
 #include "tests/support/command_lines.h"
 #include "tests/support/fake_host.h"
 
@@ -31,10 +32,18 @@ TEST(Restart, ASysVHostHasItsOwnTool) {
     EXPECT_EQ((Calls{SYSV_STATUS, "service dravikd reload"}), host.calls);
 }
 
-TEST(Restart, AFailedRestartRestoresTheConfigurationsBackup) {
+TEST(Restart, AFailedRestartLeavesTheConfigurationAsItIsBecauseItHasMadeNoBackupOfIt) {
     FakeHost host;
+    host.etc.clear();
+    backupConfFile(); // without a file there is no backup, as at the start of a process
+    host.calls.clear();
+    host.etc["/etc/velomux.conf.bk"] = {true, "an older one", 0600, 0, 0};
     host.becomeRhel6();
     host.answer("service dravikd start", "", NOT_STARTED);
     EXPECT_EQ(&EC_exe_cmd_failed, restart());
-    EXPECT_EQ((Calls{SYSV_STATUS, "service dravikd start", ROLL_BACK}), host.calls);
+    EXPECT_EQ((Calls{SYSV_STATUS, "service dravikd start"}), host.calls);
+    EXPECT_EQ(
+        host.dumps.commandLogLines().back(),
+        "ERROR rollBackConfFile # Not rolled back: this command has made no backup of /etc/velomux.conf, "
+        "which stays as it is.");
 }

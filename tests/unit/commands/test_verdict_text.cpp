@@ -46,7 +46,7 @@ class VerdictText : public testing::Test {
         return volumes;
     }
     std::string line() const {
-        return verdictLine(view, all());
+        return verdictLine(view, verdictOver(view, all()));
     }
     LedgerView view;
 };
@@ -86,22 +86,22 @@ TEST_F(VerdictText, TheLineCountsTheVolumesOfEachStateTheWorstFirst) {
 TEST_F(VerdictText, OnlyTheVolumesThatAreGivenCount) {
     add(2, 1);
     add(2, 2);
-    EXPECT_EQ(verdictLine(view, {&view.volumes[1]}),
+    EXPECT_EQ(verdictLine(view, verdictOver(view, {&view.volumes[1]})),
               "OK - 1 of 1 volumes ok | volumes=1 ok=1 degraded=0 last_path=0 none=0 paths=2 "
               "paths_working=2 observation_age=4s");
-    EXPECT_EQ(verdictOver(view, {&view.volumes[1]}), VolumeState::OK);
-    EXPECT_EQ(verdictOver(view, all()), VolumeState::LAST_PATH);
-    EXPECT_EQ(verdictOver(view, {}), VolumeState::OK);
+    EXPECT_EQ(verdictOver(view, {&view.volumes[1]}).state, VolumeState::OK);
+    EXPECT_EQ(verdictOver(view, all()).state, VolumeState::LAST_PATH);
+    EXPECT_EQ(verdictOver(view, {}).state, VolumeState::OK);
 }
 
 TEST_F(VerdictText, AStaleViewIsUnknownWhateverItsVolumesAre) {
     add(2, 1);
     view.observation.time = view.observation.seen = NOW - 60000;
-    EXPECT_EQ(verdictOver(view, all()), VolumeState::LAST_PATH);
+    EXPECT_EQ(verdictOver(view, all()).state, VolumeState::LAST_PATH);
     view.observation.time = view.observation.seen = NOW - 60001;
     view.age = 60001;
-    EXPECT_EQ(verdictOver(view, all()), VolumeState::UNKNOWN);
-    EXPECT_EQ(verdictOver(view, {}), VolumeState::UNKNOWN);
+    EXPECT_EQ(verdictOver(view, all()).state, VolumeState::UNKNOWN);
+    EXPECT_EQ(verdictOver(view, {}).state, VolumeState::UNKNOWN);
     EXPECT_EQ(line(), "UNKNOWN - nothing observed since 2026-11-21 03:11:41, 60 s ago: dravik-monitor has "
                       "written nothing since then; is it running? | volumes=1 ok=0 degraded=0 last_path=0 "
                       "none=0 paths=2 paths_working=1 observation_age=60s");
@@ -126,7 +126,7 @@ TEST_F(VerdictText, TheCountsAsStructuredData) {
     add(2, 1);
     add(2, 0);
     add(2, 2, Presence::UNSEEN);
-    EXPECT_EQ(countsJson(countVerdict(view, all())).line(),
+    EXPECT_EQ(countsJson(verdictOver(view, all()).counts).line(),
               R"({"volumes":5,"ok":1,"degraded":1,"last_path":1,"none":1,"unknown":1,"paths":11,)"
               R"("paths_working":7})");
 }

@@ -208,7 +208,7 @@ TEST_F(ComparisonMissing, AStateThatChangedWhileAVolumeWasUnseenIsToldWhenItIsSe
 
 // ---- after a pause in which nothing was observed
 
-TEST_F(MissingThings, SixtySecondsCountFromTheObservationThatSawItLastAfterAPauseToo) {
+TEST_F(ComparisonMissing, SixtySecondsCountFromTheObservationThatSawItLastAfterAPauseToo) {
     const Milliseconds seen = watcher.circumstances.time;
     EXPECT_EQ(watcher.seeAfter(3600, WITHOUT_SDC),
               (Lines{"path_unseen a/sdc 2/2 fault", "volume_state a ok->unknown 2/2 fault"}));
@@ -217,19 +217,19 @@ TEST_F(MissingThings, SixtySecondsCountFromTheObservationThatSawItLastAfterAPaus
               (Lines{"path_seen_again a/sdc 2/2 fault", "volume_state a unknown->ok 2/2 fault"}));
 }
 
-TEST_F(MissingThings, AVolumeThatIsUnseenAfterAPauseIsUnknownAtOnce) {
+TEST_F(ComparisonMissing, AVolumeThatIsUnseenAfterAPauseIsUnknownAtOnce) {
     const Milliseconds seen = watcher.circumstances.time;
     EXPECT_EQ(watcher.seeAfter(61, WITHOUT_B),
               (Lines{"volume_unseen b 1/1 fault", "volume_state b ok->unknown 1/1 fault"}));
     EXPECT_EQ(watcher.volume("b").unseen_since, seen);
 }
 
-TEST_F(MissingThings, AfterAPauseOfSixtySecondsItCountsAsItWasLastKnown) {
+TEST_F(ComparisonMissing, AfterAPauseOfSixtySecondsItCountsAsItWasLastKnown) {
     EXPECT_EQ(watcher.seeAfter(60, WITHOUT_SDC), Lines{"path_unseen a/sdc 2/2 fault"});
     EXPECT_EQ(watcher.state("a"), "ok");
 }
 
-TEST_F(MissingThings, APathThatIsMissingWhenItsUnseenVolumeIsSeenAgainWasLastSeenWithIt) {
+TEST_F(ComparisonMissing, APathThatIsMissingWhenItsUnseenVolumeIsSeenAgainWasLastSeenWithIt) {
     const Milliseconds seen = watcher.circumstances.time;
     watcher.see({BOTH[1]});
     watcher.see({BOTH[1]});
@@ -238,7 +238,7 @@ TEST_F(MissingThings, APathThatIsMissingWhenItsUnseenVolumeIsSeenAgainWasLastSee
     EXPECT_EQ(sdc().unseen_since, seen);
 }
 
-TEST_F(MissingThings, AClockThatWasSetBackDatesNothingIntoTheFuture) {
+TEST_F(ComparisonMissing, AClockThatWasSetBackDatesNothingIntoTheFuture) {
     watcher.seeAfter(-3600, WITHOUT_SDC);
     EXPECT_EQ(sdc().unseen_since, watcher.circumstances.time);
     watcher.seeAfter(61, WITHOUT_SDC);
@@ -319,7 +319,7 @@ TEST_F(ComparisonMissing, AppearancesAndChangesOfWhatWasListedCountInADoubtfulOb
     EXPECT_EQ(quality(), Quality::DOUBTFUL);
 }
 
-TEST_F(ComparisonMissing, ManyMissingThingsAreCountedNotAllNamed) {
+TEST_F(ComparisonMissing, ManyComparisonMissingAreCountedNotAllNamed) {
     SeenTopology topology;
     for (int i = 0; i < 500; ++i) {
         topology.push_back(seenVolume("v" + std::to_string(i), {seenPath("x" + std::to_string(i))}));

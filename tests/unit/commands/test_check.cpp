@@ -60,7 +60,7 @@ TEST_F(Check, AVolumeThatIsUnseenForLongIsUnknownAndADoubtfulObservationSaysWhy)
     observe({}, NOW - 4000);
     EXPECT_EQ(check(), "UNKNOWN - 1 of 1 volumes unknown | volumes=1 ok=0 degraded=0 last_path=0 none=0 "
                        "paths=2 paths_working=2 observation_age=4s\n"
-                       "the last observation is doubtful: fine\n"
+                       "the last observation is doubtful: not listed, though the kernel has it: fine\n"
                        "fine  unknown     2 of 2 work; not seen since 03:11; survives: path, initiator, "
                        "target port\n[3]\n");
 }

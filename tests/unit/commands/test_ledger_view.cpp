@@ -104,7 +104,8 @@ TEST_F(LedgerViewRead, WhatIsToBeSaidOfTheLastObservationIsWhyItIsNoGoodOne) {
     observe({okVolume()}, NOW - 10000);
     EXPECT_EQ(qualityText(read()), "");
     observe({}, NOW - 5000);
-    EXPECT_EQ(qualityText(read()), "the last observation is doubtful: fine");
+    EXPECT_EQ(qualityText(read()),
+              "the last observation is doubtful: not listed, though the kernel has it: fine");
     failToObserve("memory ran out", NOW - 1000);
     EXPECT_EQ(qualityText(read()), "the last observation failed: memory ran out");
     EXPECT_EQ(observationJson(read()).line(),

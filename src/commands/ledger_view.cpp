@@ -111,6 +111,10 @@ int failOwnCommand(const char *command, const std::string &problem, bool json, i
     return status;
 }
 
+VdiskNames::VdiskNames() {
+    forgetVdiskTree();
+}
+
 std::string
 VdiskNames::of(const std::string &wwid) const { // NOLINT(readability-convert-member-functions-to-static)
     VdiskTree *tree = nullptr;

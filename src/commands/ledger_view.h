@@ -56,9 +56,11 @@ Json observationJson(const LedgerView &view);
 // document with it as "error" on standard output. `status` comes back.
 int failOwnCommand(const char *command, const std::string &problem, bool json, int status);
 
-// The names that the array has for the volumes, by WWID, from the name cache; a missing or damaged one knows none.
+// The names that the array has for the volumes, by WWID, from the name cache as it is when this is made; a missing or
+// damaged one knows none. One at a time.
 class VdiskNames {
   public:
+    VdiskNames();
     std::string of(const std::string &wwid) const;
 };
 

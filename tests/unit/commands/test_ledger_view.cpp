@@ -128,7 +128,6 @@ TEST_F(LedgerViewRead, TheArraysNamesAreThoseOfTheCacheAMissingOrDamagedOneKnows
     host.dumps.write("storage_config.json", R"({"disk": [{"wwid": "36a", "vdisk_name": "vol_a"}]})");
     EXPECT_EQ(VdiskNames().of("36a"), "vol_a");
     EXPECT_EQ(VdiskNames().of("36b"), "");
-    forgetVdiskTree();
     host.dumps.write("storage_config.json", R"({"disk": [{"wwid": "36a", "vdisk_)");
     EXPECT_EQ(VdiskNames().of("36a"), "");
 }

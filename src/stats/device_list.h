@@ -18,7 +18,7 @@ extern s_dev_list *st_dev_list;
 extern int dlist_idx;
 
 // Allocates an empty list for `count` entries and the one that presave_device_list may add, releasing an older
-// one. Allocation failure: perror("malloc"), exit status 4.
+// one. Allocation failure: perror("malloc"), EXIT_NO_MEMORY (common/exit_status.h).
 void salloc_dev_list(int count);
 
 // Releases the list.

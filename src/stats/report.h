@@ -14,6 +14,6 @@
 //   with `group_total_only`     one that is no group
 // Before a "dm-" device's row there is an empty line, except before the first entry's, and after it the line
 // "Path:". There are no rows when the list is empty or the counters come from sysfs; that is intended.
-// `width` is the width of the name column. When standard output cannot be written to: perror("stdout"), exit
-// status 6.
+// `width` is the width of the name column. When standard output cannot be written to: perror("stdout"),
+// EXIT_NO_OUTPUT (common/exit_status.h).
 void write_stats(int slot_of_sample, const struct tm *tm, int width);

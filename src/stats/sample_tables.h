@@ -53,8 +53,8 @@ extern char st_group_name[DEVICE_NAME_SIZE];
 //   it has none, or `partitions` is set without      one for each device under /sys/block, has_sysfs; with
 //   `all_partitions`                                 `partitions` for each partition too
 // In both cases 4 more, and group_nr more. Devices that come later than that are not sampled.
-// No device found: "Cannot find disk data\n" on standard error, exit status 2. Allocation failure:
-// perror("malloc"), exit status 4.
+// No device found: "Cannot find disk data\n" on standard error, EXIT_NO_DISKS. Allocation failure:
+// perror("malloc"), EXIT_NO_MEMORY (common/exit_status.h).
 void io_sys_init();
 
 // Releases the CPU, counter and header tables.

@@ -109,7 +109,8 @@ function pathEntries(name,    device) {
     node("dev/" name, "dm-" dm " " name)
     folder("sys/block/" name)
     file("sys/block/" name "/stat", NO_IO)
-    symlink("sys/block/dm-" dm "/slaves/" name, "../../" name)
+    if (mapped)
+        symlink("sys/block/dm-" dm "/slaves/" name, "../../" name)
     folder(device)
     if (transport ~ /^nvme/) {
         file(device "/transport", substr(transport, 6) "\n")
@@ -147,6 +148,7 @@ isVolume() {
     tree = value("tree")
     wwid = value("wwid")
     lun = value("lun")
+    mapped = $1 == "volume" # a flushed map has no folder to hold its paths
     skipped = (only != "" && !(dm in chosen)) || ($1 == "unmapped" && make)
     if (skipped)
         next

@@ -33,8 +33,6 @@ offline() { ledger "SELECT name || ' ' || offline_by FROM paths WHERE NOT workin
 
 quietly() { in_host "$@" >"$BATS_TEST_TMPDIR/out"; }
 
-setup() { command -v sqlite3 >/dev/null || skip "no sqlite3 to read the ledger with"; }
-
 @test "a path that setstate takes offline is an operator's work, in every event, until it is back" {
     watched_host
     seen

@@ -326,11 +326,11 @@ modules() {
     done
 }
 
-# module_of FOLDER/NAME: the module whose test file bears this name, alone or with an aspect behind it, as
+# module_of FOLDER/NAME: the one of MODULES whose test file bears this name, alone or with an aspect behind it, as
 # topology/listing_hostile does.
 module_of() {
     local name=$1
-    while ! modules | grep -qxF "$name"; do
+    while ! grep -qxF "$name" <<<"$MODULES"; do
         [[ $name == *_* ]] || return 1
         name=${name%_*}
     done
@@ -343,9 +343,11 @@ unit_tests() {
 }
 
 @test "every module has its unit tests in the file of its name, and every such file is a module's" {
-    local name missing='' strange=''
-    for name in $(modules); do
-        unit_tests | grep -qxF "$name" || missing+="$name "
+    local MODULES name tests missing='' strange=''
+    MODULES=$(modules)
+    tests=$(unit_tests)
+    for name in $MODULES; do
+        grep -qxF "$name" <<<"$tests" || missing+="$name "
     done
     same "" "$missing"
     for name in $(unit_tests); do
@@ -355,7 +357,8 @@ unit_tests() {
 }
 
 @test "a suite of unit tests bears the name of its module" {
-    local name suite module bad='' count=0
+    local MODULES name suite module bad='' count=0
+    MODULES=$(modules)
     for name in $(unit_tests); do
         module=$(module_of "$name")
         module=${module#*/}
@@ -367,5 +370,5 @@ unit_tests() {
             "$REPO/tests/unit/${name%/*}/test_${name#*/}.cpp" | sort -u)
     done
     same "" "$bad"
-    ((count >= $(modules | wc -l)))
+    ((count >= $(wc -l <<<"$MODULES")))
 }

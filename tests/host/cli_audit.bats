@@ -59,7 +59,7 @@ END
         "$(sed -n 3p "$BATS_TEST_TMPDIR/lines")"
 }
 
-@test "a command that is interrupted leaves its line" {
+@test "a command that is interrupted ends what it has begun, says so in its line, and dies of the signal" {
     make_host
     sim tool systemctl hang
     in_host dravik stop >"$BATS_TEST_TMPDIR/out" 2>"$BATS_TEST_TMPDIR/err" 3>&- &
@@ -69,16 +69,20 @@ END
         ((++waited < 200))
     done
     read -r pid <"$HOST/run/dravik.lock"
-    children=$(descendants "$pid")
     kill -TERM "$pid"
-    wait "$command" || ended=$?
-    same 143 "$ended"
+    sleep 0.3
+    kill -0 "$pid" # the service tool is still at work
+    children=$(descendants "$pid")
+    # What was ended with the command is run once more, to its end.
+    sim tool systemctl ok
     # shellcheck disable=SC2086 # numbers
     kill $children
+    wait "$command" || ended=$?
+    same 143 "$ended"
     expect_text audit_lines <<'END'
-INFO  audit user root ran [dravik stop]: ended by signal 15
+INFO  audit user root ran [dravik stop]: interrupted by signal 15, Command executed successfully.
 END
-    same "" "$(cat "$BATS_TEST_TMPDIR/out")"
+    same "$(result 'Command executed successfully.')" "$(cat "$BATS_TEST_TMPDIR/out")"
 }
 
 @test "the line is written before the result is printed" {

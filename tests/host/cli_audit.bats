@@ -3,6 +3,7 @@
 
 bats_require_minimum_version 1.5.0
 load ../support/simulated_host
+load ../support/admin_commands
 
 @test "a changing command leaves one line with user, command line and result, a reading one leaves none" {
     make_host
@@ -82,7 +83,7 @@ END
     expect_text audit_lines <<'END'
 INFO  audit user root ran [dravik stop]: interrupted by signal 15, Command executed successfully.
 END
-    same "$(result 'Command executed successfully.')" "$(cat "$BATS_TEST_TMPDIR/out")"
+    same "$DONE" "$(cat "$BATS_TEST_TMPDIR/out")"
 }
 
 @test "the line is written before the result is printed" {

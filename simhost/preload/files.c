@@ -22,8 +22,9 @@ typedef FILE *(*fopen_type)(const char *restrict, const char *restrict);
 
 static bool realProc;
 
+/* The environment does not tell: the programs hand on none of it. */
 __attribute__((constructor(103))) static void readRealProc(void) {
-    realProc = getenv("SIMHOST_REAL_PROC") != NULL;
+    realProc = access(SIM_DIR "/proc/stat", F_OK) == 0;
 }
 
 static bool beginsWith(const char *text, const char *prefix) {

@@ -43,8 +43,9 @@ renderListing() {
 # half of one.
 moveCounters() {
     local proc=$HOST/proc sysfs=${2:-1} columns name
-    # Inside, with the real /proc in its place, the simulated files lie elsewhere.
-    if [[ ! $HOST && ${SIMHOST_REAL_PROC-} ]]; then proc=/sim/proc; fi
+    # Inside, with the real /proc in its place, the simulated files lie elsewhere. The environment does not tell: the
+    # programs hand on none of it.
+    if [[ ! $HOST && -e /sim/proc/stat ]]; then proc=/sim/proc; fi
     columns=$(<"$SIM/diskstats_columns")
     # New device folders came with counters at zero, in eleven columns.
     if [[ ${treeMade-} ]]; then

@@ -18,12 +18,7 @@ ToolOutcome runTool(s_dravik *topology) {
     const Milliseconds begun = nowMs();
     setChildDeadline(TOOL_DEADLINE_SECONDS, nullptr);
     const s_ecItems *query = queryDravikInfo(topology);
-    const ChildEnd &tool = lastToolEnd();
-    ToolOutcome outcome;
-    outcome.failure = failureOfQuery(query, TOOL_DEADLINE_SECONDS);
-    outcome.exit_status = tool.exit_status;
-    outcome.signal_number = tool.signal_number;
-    outcome.tool_ms = tool.duration_ms;
+    ToolOutcome outcome = outcomeOf(lastToolEnd(), failureOfQuery(query, TOOL_DEADLINE_SECONDS));
     outcome.duration_ms = nowMs() - begun;
     setChildDeadline(0, nullptr);
     return outcome;

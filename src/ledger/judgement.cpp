@@ -45,6 +45,15 @@ void countSeen(const SeenTopology &seen, Observation *observation) {
 
 } // namespace
 
+ToolOutcome outcomeOf(const ChildEnd &tool, std::string failure) {
+    ToolOutcome outcome;
+    outcome.failure = std::move(failure);
+    outcome.exit_status = tool.exit_status;
+    outcome.signal_number = tool.signal_number;
+    outcome.tool_ms = tool.duration_ms;
+    return outcome;
+}
+
 std::string howToolEnded(const ToolOutcome &outcome) {
     if (outcome.signal_number != 0) {
         return "the multipath tool was ended by signal " + std::to_string(outcome.signal_number);

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "common/capture.h"
 #include "ledger/records.h"
 #include "struct/s_dravik.h"
 
@@ -19,6 +20,9 @@ struct ToolOutcome {
     int64_t duration_ms = 0; // of the whole observation, the tool included
     int64_t age_ms = 0;      // since it was begun
 };
+
+// The outcome of the tool that ended as `tool` says, without the durations of the observation. `failure` as there.
+ToolOutcome outcomeOf(const ChildEnd &tool, std::string failure);
 
 // How a tool that did not end well did end, in words; empty when it did.
 std::string howToolEnded(const ToolOutcome &outcome);

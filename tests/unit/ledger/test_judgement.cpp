@@ -65,6 +65,16 @@ ToolOutcome endedBy(int exit_status, int signal_number) {
 
 } // namespace
 
+TEST_F(JudgementOfTopology, AnOutcomeHoldsHowTheToolEndedAndWhatWentWrong) {
+    const dravik::ToolOutcome outcome = dravik::outcomeOf({true, false, 9, 3, 41}, "memory ran out");
+    EXPECT_EQ(outcome.failure, "memory ran out");
+    EXPECT_EQ(outcome.signal_number, 9);
+    EXPECT_EQ(outcome.exit_status, 3);
+    EXPECT_EQ(outcome.tool_ms, 41);
+    EXPECT_EQ(outcome.duration_ms, 0);
+    EXPECT_EQ(outcome.age_ms, 0);
+}
+
 TEST_F(JudgementOfTopology, AToolThatDidNotEndWellIsTold) {
     EXPECT_EQ(howToolEnded(endedBy(0, 0)), "");
     EXPECT_EQ(howToolEnded(endedBy(3, 0)), "the multipath tool exited with status 3");

@@ -11,6 +11,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "common/callers_folder.h"
+
 namespace {
 
 void openStandardDescriptors() {
@@ -74,6 +76,7 @@ void resetProcess() {
     liftLimit(RLIMIT_FSIZE);
     liftLimit(RLIMIT_CPU);
     umask(umask(0) | S_IWGRP | S_IWOTH);
+    dravik::rememberCallersFolder();
     if (chdir("/") != 0) {
         // No process lacks its root; the folder stays what it was.
     }

@@ -11,7 +11,8 @@ constexpr char SYSTEM_PATH[] = "/usr/sbin:/usr/bin:/sbin:/bin";
 //     past a limit fails instead of ending the process
 //   - no limit of file size or processor time, as far as the process may lift it
 //   - files are created without write permission for group and others
-//   - the working folder is "/": one that has been removed makes shells complain into their output
+//   - the working folder is "/": one that has been removed makes shells complain into their output. The caller's is
+//     remembered for names that he gives (common/callers_folder.h)
 //   - the environment holds SYSTEM_PATH as PATH, LC_ALL=C (children's output is read by its words and columns) and,
 //     where they were set:
 //       DRAVIK_CLI_DEBUG                       the log's debug lines

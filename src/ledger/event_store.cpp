@@ -23,6 +23,17 @@ void countKind(Database *database, const std::string &kind, int64_t count) {
         .runOnce();
 }
 
+void countOperation(Database *database, const Operation &operation) {
+    Statement(database, "INSERT OR IGNORE INTO operation_count (command, code, count) VALUES (?1, ?2, 0)")
+        .bind(1, operation.command)
+        .bind(2, operation.code)
+        .runOnce();
+    Statement(database, "UPDATE operation_count SET count = count + 1 WHERE command = ?1 AND code = ?2")
+        .bind(1, operation.command)
+        .bind(2, operation.code)
+        .runOnce();
+}
+
 void bindEvent(Statement *statement, const Event &event) {
     statement->bind(1, event.incident)
         .bind(2, event.time)
@@ -119,6 +130,16 @@ void trimEvents(Database *database, int64_t at_most) {
     }
 }
 
+void trimOperations(Database *database, int64_t at_most) {
+    const int64_t count = database->number("SELECT coalesce(max(id) - min(id) + 1, 0) FROM operations");
+    if (count > at_most) {
+        Statement(database,
+                  "DELETE FROM operations WHERE id IN (SELECT id FROM operations ORDER BY id LIMIT ?1)")
+            .bind(1, std::min(count - at_most, TRIM_STEP))
+            .runOnce();
+    }
+}
+
 void forEachEvent(Database *database, const EventFilter &filter, const std::function<void(Event &&)> &take) {
     Statement row(
         database,
@@ -166,6 +187,7 @@ void endOperation(Database *database, const Operation &operation, const std::str
         .bind(2, operation.ended)
         .bind(3, operation.code)
         .runOnce();
+    countOperation(database, operation);
     Event event;
     event.time = operation.ended;
     event.boot_id = boot_id;

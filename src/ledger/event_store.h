@@ -9,16 +9,18 @@
 
 namespace dravik {
 
-// More events than this are not kept; the oldest go in small steps.
+// More events and operations than this are not kept; the oldest go in small steps. Their counts stay.
 constexpr int64_t MAX_EVENTS = 1000000;
+constexpr int64_t MAX_OPERATIONS = 100000;
 
 // All of them throw SqliteError.
 
 // Numbers the events and their incidents and writes them, as those of one observation.
 void saveEvents(Database *database, std::vector<Event> *events);
 
-// Takes the oldest events away, a few at a time, while there are too many.
+// Takes the oldest events, or operations, away, a few at a time, while there are too many.
 void trimEvents(Database *database, int64_t at_most);
+void trimOperations(Database *database, int64_t at_most);
 
 // Which events are wanted; an empty text and a 0 ask for nothing.
 struct EventFilter {
@@ -35,7 +37,7 @@ void forEachEvent(Database *database, const EventFilter &filter, const std::func
 // The events that pass, oldest first.
 std::vector<Event> loadEvents(Database *database, const EventFilter &filter);
 
-// Begins the operation and gives it its number; ends it with its code, which makes it an event, too.
+// Begins the operation and gives it its number; ends it with its code, which counts it and makes it an event, too.
 void beginOperation(Database *database, Operation *operation);
 void endOperation(Database *database, const Operation &operation, const std::string &boot_id,
                   const std::string &wwid);

@@ -103,6 +103,7 @@ void LedgerKeeper::finish(Observation observation, std::vector<Event> told, Know
     }
     saveEvents(database.get(), &told);
     trimEvents(database.get(), MAX_EVENTS);
+    trimOperations(database.get(), MAX_OPERATIONS);
     if (observation.quality == Quality::FAILED) {
         observation.boot_id = last.boot_id; // what changes with the host's restart has not been seen yet
     }

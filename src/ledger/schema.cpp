@@ -58,6 +58,15 @@ CREATE TABLE operations (
     code INTEGER NOT NULL);
 CREATE INDEX operations_by_end ON operations (ended);
 )sql",
+    // Counts that outlive the operations that they count, and how far the journal has been told the events.
+    R"sql(
+CREATE TABLE operation_count (
+    command TEXT NOT NULL, code INTEGER NOT NULL, count INTEGER NOT NULL, PRIMARY KEY (command, code));
+INSERT INTO operation_count
+    SELECT command, code, count(*) FROM operations WHERE ended > 0 GROUP BY command, code;
+CREATE TABLE journal (id INTEGER PRIMARY KEY CHECK (id = 1), told INTEGER NOT NULL);
+INSERT INTO journal SELECT 1, coalesce(max(number), 0) FROM events;
+)sql",
 };
 
 } // namespace

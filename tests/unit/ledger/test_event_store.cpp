@@ -223,6 +223,28 @@ TEST_F(EventStore, AnOperationIsThereWhileItRunsAndAnEventWhenItHasEnded) {
     EXPECT_EQ(events[0].command, "dravik setstate -path_alias it's");
 }
 
+TEST_F(EventStore, EndedOperationsAreCountedByCommandAndCodeAndTheCountsOutliveThem) {
+    for (const int code : {0, 0, 7}) {
+        Operation operation = anyOperation(1000);
+        beginOperation(&database, &operation);
+        operation.ended = 1500;
+        operation.code = code;
+        endOperation(&database, operation, "", "");
+    }
+    Operation running = anyOperation(2000);
+    beginOperation(&database, &running);
+    trimOperations(&database, 4);
+    EXPECT_EQ(database.number("SELECT count(*) FROM operations"), 4);
+    trimOperations(&database, 1);
+    EXPECT_EQ(database.number("SELECT id FROM operations"), 4);
+    EXPECT_EQ(database.number("SELECT count FROM operation_count WHERE command = 'setstate' AND code = 0"),
+              2);
+    EXPECT_EQ(database.number("SELECT count FROM operation_count WHERE command = 'setstate' AND code = 7"),
+              1);
+    EXPECT_EQ(database.number("SELECT count(*) FROM operation_count"), 2);
+    EXPECT_EQ(MAX_OPERATIONS, 100000);
+}
+
 TEST_F(EventStore, OfOperationsThoseCountThatEndedSinceOrStillRunForAnHourAtMost) {
     constexpr Milliseconds HOUR = 3600LL * 1000;
     const Milliseconds now = 10 * HOUR;

@@ -45,7 +45,8 @@ TEST_F(Schema, AnEmptyFileBecomesOneOfThisVersion) {
     EXPECT_EQ(versionOf(&database), ledgerVersion());
     EXPECT_EQ(
         tables(),
-        "baseline event_count events observation observation_count observations operations paths volumes ");
+        "baseline event_count events journal observation observation_count observations operation_count "
+        "operations paths volumes ");
 }
 
 TEST_F(Schema, AFileOfThisVersionStaysAsItIs) {
@@ -55,6 +56,28 @@ TEST_F(Schema, AFileOfThisVersionStaysAsItIs) {
     migrate(&database);
     EXPECT_EQ(statements(), before);
     EXPECT_EQ(database.number("SELECT count(*) FROM observations"), 1);
+}
+
+// What the first version was, whatever has become of it since.
+TEST_F(Schema, AFileOfTheFirstVersionGetsWhatTheSecondBrought) {
+    database.run(
+        "CREATE TABLE events (number INTEGER PRIMARY KEY AUTOINCREMENT, kind TEXT NOT NULL);"
+        "CREATE TABLE operations (id INTEGER PRIMARY KEY, begun INTEGER NOT NULL, ended INTEGER NOT "
+        "NULL, user TEXT NOT NULL, command TEXT NOT NULL, line TEXT NOT NULL, volume TEXT NOT NULL, "
+        "path TEXT NOT NULL, detail TEXT NOT NULL, code INTEGER NOT NULL);"
+        "INSERT INTO events (kind) VALUES ('a'), ('b'), ('c');"
+        "INSERT INTO operations VALUES (1, 1, 2, 'root', 'scan', '', '', '', '', 0), "
+        "(2, 1, 2, 'root', 'scan', '', '', '', '', 0), (3, 1, 2, 'root', 'scan', '', '', '', '', 7), "
+        "(4, 1, 0, 'root', 'scan', '', '', '', '', 0);"
+        "PRAGMA user_version = 1");
+    migrate(&database);
+    EXPECT_EQ(versionOf(&database), ledgerVersion());
+    EXPECT_EQ(tables(), "events journal operation_count operations ");
+    EXPECT_EQ(database.number("SELECT count FROM operation_count WHERE command = 'scan' AND code = 0"), 2);
+    EXPECT_EQ(database.number("SELECT count FROM operation_count WHERE command = 'scan' AND code = 7"), 1);
+    EXPECT_EQ(database.number("SELECT count(*) FROM operation_count"), 2);
+    // What happened before is not told to the journal once more.
+    EXPECT_EQ(database.number("SELECT told FROM journal"), 3);
 }
 
 TEST_F(Schema, AFileOfANewerVersionIsLeftAlone) {

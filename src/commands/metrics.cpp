@@ -82,7 +82,7 @@ bool readMetrics(PathFamilies paths, std::string *text, std::string *problem) {
     LedgerCounts counts;
     const auto read = [&](Database *database) {
         view.observation = loadObservation(database);
-        view.volumes = loadKnown(database);
+        view.volumes = paths == PathFamilies::WITH ? loadKnown(database) : loadForVerdict(database);
         view.now = nowMs();
         counts = loadCounts(database);
     };

@@ -16,8 +16,8 @@ enum class PathFamilies { WITH, WITHOUT };
 // What is not known has no sample: no age, time and durations of a ledger that has observed nothing, no size that the kernel
 // does not tell, no checker state of a path that is missing or was not checked, no time of what never happened. Volumes or
 // paths of one volume whose labels are the same to the last byte would be one series twice, which spoils the whole text for
-// its readers: the first of them has the samples, one that is present before one that is missing. At most 24 samples a
-// volume and 6 a path, and 36 beside those of the operations.
+// its readers: the first of them has the samples, one that is present before one that is missing. At most 12 samples a
+// volume and 6 a path, and 39 beside those of the operations.
 std::string metricFamilies(const LedgerView &view, const LedgerCounts &counts, const VdiskNames &names,
                            PathFamilies paths);
 

@@ -17,7 +17,6 @@ class Labels {
   public:
     // `name` is an identifier of ours; `value` any bytes.
     Labels &add(std::string_view name, std::string_view value);
-    Labels &add(const Labels &more);
     const std::string &text() const {
         return written;
     }

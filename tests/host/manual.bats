@@ -224,6 +224,12 @@ END
         --exclude-dir=corpus --exclude=manual.bats || true)"
 }
 
+@test "the list of all kinds of events holds each of them once" {
+    local header=$REPO/src/ledger/event_kinds.h
+    same "$(sed -nE 's/^constexpr char ([A-Z_]+)\[\].*/\1/p' "$header")" \
+        "$(sed -n '/EVENT_KINDS\[\]/,/;/p' "$header" | sed 1d | grep -oE '[A-Z_]+')"
+}
+
 @test "the manual pages are clean" {
     local page checked=''
     for page in "$BUILD_DIR"/man/*.[58]; do

@@ -191,6 +191,7 @@ TEST_F(KnownStore, ForTheVerdictTheVolumesAreReadWholeAndOfPathsAndBaselinesWhat
     other.working = false;
     known[0].paths = {path, other};
     known[0].baseline = {{path.key, "sdb"}};
+    known[0].baseline_changed = true;
     saveKnown(&database, &known, 1);
     const KnownTopology read = loadForVerdict(&database);
     const KnownTopology whole = loadKnown(&database);

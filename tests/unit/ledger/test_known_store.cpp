@@ -178,6 +178,46 @@ TEST_F(KnownStore, RowsOfAVolumeThatIsNotThereAreIgnored) {
     EXPECT_TRUE(read[0].paths.empty());
 }
 
+TEST_F(KnownStore, ForTheVerdictTheVolumesAreReadWholeAndOfPathsAndBaselinesWhatItAsksFor) {
+    KnownTopology known = {anyVolume("36a"), anyVolume("36b")};
+    KnownPath path = anyPath("sdb");
+    path.presence = Presence::UNSEEN;
+    path.unseen_since = 77;
+    path.working = true;
+    KnownPath other = anyPath("sdc");
+    other.key.initiator = "host1";
+    other.key.target_port = "";
+    other.presence = Presence::MISSING;
+    other.working = false;
+    known[0].paths = {path, other};
+    known[0].baseline = {{path.key, "sdb"}};
+    known[0].baseline_changed = true;
+    saveKnown(&database, &known, 1);
+    const KnownTopology read = loadForVerdict(&database);
+    const KnownTopology whole = loadKnown(&database);
+    ASSERT_EQ(read.size(), 2U);
+    for (size_t i = 0; i < read.size(); ++i) {
+        EXPECT_EQ(read[i].wwid, whole[i].wwid);
+        EXPECT_EQ(read[i].attributes.alias, whole[i].attributes.alias);
+        EXPECT_EQ(read[i].attributes.size_bytes, whole[i].attributes.size_bytes);
+        EXPECT_EQ(read[i].presence, whole[i].presence);
+        EXPECT_EQ(read[i].gone, whole[i].gone);
+    }
+    ASSERT_EQ(read[0].paths.size(), 2U);
+    for (size_t i = 0; i < 2; ++i) {
+        EXPECT_EQ(read[0].paths[i].key.initiator, whole[0].paths[i].key.initiator);
+        EXPECT_EQ(read[0].paths[i].key.target_port, whole[0].paths[i].key.target_port);
+        EXPECT_EQ(read[0].paths[i].presence, whole[0].paths[i].presence);
+        EXPECT_EQ(read[0].paths[i].unseen_since, whole[0].paths[i].unseen_since);
+        EXPECT_EQ(read[0].paths[i].working, whole[0].paths[i].working);
+    }
+    EXPECT_EQ(read[0].paths[0].unseen_since, 77);
+    EXPECT_TRUE(read[1].paths.empty());
+    ASSERT_EQ(read[0].baseline.size(), 1U);
+    EXPECT_EQ(read[0].baseline[0].key.initiator, whole[0].baseline[0].key.initiator);
+    EXPECT_EQ(read[0].baseline[0].key.target_port, whole[0].baseline[0].key.target_port);
+}
+
 // ---- observations
 
 TEST_F(KnownStore, TheLastObservationIsReadBackAndEachIsCounted) {

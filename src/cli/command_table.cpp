@@ -14,6 +14,7 @@
 #include "commands/delete.h"
 #include "commands/devstats.h"
 #include "commands/events.h"
+#include "commands/explain.h"
 #include "commands/list.h"
 #include "commands/lsalias.h"
 #include "commands/lsalias_json.h"
@@ -123,6 +124,7 @@ constexpr Command COMMANDS[] = {
     own("list", LIST_PARAMETERS, list),
     own("events", EVENTS_PARAMETERS, events),
     own("baseline", BASELINE_PARAMETERS, baseline),
+    own("explain", EXPLAIN_PARAMETERS, explain),
 };
 
 const char *kindName(CommandKind kind) {

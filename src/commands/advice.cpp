@@ -138,13 +138,22 @@ Explanations findRecords(const Explanations &all, std::string_view asked) {
 
 // ---- lines of the logs
 
-// The line's entry: of those whose text the line fits, by `fits`, that with the most characters of its own.
-template <typename Fits>
-const Explanation *mostSpecific(const Explanations &all, std::string_view message, const Fits &fits) {
+// How much the text says of a message that is whole, 0 where it is not the message's.
+size_t wholeScore(std::string_view message, std::string_view text) {
+    // A blank at its end does not outlive every paste.
+    return isOfPattern(message, text) || isOfPattern(std::string(message) + " ", text) ? fixedLength(text)
+                                                                                       : 0;
+}
+
+// The entry of the log line with the highest score; null without any.
+const Explanation *mostSpecific(const Explanations &all, std::string_view message,
+                                size_t (*score)(std::string_view message, std::string_view text)) {
     const Explanation *best = nullptr;
+    size_t highest = 0;
     for (const Explanation &entry : all) {
-        if (isLogLine(entry) && fits(message, entry.key) &&
-            (best == nullptr || fixedLength(entry.key) > fixedLength(best->key))) {
+        const size_t reached = isLogLine(entry) ? score(message, entry.key) : 0;
+        if (reached > highest) {
+            highest = reached;
             best = &entry;
         }
     }
@@ -153,9 +162,9 @@ const Explanation *mostSpecific(const Explanations &all, std::string_view messag
 
 Explanations findLogLine(const Explanations &all, std::string_view line) {
     const std::string_view message = messageOf(line);
-    const Explanation *entry = mostSpecific(all, message, isOfPattern);
-    if (entry == nullptr && mayBeCut(line)) {
-        entry = mostSpecific(all, message, beginsAsPattern);
+    const Explanation *entry = mostSpecific(all, message, wholeScore);
+    if (entry == nullptr && mayBeCut(line, message)) {
+        entry = mostSpecific(all, message, begunLength);
     }
     if (entry == nullptr) {
         return {};

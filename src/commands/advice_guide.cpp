@@ -4,10 +4,13 @@
 #include <cstdio>
 
 #include "commands/advice.h"
+#include "output/table.h"
 
 namespace dravik {
 
 namespace {
+
+constexpr size_t SECTION_WIDTH = 120;
 
 // What to do, behind it what to look at: "Repair now. Look at `dravik check VOLUME`, `dravik port`".
 std::string remedy(const Advice &advice) {
@@ -50,6 +53,19 @@ std::string tableOf(AdviceKind kind, const std::string &heading) {
            (last == nullptr ? "" : "| " + keys + " | " + last->meaning + " | " + remedy(*last) + " |\n");
 }
 
+// A section for each alert, which the rules name by its heading.
+std::string alertSections() {
+    std::string sections;
+    for (const Explanation &entry : allAdvice()) {
+        if (entry.kind == AdviceKind::ALERT) {
+            sections += (sections.empty() ? "#### " : "\n#### ") + entry.key + "\n\n" +
+                        wrapLines(entry.advice->meaning + (" " + remedy(*entry.advice)), SECTION_WIDTH) +
+                        "\n";
+        }
+    }
+    return sections;
+}
+
 } // namespace
 
 std::string guideTable(std::string_view name) {
@@ -61,7 +77,7 @@ std::string guideTable(std::string_view name) {
         return tableOf(AdviceKind::EVENT, "| Kind | It means | What to do |\n|---|---|---|\n");
     }
     if (name == "alerts") {
-        return tableOf(AdviceKind::ALERT, "| Alert | It means | What to do |\n|---|---|---|\n");
+        return alertSections();
     }
     if (name == "change-log") {
         return tableOf(AdviceKind::CHANGE_LINE, LINES);

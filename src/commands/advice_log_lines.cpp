@@ -41,7 +41,7 @@ constexpr Advice LOG_LINES[] = {
      "shell characters is refused: rename that volume."},
     {"Popen command [...] failed", "No process could be started for the command line.",
      "free -m\ncat /proc/sys/kernel/pid_max\nps -e", "Memory or processes ran out: end what takes them."},
-    {"Read output of command [...] failed: ...",
+    {"Read output of command [...] failed: ....",
      "What a tool printed could not be read to its end; it counts as one that could not be run.",
      "free -m\ntail -n 20 /dumps/dravik_cli.log", "Cure the reason behind the colon, then repeat."},
     {"Command [...] did not end within ... seconds: it has been killed.",

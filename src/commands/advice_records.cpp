@@ -12,7 +12,8 @@ constexpr char SEE_LOG[] = "tail -n 20 /dumps/dravik_cli.log";
 
 // Name, meaning, what to look at, what cures it.
 constexpr Advice RECORDS[] = {
-    {"EC_ok", "Success, shown as \"Command executed successfully.\"", "", NOTHING_TO_DO},
+    {"EC_ok", "Success: the command has done what it was asked for.", "",
+     "Nothing to do; it is shown as \"Command executed successfully.\" or not at all."},
     {"EC_no_help", "The help text of this command is missing.", "ls /usr/bin/dravik-help",
      "Install Dravik again."},
     {"EC_print_help", "The help text is there but could not be read.",

@@ -64,9 +64,24 @@ bool isOfPattern(std::string_view message, std::string_view pattern) {
     return message.size() >= pattern.size() && message.substr(message.size() - pattern.size()) == pattern;
 }
 
-bool beginsAsPattern(std::string_view message, std::string_view pattern) {
-    const std::string_view beginning = pattern.substr(0, pattern.find(GAP));
-    return !beginning.empty() && startsWith(message, beginning);
+size_t begunLength(std::string_view message, std::string_view pattern) {
+    size_t gap = std::min(pattern.find(GAP), pattern.size());
+    if (!startsWith(message, pattern.substr(0, gap))) {
+        return 0;
+    }
+    size_t length = gap;
+    message.remove_prefix(gap);
+    while (gap > 0 && gap < pattern.size()) {
+        pattern.remove_prefix(gap + GAP.size());
+        gap = std::min(pattern.find(GAP), pattern.size());
+        const size_t place = message.find(pattern.substr(0, gap));
+        if (place == std::string_view::npos) {
+            break;
+        }
+        length += gap;
+        message.remove_prefix(place + gap);
+    }
+    return length;
 }
 
 size_t fixedLength(std::string_view pattern) {
@@ -91,8 +106,8 @@ std::string_view messageOf(std::string_view line) {
     return is_head ? rest : message;
 }
 
-bool mayBeCut(std::string_view line) {
-    return line.size() >= CUT_FROM;
+bool mayBeCut(std::string_view line, std::string_view message) {
+    return line.size() >= CUT_FROM || message.size() < line.size();
 }
 
 } // namespace dravik

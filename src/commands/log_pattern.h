@@ -11,9 +11,9 @@ namespace dravik {
 // Whether the whole message is one of the pattern.
 bool isOfPattern(std::string_view message, std::string_view pattern);
 
-// Whether the message begins as one of the pattern does: what is left of a line that was too long for the log. False for a
-// pattern that begins with "...".
-bool beginsAsPattern(std::string_view message, std::string_view pattern);
+// How many of the pattern's own characters the message, whose end is missing, has in their order, the whole of its
+// beginning among them. 0 where that is not there, and for a pattern that begins with "...".
+size_t begunLength(std::string_view message, std::string_view pattern);
 
 // How many characters of the pattern stand for themselves: the more, the more it says.
 size_t fixedLength(std::string_view pattern);
@@ -22,7 +22,8 @@ size_t fixedLength(std::string_view pattern);
 //   [2026-11-21 03:12:41.047] ERROR getLunPath 219 Query Dravik infomation failed. ...
 std::string_view messageOf(std::string_view line);
 
-// Whether the line may have been cut by the log, which ends lines of 1023 characters.
-bool mayBeCut(std::string_view line);
+// Whether the end of the line's message may be missing, `message` being what messageOf has left of it: the log ends lines of
+// 1023 characters, and a message of several lines is a line of the log and what a tool has printed.
+bool mayBeCut(std::string_view line, std::string_view message);
 
 } // namespace dravik

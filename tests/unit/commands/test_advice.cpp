@@ -121,7 +121,17 @@ TEST(Advice, ALineThatTheLogHasCutIsFoundByItsBeginning) {
     EXPECT_EQ(found(cut), "log_line Execute command [...] failed, exit code [...]");
     EXPECT_EQ(found(cut + "[2026-11-21 10:16:40.903] ERROR exe_cmd 89 and the next line"),
               "log_line Execute command [...] failed, exit code [...]");
-    EXPECT_EQ(found(cut.substr(0, 500)), "");
+    EXPECT_EQ(found(std::string(1023, 'x')), "");
+}
+
+TEST(Advice, TheFirstLineOfAMessageOfSeveralIsFoundByItsBeginning) {
+    EXPECT_EQ(found("[2026-11-21 10:16:40.902] ERROR readFieldFromStr1 217 Read lunpath field failed form "
+                    "string [rubbish"),
+              "log_line Read lunpath field failed form string [...].");
+    EXPECT_EQ(found("[2026-11-21 10:16:40.902] ERROR exe_cmd 296 Error message: "),
+              "log_line Error message: ...");
+    EXPECT_EQ(found("[2026-11-21 10:16:40.902] ERROR exe_cmd 296 something new"), "");
+    EXPECT_EQ(found("Read lunpath field failed form string [rubbish"), "");
 }
 
 TEST(Advice, NothingIsFoundForWhatIsNone) {

@@ -14,9 +14,9 @@ TEST(AdviceAlerts, TheAlertsAreTheseInTheOrderOfTheRules) {
         entries.emplace_back(advice.keys);
     }
     const std::vector<std::string> alerts = {
-        "DravikObservationStale",  "DravikObservationFailing", "DravikVolumeWithoutPaths",
-        "DravikVolumeOnLastPath",  "DravikVolumeDegraded",     "DravikPathFlapping",
-        "DravikTargetPortDown",    "DravikInitiatorDown",      "DravikPathsUneven",
-        "DravikMonitorRestarting", "DravikMetricsMissing"};
+        "DravikObservationStale",  "DravikObservationFailing", "DravikMetricsMissing",
+        "DravikMonitorRestarting", "DravikVolumeWithoutPaths", "DravikVolumeOnLastPath",
+        "DravikVolumeDegraded",    "DravikPathFlapping",       "DravikTargetPortDown",
+        "DravikInitiatorDown",     "DravikPathsUneven"};
     EXPECT_EQ(entries, alerts);
 }

@@ -10,10 +10,10 @@ using namespace dravik;
 
 TEST(AdviceGuide, ARowOfRecordsHasCodeTextMeaningAndRemedy) {
     const std::string table = guideTable("records");
-    EXPECT_EQ(
-        table.substr(0, table.find("\n| 0001")),
-        "| Code | Text | It means | What to do |\n|---|---|---|---|\n"
-        "| 0000 | Successfully. | Success, shown as \"Command executed successfully.\" | Nothing to do. |");
+    EXPECT_EQ(table.substr(0, table.find("\n| 0001")),
+              "| Code | Text | It means | What to do |\n|---|---|---|---|\n"
+              "| 0000 | Successfully. | Success: the command has done what it was asked for. | Nothing to "
+              "do; it is shown as \"Command executed successfully.\" or not at all. |");
     EXPECT_NE(
         table.find(
             "\n| 0122 | The specified wwid[...] does not be configed alias. | The volume has no alias in "
@@ -22,7 +22,7 @@ TEST(AdviceGuide, ARowOfRecordsHasCodeTextMeaningAndRemedy) {
         std::string::npos);
 }
 
-TEST(AdviceGuide, RowsOfEventsAlertsAndLinesHaveKeyMeaningAndRemedy) {
+TEST(AdviceGuide, RowsOfEventsAndLinesHaveKeyMeaningAndRemedy) {
     EXPECT_NE(guideTable("events").find(
                   "\n| `path_seen_again` | A path that was missing from the listing is listed "
                   "again. | Nothing to do. *Look at* `dravik query VOLUME` |\n"),
@@ -35,6 +35,16 @@ TEST(AdviceGuide, RowsOfEventsAlertsAndLinesHaveKeyMeaningAndRemedy) {
         std::string::npos);
 }
 
+TEST(AdviceGuide, AnAlertHasASectionOfItsOwn) {
+    EXPECT_NE(guideTable("alerts").find("\n\n#### DravikTargetPortDown\n\n"
+                                        "A port of the array is lost on several hosts: the fault is not the "
+                                        "hosts'. Look at the array first: the port and its\n"
+                                        "controller, then its cable and switch port, and zones that were "
+                                        "changed. *Look at* `dravik list --bad`, `dravik events\n"
+                                        "--since 1h`\n\n#### "),
+              std::string::npos);
+}
+
 TEST(AdviceGuide, TextsThatShareAnEntryShareARow) {
     EXPECT_NE(guideTable("command-log")
                   .find("\n| `Malloc struct s_dravik.`<br>`Malloc struct s_lunPath.`<br>`Malloc struct "
@@ -44,7 +54,7 @@ TEST(AdviceGuide, TextsThatShareAnEntryShareARow) {
 }
 
 TEST(AdviceGuide, EveryRowHasTheCellsOfItsHeading) {
-    for (const char *name : {"records", "events", "alerts", "change-log", "command-log"}) {
+    for (const char *name : {"records", "events", "change-log", "command-log"}) {
         const std::string table = guideTable(name);
         const auto bars = std::count(table.begin(), table.begin() + static_cast<long>(table.find('\n')), '|');
         const auto lines = std::count(table.begin(), table.end(), '\n');

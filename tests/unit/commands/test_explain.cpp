@@ -42,12 +42,14 @@ TEST_F(Explain, ARecordIsToldWithCodeNameAndText) {
 }
 
 TEST_F(Explain, WhereThereIsNothingToLookAtNothingIsSaidOfIt) {
-    EXPECT_EQ(explain({"0"}), "Result 0000, EC_ok\n"
-                              "    Successfully.\n"
-                              "What it means\n"
-                              "    Success, shown as \"Command executed successfully.\"\n"
-                              "What usually cures it\n"
-                              "    Nothing to do.\n[0]\n");
+    EXPECT_EQ(explain({"0"}),
+              "Result 0000, EC_ok\n"
+              "    Successfully.\n"
+              "What it means\n"
+              "    Success: the command has done what it was asked for.\n"
+              "What usually cures it\n"
+              "    Nothing to do; it is shown as \"Command executed successfully.\" or not at\n"
+              "    all.\n[0]\n");
 }
 
 TEST_F(Explain, AnEventAndAnAlertAreTold) {
@@ -63,11 +65,11 @@ TEST_F(Explain, AnEventAndAnAlertAreTold) {
               "What it means\n"
               "    A port of the array is lost on several hosts: the fault is not the hosts'.\n"
               "What to look at\n"
+              "    dravik list --bad\n"
               "    dravik events --since 1h\n"
-              "    dravik query\n"
               "What usually cures it\n"
-              "    Look at the array's port, its cable and its switch, and at zoning that was\n"
-              "    changed.\n[0]\n");
+              "    Look at the array first: the port and its controller, then its cable and\n"
+              "    switch port, and zones that were changed.\n[0]\n");
 }
 
 TEST_F(Explain, ALineOfALogAndTheResultInItAreToldOneBehindTheOther) {
@@ -130,7 +132,7 @@ TEST_F(Explain, WhatIsNotKnownIsNamedWithWhatIsMostLikeIt) {
               "! dravik explain: nothing is known of \"path_flaping\"; did you mean path_flapping?\n[1]\n");
     EXPECT_EQ(explain({"wwid_"}),
               "! dravik explain: nothing is known of \"wwid_\"; did you mean EC_exist_wwid_alias, "
-              "EC_wwid_length_error or EC_wwid_format_error?\n[1]\n");
+              "EC_wwid_length_error, EC_wwid_format_error or EC_alias_wwid_error?\n[1]\n");
     EXPECT_EQ(explain({"5"}),
               "! dravik explain: nothing is known of \"5\"; \"dravik explain --list\" shows what is "
               "known\n[1]\n");

@@ -58,15 +58,22 @@ TEST(LogPattern, WhatIsNoHeadStays) {
     EXPECT_EQ(messageOf(""), "");
 }
 
-TEST(LogPattern, ALineOf1023CharactersMayHaveBeenCut) {
-    EXPECT_FALSE(mayBeCut(std::string(1019, 'x')));
-    EXPECT_TRUE(mayBeCut(std::string(1020, 'x'))); // never inside "\xHH"
-    EXPECT_TRUE(mayBeCut(std::string(1023, 'x')));
-    EXPECT_TRUE(mayBeCut(std::string(2000, 'x'))); // the next line stands right behind it
+TEST(LogPattern, ALineOf1023CharactersOrWithAHeadMayLackItsEnd) {
+    EXPECT_FALSE(mayBeCut(std::string(1019, 'x'), std::string(1019, 'x')));
+    EXPECT_TRUE(mayBeCut(std::string(1020, 'x'), std::string(1020, 'x'))); // never inside "\xHH"
+    EXPECT_TRUE(
+        mayBeCut(std::string(2000, 'x'), std::string(2000, 'x'))); // the next line stands right behind it
+    EXPECT_TRUE(mayBeCut("[2026-11-21 03:12:41.047] x", "x"));
 }
 
-TEST(LogPattern, WhatIsLeftOfACutLineBeginsAsItsPattern) {
-    EXPECT_TRUE(beginsAsPattern("Execute command [velomux", "Execute command [...] failed"));
-    EXPECT_FALSE(beginsAsPattern("Execute comm", "Execute command [...] failed"));
-    EXPECT_FALSE(beginsAsPattern("anything", "... path [...] failed"));
+TEST(LogPattern, WhatIsLeftOfALineIsHeldAgainstThePatternAsFarAsItGoes) {
+    EXPECT_EQ(begunLength("Execute command [velomux", "Execute command [...] failed"), 17u);
+    EXPECT_EQ(begunLength("Execute command [velomux] fai", "Execute command [...] failed"), 17u);
+    EXPECT_EQ(begunLength("Write data [a] to file failed. Expected write 7 by",
+                          "Write data [...] to file failed. Expected write ... bytes, but"),
+              12u + 33u);
+    EXPECT_EQ(begunLength("Execute comm", "Execute command [...] failed"), 0u);
+    EXPECT_EQ(begunLength("anything", "... path [...] failed"), 0u);
+    EXPECT_EQ(begunLength("whole and more", "whole"), 5u);
+    EXPECT_EQ(begunLength("", "whole"), 0u);
 }

@@ -21,8 +21,9 @@ constexpr Advice ALERTS[] = {
      "the "
      "kernel has. Run it by hand and cure that."},
     {"DravikMetricsMissing", "The host's figures for Prometheus are no longer written.",
-     "systemctl status dravik-metrics.timer dravik-metrics.service\ndravik metrics\ndf -h /var /dumps",
-     "What `dravik metrics` says on standard error is the cause. Start the timer, make space where the "
+     "systemctl status dravik-metrics.timer dravik-metrics.service\njournalctl -u dravik-metrics.service -n "
+     "20\ndf -h /var /dumps",
+     "What the service says is the cause. Start the timer, make space where the "
      "figures are "
      "written."},
     {"DravikMonitorRestarting", "dravik-monitor is started again and again.",

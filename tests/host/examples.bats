@@ -218,7 +218,7 @@ inline_commands() { tr '`' '\n' <"$REPO/$1" | grep -E '^dravik [-a-z]' | grep -v
             esac
             grep -q "^$name " <<<"$table" || bad+="$file: $line"$'\n'
             for word in "${words[@]:2}"; do
-                [[ $word != -* ]] || grep -qE "^$name .* $word(=|\$| )" <<<"$table" || bad+="$file: $line"$'\n'
+                [[ $word != -?* ]] || grep -qE "^$name .* $word(=|\$| )" <<<"$table" || bad+="$file: $line"$'\n'
             done
         done < <(inline_commands "$file")
     done

@@ -28,9 +28,6 @@ TEST(AdviceGuide, RowsOfEventsAndLinesHaveKeyMeaningAndRemedy) {
                   "again. | Nothing to do. *Look at* `dravik query VOLUME` |\n"),
               std::string::npos);
     EXPECT_NE(
-        guideTable("alerts").find("\n| `DravikPathFlapping` | A path fails and returns again and again. | "),
-        std::string::npos);
-    EXPECT_NE(
         guideTable("change-log").find("\n| `The path group policy is changed from [ ... ] to [ ... ]` | "),
         std::string::npos);
 }

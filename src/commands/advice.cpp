@@ -3,8 +3,8 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <utility>
 
 #include "commands/advice_alerts.h"
@@ -13,6 +13,7 @@
 #include "commands/advice_log_lines.h"
 #include "commands/advice_records.h"
 #include "commands/log_pattern.h"
+#include "commands/own_options.h"
 #include "common/nearest_name.h"
 #include "common/result.h"
 
@@ -93,7 +94,9 @@ bool isLogLine(const Explanation &explanation) {
 // The code that digits at the beginning of the text are; -1 for none. `*length` receives how many they are.
 int leadingCode(std::string_view text, size_t *length) {
     *length = std::min(text.find_first_not_of("0123456789"), text.size());
-    return *length == 0 || *length > LONGEST_CODE ? -1 : atoi(std::string(text.substr(0, *length)).c_str());
+    return *length == 0 || *length > LONGEST_CODE
+               ? -1
+               : static_cast<int>(positiveNumber(std::string(text.substr(0, *length))));
 }
 
 Explanations recordsOfCode(const Explanations &all, int code) {

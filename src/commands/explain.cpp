@@ -22,7 +22,7 @@ namespace {
 
 constexpr size_t ANY_NUMBER = static_cast<size_t>(-1);
 constexpr size_t MOST_ASKED = 8192; // bytes that are looked at; a log's line has 1023 at most
-constexpr size_t MOST_SHOWN = 200;  // of what is not known, in the answer
+constexpr size_t MOST_SHOWN = 200;  // characters of what is not known, in the answer
 
 // ---- what is asked
 
@@ -156,9 +156,7 @@ int answer(const std::vector<Explanation> &found, bool json,
 // ---- no answer
 
 std::string nothingKnown(const std::string &asked) {
-    std::string problem = "nothing is known of \"" +
-                          cutEnd(wellFormed(asked.substr(0, MOST_SHOWN)), MOST_SHOWN) +
-                          (asked.size() > MOST_SHOWN ? "..." : "") + "\"";
+    std::string problem = "nothing is known of \"" + cutEnd(wellFormed(asked), MOST_SHOWN) + "\"";
     const std::vector<std::string> near = nearestAdvice(asked);
     for (size_t i = 0; i < near.size(); ++i) {
         problem += (i == 0 ? "; did you mean " : i + 1 < near.size() ? ", " : " or ") + near[i];

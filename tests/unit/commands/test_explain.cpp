@@ -154,7 +154,7 @@ TEST_F(Explain, ForeignWordsReachNoTerminalAsTheyAreAndNeverBreakJson) {
 
 TEST_F(Explain, AWordOfAMegabyteIsCut) {
     EXPECT_EQ(explain({std::string(1048576, 'x'), "y"}),
-              "! dravik explain: nothing is known of \"" + std::string(200, 'x') +
+              "! dravik explain: nothing is known of \"" + std::string(197, 'x') +
                   "...\"; \"dravik explain --list\" shows what is known\n[1]\n");
 }
 

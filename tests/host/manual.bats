@@ -127,7 +127,7 @@ END
 
 @test "every parameter that the program knows is in a help text's synopsis, in its list of parameters, and in the manual page" {
     local name
-    same "--all --bad --follow --incident --json --path --since --textfile --volume --volumes-only --watch -alias -chooser -device_name -interval -nvme -path_alias -scsi -state -wwid" \
+    same "--all --bad --follow --incident --json --list --path --since --textfile --volume --volumes-only --watch -alias -chooser -device_name -interval -nvme -path_alias -scsi -state -wwid" \
         "$(parameters | LC_ALL=C sort | flat)"
     local synopses lists
     synopses=$(for name in $(commands); do help_synopsis "$name"; echo; done)

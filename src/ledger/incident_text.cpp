@@ -176,22 +176,26 @@ std::string subjectOf(const Told &told) {
 
 constexpr size_t MOST_NAMES = 6;
 
+// What all events that are told are about.
+struct Scope {
+    bool several_volumes;
+    bool one_path;
+};
+
 // The paths or volumes of one clause, where the subject does not name them.
-std::string membersOf(const Told &clause, const Told &told) {
+std::string membersOf(const Told &clause, const Scope &scope) {
     const size_t volumes = volumesOf(clause).size();
     if (!clause.front()->has_path) {
-        return volumesOf(told).size() > 1
-                   ? volumes == 1 ? clause.front()->alias + " " : countOf(volumes, "volume") + " "
-                   : "";
+        return !scope.several_volumes ? ""
+               : volumes == 1         ? clause.front()->alias + " "
+                                      : countOf(volumes, "volume") + " ";
     }
     const size_t paths = pathsOf(clause).size();
-    if (volumesOf(told).size() > 1 && paths == 1) {
-        return clause.front()->alias + " " + clause.front()->path_name + " ";
+    if (scope.several_volumes) {
+        return paths == 1 ? clause.front()->alias + " " + clause.front()->path_name + " "
+                          : countOf(paths, "path") + " of " + countOf(volumes, "volume") + " ";
     }
-    if (volumesOf(told).size() > 1) {
-        return countOf(paths, "path") + " of " + countOf(volumes, "volume") + " ";
-    }
-    if (pathsOf(told).size() == 1 && allOfPaths(told)) {
+    if (scope.one_path) {
         return "";
     }
     if (paths > MOST_NAMES) {
@@ -204,32 +208,61 @@ std::string membersOf(const Told &clause, const Told &told) {
     return names;
 }
 
-bool isMove(const Event *event) {
-    return event->kind == PATH_MOVED;
+// Kinds whose words differ from one path or volume to the next: many of them are only counted.
+bool hasOwnWords(const std::string &kind) {
+    return kind == PATH_MOVED || kind == VOLUME_RENAMED || kind == VOLUME_RESIZED;
 }
 
-// What happened, the same to how many. No two paths move between the same names: many of them are only counted.
-std::string clausesOf(const Told &told) {
-    const bool many_moves = std::count_if(told.begin(), told.end(), isMove) > std::ptrdiff_t{MOST_NAMES};
-    std::vector<std::pair<std::string, Told>> clauses;
+std::string countedWords(const std::string &kind) {
+    return kind == VOLUME_RESIZED ? "resized" : "renamed";
+}
+
+struct Clause {
+    std::string words;
+    Told members; // all of paths, or all of volumes
+};
+
+// The same that happened to several is one clause; they stand in the order of what tells most.
+std::vector<Clause> clausesIn(const Told &told) {
+    std::map<std::string, size_t> counts;
     for (const Event *event : told) {
-        const std::string words = many_moves && isMove(event) ? "renamed" : wordsOf(*event);
-        auto same = std::find_if(clauses.begin(), clauses.end(), [&](const auto &clause) {
-            return clause.first == words && clause.second.front()->has_path == event->has_path;
-        });
-        if (same == clauses.end()) {
-            same = clauses.insert(clauses.end(), {words, {}});
-        }
-        same->second.push_back(event);
+        ++counts[event->kind];
     }
-    std::stable_sort(clauses.begin(), clauses.end(), [](const auto &a, const auto &b) {
-        return rankOf(a.second.front()->kind) < rankOf(b.second.front()->kind);
+    std::map<std::pair<std::string, bool>, size_t> places;
+    std::vector<Clause> clauses;
+    for (const Event *event : told) {
+        const bool only_counted = hasOwnWords(event->kind) && counts[event->kind] > MOST_NAMES;
+        const std::string words = only_counted ? countedWords(event->kind) : wordsOf(*event);
+        const auto [place, is_new] = places.emplace(std::pair(words, event->has_path), clauses.size());
+        if (is_new) {
+            clauses.push_back({words, {}});
+        }
+        clauses[place->second].members.push_back(event);
+    }
+    std::stable_sort(clauses.begin(), clauses.end(), [](const Clause &a, const Clause &b) {
+        return rankOf(a.members.front()->kind) < rankOf(b.members.front()->kind);
     });
+    return clauses;
+}
+
+// What happened, and to how many.
+std::string clausesOf(const Told &told) {
+    const Scope scope = {volumesOf(told).size() > 1, allOfPaths(told) && pathsOf(told).size() == 1};
     std::string text;
-    for (const auto &[words, clause] : clauses) {
-        text += (text.empty() ? "" : ", ") + membersOf(clause, told) + words;
+    for (const Clause &clause : clausesIn(told)) {
+        text += (text.empty() ? "" : ", ") + membersOf(clause.members, scope) + clause.words;
     }
     return text;
+}
+
+// " a b c", the first six of them, and how many more there are.
+std::string namesOf(const std::vector<std::string> &names) {
+    std::string text;
+    for (size_t i = 0; i < std::min(names.size(), MOST_NAMES); ++i) {
+        text += " " + names[i];
+    }
+    return names.size() > MOST_NAMES ? text + " and " + std::to_string(names.size() - MOST_NAMES) + " more"
+                                     : text;
 }
 
 // What of the volumes works after it.
@@ -248,14 +281,14 @@ std::string remainderOf(const std::vector<Event> &events, const Told &told) {
         return ", " + std::to_string(event.paths_working) + " of " + std::to_string(event.paths_known) +
                " paths work";
     }
-    std::string lost;
+    std::vector<std::string> lost;
     for (const Event &event : events) {
         const auto place = last.find(event.wwid);
         if (place != last.end() && place->second == &event && event.paths_working == 0) {
-            lost += " " + event.alias;
+            lost.push_back(event.alias);
         }
     }
-    return lost.empty() ? ", all volumes keep working" : ", no path works of:" + lost;
+    return lost.empty() ? ", all volumes keep working" : ", no path works of:" + namesOf(lost);
 }
 
 std::string causeOf(const Told &told) {

@@ -62,6 +62,38 @@ TEST(IncidentText, VolumesWithoutAWorkingPathAreNamed) {
               "port 0x20d0000b5d6a1010: 2 paths of 2 volumes ready -> faulty, no path works of: b (fault)");
 }
 
+// So many volumes that each lose their last path to one port.
+std::vector<Event> lossesOf(size_t count) {
+    std::vector<Event> events;
+    for (size_t i = 0; i < count; ++i) {
+        events.push_back(onPath(dravik::PATH_CHECKER_STATE, "v" + std::to_string(i), "sd" + std::to_string(i),
+                                "ready", "faulty"));
+        events.back().paths_working = 0;
+    }
+    return events;
+}
+
+TEST(IncidentText, UpToSixVolumesWithoutAWorkingPathAreNamedAndMoreCounted) {
+    EXPECT_EQ(incidentText(lossesOf(6)), "port 0x20d0000b5d6a1010: 6 paths of 6 volumes ready -> faulty, "
+                                         "no path works of: v0 v1 v2 v3 v4 v5 (fault)");
+    EXPECT_EQ(incidentText(lossesOf(18)), "port 0x20d0000b5d6a1010: 18 paths of 18 volumes ready -> faulty, "
+                                          "no path works of: v0 v1 v2 v3 v4 v5 and 12 more (fault)");
+}
+
+TEST(IncidentText, VolumesThatAreRenamedOrResizedAreToldOneByOneUpToSixAndThenCounted) {
+    std::vector<Event> events;
+    for (const char *alias : {"a", "b", "c", "d", "e", "f"}) {
+        events.push_back(onVolume(dravik::VOLUME_RENAMED, alias, "old", alias));
+    }
+    EXPECT_EQ(incidentText(events), "a renamed old -> a, b renamed old -> b, c renamed old -> c, "
+                                    "d renamed old -> d, e renamed old -> e, f renamed old -> f, "
+                                    "all volumes keep working (fault)");
+    events.push_back(onVolume(dravik::VOLUME_RENAMED, "g", "old", "g"));
+    events.push_back(onVolume(dravik::VOLUME_RESIZED, "g", "1G", "2G"));
+    EXPECT_EQ(incidentText(events),
+              "7 volumes renamed, g resized 1G -> 2G, all volumes keep working (fault)");
+}
+
 TEST(IncidentText, OnePathIsNamedWithItsVolume) {
     EXPECT_EQ(incidentText({onPath(dravik::PATH_CHECKER_STATE, "database", "sdb", "ready", "faulty")}),
               "database sdb: ready -> faulty, 3 of 4 paths work (fault)");

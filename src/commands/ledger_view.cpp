@@ -6,9 +6,6 @@
 #include <cstring>
 #include <ctime>
 
-#include "array/vdisk_cache.h"
-#include "array/vdisk_entry.h"
-#include "array/vdisk_file.h"
 #include "common/visible_text.h"
 #include "ledger/event_store.h"
 #include "ledger/known_health.h"
@@ -109,22 +106,6 @@ int failOwnCommand(const char *command, const std::string &problem, bool json, i
         puts(beginDocument(command).set("error", problem).line().c_str());
     }
     return status;
-}
-
-VdiskNames::VdiskNames() {
-    forgetVdiskTree();
-}
-
-std::string
-VdiskNames::of(const std::string &wwid) const { // NOLINT(readability-convert-member-functions-to-static)
-    VdiskTree *tree = nullptr;
-    std::string error;
-    if (loadVdiskTree(VDISK_CACHE_FILE, true, &tree, &error) != TreeState::READY) {
-        return "";
-    }
-    const cJSON *entry = entryForLookup(tree, wwid.c_str());
-    const cJSON *name = entry == nullptr ? nullptr : cJSON_GetObjectItem(entry, "vdisk_name");
-    return name != nullptr && isJsonString(name) ? name->valuestring : "";
 }
 
 } // namespace dravik

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "array/vdisk_names.h"
 #include "ledger/ledger_file.h"
 #include "ledger/records.h"
 #include "output/json.h"
@@ -55,13 +56,5 @@ Json observationJson(const LedgerView &view);
 // Answers that a command of our own has no answer: `problem` on standard error, behind the command's name, and with `json` a
 // document with it as "error" on standard output. `status` comes back.
 int failOwnCommand(const char *command, const std::string &problem, bool json, int status);
-
-// The names that the array has for the volumes, by WWID, from the name cache as it is when this is made; a missing or
-// damaged one knows none. One at a time.
-class VdiskNames {
-  public:
-    VdiskNames();
-    std::string of(const std::string &wwid) const;
-};
 
 } // namespace dravik

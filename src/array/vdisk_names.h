@@ -11,8 +11,8 @@ class VdiskNames {
   public:
     VdiskNames();
     ~VdiskNames();
-    VdiskNames(const VdiskNames &) = delete;
-    VdiskNames &operator=(const VdiskNames &) = delete;
+    VdiskNames(const VdiskNames &) = default;
+    VdiskNames &operator=(const VdiskNames &) = default;
 
     // "" where it is not known.
     std::string of(const std::string &wwid) const;

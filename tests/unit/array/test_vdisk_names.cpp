@@ -28,7 +28,7 @@ TEST(VdiskNames, AreFoundByTheWwid) {
 TEST(VdiskNames, AreThoseOfTheFileWhenTheyWereMade) {
     DumpsFolder dumps;
     for (const std::string name : {"vol1", "vol2"}) {
-        dumps.write(FILE_NAME, R"({"disk":[{"wwid":"3600a","vdisk_name":")" + name + "\"}]}");
+        dumps.write(FILE_NAME, R"({"disk":[{"wwid":"3600a","vdisk_name":")" + name + R"("}]})");
         EXPECT_EQ(VdiskNames().of("3600a"), name);
     }
 }

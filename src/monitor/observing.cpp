@@ -38,12 +38,12 @@ long long millisecondsSince(const timespec &then) {
 
 // What has happened since the last time. A volume's state changes with an event, so the counts do.
 void tellAndCount(Database *database, bool has_events) {
-    static JournalFeed feed(journal);
     if (has_events || !has_counts) {
         counts = countStates(database);
         has_counts = true;
     }
     if (journal != nullptr) {
+        static JournalFeed feed(journal);
         feed.tell(database);
     }
 }

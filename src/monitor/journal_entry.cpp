@@ -76,7 +76,7 @@ JournalEntry entryOfLeftOut(size_t incidents) {
     return beginEntry(PRIORITY_WARNING,
                       std::to_string(incidents) +
                           (incidents == 1 ? " older incident is" : " older incidents are") +
-                          " left out here, after a long time without the journal: see dravik events",
+                          " left out here, too many at once: see dravik events",
                       LEFT_OUT_MESSAGE_ID);
 }
 

@@ -23,7 +23,7 @@ bool is_watched = false;
 // The value of the variable, which is not set any more; "" where it was not.
 std::string take(const char *name) {
     const char *value = getenv(name);
-    const std::string taken = value == nullptr ? "" : value;
+    std::string taken = value == nullptr ? "" : value;
     unsetenv(name);
     return taken;
 }

@@ -303,8 +303,8 @@ TEST_F(Keeper, OthersMayUseTheLedgerWhileItIsOpen) {
 }
 
 TEST_F(Keeper, WhatOthersFailInWithTheLedgerIsLoggedAndItIsOpenedAnew) {
-    keeper->use([](Database *database) { database->run("SELECT 1 FROM nothing"); });
-    EXPECT_EQ(dumps.commandLogMessages(), Lines{"ERROR Ledger: no such table: nothing."});
+    keeper->use([](Database *database) { database->run("SELECT 1 FROM absent"); });
+    EXPECT_EQ(dumps.commandLogMessages(), Lines{"ERROR Ledger: no such table: absent."});
     EXPECT_FALSE(keeper->lastObservation());
     EXPECT_EQ(see(host(false)), SDB_FAILED);
     ASSERT_TRUE(keeper->lastObservation());

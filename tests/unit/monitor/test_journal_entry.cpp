@@ -128,15 +128,13 @@ TEST(JournalEntry, MessageIsAtMost2000BytesAndNoCharacterIsCut) {
 
 TEST(JournalEntry, OfWhatIsLeftOutSaysHowMuch) {
     const JournalEntry entry = entryOfLeftOut(4001);
-    const std::string message =
-        "4001 older incidents are left out here, after a long time without the journal: "
-        "see dravik events";
+    const std::string message = "4001 older incidents are left out here, too many at once: see dravik events";
     EXPECT_EQ(entry.priority, 4);
     EXPECT_EQ(entry.message, message);
     EXPECT_EQ(entry.fields, (Fields{"MESSAGE=" + message, "PRIORITY=4", "SYSLOG_IDENTIFIER=dravik-monitor",
                                     std::string("MESSAGE_ID=") + LEFT_OUT_MESSAGE_ID}));
-    EXPECT_EQ(entryOfLeftOut(1).message, "1 older incident is left out here, after a long time without the "
-                                         "journal: see dravik events");
+    EXPECT_EQ(entryOfLeftOut(1).message,
+              "1 older incident is left out here, too many at once: see dravik events");
 }
 
 } // namespace

@@ -15,6 +15,7 @@
 #include "common/exit_status.h"
 #include "output/json.h"
 #include "output/table.h"
+#include "output/well_formed.h"
 
 namespace dravik {
 

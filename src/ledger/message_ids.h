@@ -40,7 +40,7 @@ constexpr MessageId MESSAGE_IDS[] = {
     {OPERATION, "235dfac1ad184d0b89ef949341eecfbf"},
 };
 
-// Of the entry that stands for incidents that were left out of the journal, after a long time in which it took none.
+// Of the entry that stands for incidents that were left out of the journal, being too many at once.
 constexpr char LEFT_OUT_MESSAGE_ID[] = "dd3c814f3535418f9bff0a07c02b9d67";
 
 // The MESSAGE_ID of the kind; "" for a kind that is not known.

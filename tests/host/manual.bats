@@ -259,7 +259,7 @@ ledger: common struct health
 output: common
 commands: common struct host topology array stats health ledger output
 cli: common struct host topology array stats health ledger output commands
-monitor: common struct topology health ledger output
+monitor: common struct topology array health ledger output
 END
 }
 

@@ -251,3 +251,24 @@ TEST_F(KnownStore, TheLastObservationIsReadBackAndEachIsCounted) {
     EXPECT_EQ(rows("SELECT quality, count FROM observation_count ORDER BY quality"), "doubtful|2\ngood|1\n");
     EXPECT_EQ(rows("SELECT count(*) FROM observations"), "2\n");
 }
+
+TEST_F(KnownStore, CountsTheStatesOfTheVolumesThatAreNotGone) {
+    KnownTopology known;
+    for (const auto &[state, gone] : {std::pair(VolumeState::OK, false), std::pair(VolumeState::OK, false),
+                                      std::pair(VolumeState::OK, true), std::pair(VolumeState::NONE, false),
+                                      std::pair(VolumeState::DEGRADED, false)}) {
+        KnownVolume volume;
+        volume.wwid = "36" + std::to_string(known.size());
+        volume.state = state;
+        volume.gone = gone;
+        volume.changed = true;
+        known.push_back(volume);
+    }
+    saveKnown(&database, &known, 1);
+    const StateCounts counts = countStates(&database);
+    EXPECT_EQ(counts.of_state[static_cast<size_t>(VolumeState::OK)], 2);
+    EXPECT_EQ(counts.of_state[static_cast<size_t>(VolumeState::NONE)], 1);
+    EXPECT_EQ(counts.of_state[static_cast<size_t>(VolumeState::DEGRADED)], 1);
+    EXPECT_EQ(counts.of_state[static_cast<size_t>(VolumeState::LAST_PATH)], 0);
+    EXPECT_EQ(counts.of_state[static_cast<size_t>(VolumeState::UNKNOWN)], 0);
+}

@@ -24,8 +24,10 @@ namespace {
 using Explanations = std::vector<Explanation>;
 
 constexpr size_t MOST_NEAREST = 5;
-constexpr size_t LEAST_PART = 3;   // letters that a name must hold to be like them
-constexpr size_t LONGEST_CODE = 4; // digits
+constexpr size_t LEAST_PART = 3;    // letters that a name must hold to be like them
+constexpr size_t LONGEST_CODE = 4;  // digits
+constexpr size_t SHORTEST_PART = 8; // characters of a text that stand for it
+constexpr size_t MOST_OF_PART = 5;  // texts that a part may stand for
 constexpr char ERROR_HEAD[] = "Error(";
 constexpr char SUCCESS[] = "Command executed successfully.";
 
@@ -181,6 +183,29 @@ Explanations findLogLine(const Explanations &all, std::string_view line) {
     return found;
 }
 
+// ---- parts of texts
+
+// The words without the dots and blanks by which people leave something out at both ends.
+std::string_view withoutDots(std::string_view words) {
+    constexpr std::string_view LEFT_OUT = ". ";
+    words.remove_prefix(std::min(words.find_first_not_of(LEFT_OUT), words.size()));
+    return words.substr(0, words.find_last_not_of(LEFT_OUT) + 1);
+}
+
+// The entries whose text holds the words, each once; none where they are too short, or are part of too many.
+Explanations findByPart(const Explanations &all, std::string_view asked) {
+    const std::string_view part = withoutDots(messageOf(asked));
+    Explanations found;
+    for (const Explanation &entry : all) {
+        const std::string &text = isLogLine(entry) ? entry.key : entry.text;
+        const bool is_new = found.empty() || found.back().advice != entry.advice;
+        if (part.size() >= SHORTEST_PART && is_new && text.find(part) != std::string::npos) {
+            found.push_back(entry);
+        }
+    }
+    return found.size() <= MOST_OF_PART ? found : Explanations();
+}
+
 // ---- names
 
 std::string lowerCase(std::string_view text) {
@@ -233,7 +258,10 @@ std::vector<Explanation> findAdvice(std::string_view asked) {
     if (found.empty()) {
         found = findRecords(all, words);
     }
-    return found.empty() ? findLogLine(all, words) : found;
+    if (found.empty()) {
+        found = findLogLine(all, words);
+    }
+    return found.empty() ? findByPart(all, words) : found;
 }
 
 std::vector<std::string> nearestAdvice(std::string_view word) {

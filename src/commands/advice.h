@@ -56,6 +56,8 @@ std::vector<Explanation> allAdvice();
 //   the name of a kind of event or of an alert
 //   a line of either log, with or without what stands before its message; behind the line's own entry that of a result
 //   that stands in it
+//   a part of the text of a result or line, of 8 characters at least, with or without "..." at its ends, where five entries at
+//   most have it
 // Several records may have one code. Of several texts that a line fits, the one with the most characters of its own counts.
 // Empty for what is not known.
 std::vector<Explanation> findAdvice(std::string_view asked);

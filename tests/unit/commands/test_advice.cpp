@@ -134,6 +134,20 @@ TEST(Advice, TheFirstLineOfAMessageOfSeveralIsFoundByItsBeginning) {
     EXPECT_EQ(found("Read lunpath field failed form string [rubbish"), "");
 }
 
+TEST(Advice, APartOfATextStandsForItWhereFewHaveIt) {
+    const std::string deleted =
+        "log_line The lun is deleted, the properties are [ path_alias: ..., wwid: ... ].";
+    EXPECT_EQ(found("The lun is deleted"), deleted);
+    EXPECT_EQ(found("[2026-11-21 03:12:41] ... The lun is deleted ..."), deleted);
+    EXPECT_EQ(found("lun is d"), deleted);
+    EXPECT_EQ(found("lun is "), "");
+    EXPECT_EQ(found("Query Dravik infomation failed."),
+              "log_line Query Dravik infomation failed. Error message: ....");
+    EXPECT_EQ(found("is changed from"), ""); // seven have it
+    EXPECT_EQ(found("does not be configed"), "record EC_no_wwid");
+    EXPECT_EQ(found("........"), "");
+}
+
 TEST(Advice, NothingIsFoundForWhatIsNone) {
     for (const char *asked : {"", " ", "5", "99999", "-1", "0x73", "EC_", "nonsense", "Error(", "Error()",
                               "Error(abc): x", "Error(115", "Error(9999): x", "path_flapping now",

@@ -112,11 +112,10 @@ TEST_F(Metrics, ALineThatCannotBeUnderstoodIsAnError) {
 
 TEST_F(Metrics, AreNoJson) {
     observe({okVolume()});
-    const std::string why = "metrics are no JSON; for structured data see \\\"dravik help list\\\"";
+    const std::string why = "metrics are text: for JSON use \\\"dravik --json list\\\"";
     const std::string answered =
         document("metrics", "\"error\":\"" + why + "\"") +
-        "! dravik metrics: metrics are no JSON; for structured data see \"dravik help "
-        "list\"\n[1]\n";
+        "! dravik metrics: metrics are text: for JSON use \"dravik --json list\"\n[1]\n";
     EXPECT_EQ(metrics({"--json"}), answered);
     EXPECT_EQ(metrics({}, true), answered);
 }

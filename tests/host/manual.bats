@@ -15,7 +15,7 @@ of_kind() { awk -v kind="$1" '$2 == kind {print $1}' <<<"$TABLE"; }
 setup() {
     TABLE=$("$BUILD_DIR/dravik" --commands)
     mapfile -t COMMANDS < <(of_kind listed; of_kind unlisted; of_kind own)
-    same 24 "${#COMMANDS[@]}"
+    same 25 "${#COMMANDS[@]}"
     same "$(tail -n +2 <<<"$("$BUILD_DIR/dravik")")" "$(of_kind listed; printf '\nCommands with options of their own:\n'; of_kind own)"
 }
 

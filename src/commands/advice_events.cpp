@@ -94,11 +94,12 @@ constexpr Advice EVENTS[] = {
      "Nothing to do; the command log has who it was, the command line and its result."},
 };
 
-constexpr Advice LEFT_OUT = {"left_out",
-                             "Incidents of a time in which the journal took no entries are left out here.",
-                             "dravik events --since 1d\nsystemctl status systemd-journald",
-                             "Nothing is lost: the ledger has them all, `dravik events` shows them. See why "
-                             "the journal took nothing."};
+constexpr Advice LEFT_OUT = {
+    "left_out", "More incidents at once than the journal is told; the oldest are left out here.",
+    "dravik events --since 1d\nsystemctl status systemd-journald",
+    "Nothing is lost: the ledger has them all, `dravik events` shows them. It is so at "
+    "the first sight of more than 1,000 volumes; otherwise see why the journal took "
+    "nothing for long."};
 
 } // namespace
 

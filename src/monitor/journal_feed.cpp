@@ -48,7 +48,7 @@ bool JournalFeed::tell(Database *database) {
             return true;
         }
     }
-    const VdiskNames names; // read with the first look at one
+    const VdiskNames names;
     for (; next != untold.incidents.end(); ++next) {
         if (!tellIncident(database, *next, names)) {
             return true;

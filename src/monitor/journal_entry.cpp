@@ -4,8 +4,8 @@
 #include "ledger/incident_text.h"
 #include "ledger/message_ids.h"
 #include "monitor/journal_priority.h"
-#include "output/well_formed.h"
 #include "output/table.h"
+#include "output/well_formed.h"
 
 namespace dravik {
 

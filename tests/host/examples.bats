@@ -253,7 +253,7 @@ inline_commands() { tr '`' '\n' <"$REPO/$1" | grep -E '^dravik [-a-z]' | grep -v
 
 @test "the guide's alert pattern finds every change to a state that is not good, and nothing else" {
     local pattern
-    pattern=$(sed -n '/^Worth a message at night:/,/^These are/p' "$REPO/$GUIDE" | grep '^    ')
+    pattern=$(sed -n '/^message at night:/,/^These are/p' "$REPO/$GUIDE" | grep '^    ')
     cat >"$BATS_TEST_TMPDIR/log" <<'END'
 The lun is created, the properties are [ path_alias: mpatha, wwid: 3600 ].
 The lun is deleted, the properties are [ path_alias: mpatha, wwid: 3600 ].

@@ -38,6 +38,7 @@
 #include "commands/status.h"
 #include "commands/status_json.h"
 #include "commands/stop.h"
+#include "commands/support_report.h"
 #include "commands/version.h"
 #include "commands/version_json.h"
 #include "common/text.h"
@@ -123,6 +124,7 @@ constexpr Command COMMANDS[] = {
     own("list", LIST_PARAMETERS, list),
     own("events", EVENTS_PARAMETERS, events),
     own("baseline", BASELINE_PARAMETERS, baseline),
+    own("report", REPORT_PARAMETERS, supportReport),
 };
 
 const char *kindName(CommandKind kind) {

@@ -14,7 +14,7 @@
 _dravik_root=''
 
 _dravik_commands=(aggregation config delalias delete lsalias lspathpolicy query restart scan setalias setstate
-    setpathpolicy start status stop version port devstats refresh check list events baseline)
+    setpathpolicy start status stop version port devstats refresh check list events baseline report)
 
 # What a name looks like, for sed and awk in the C locale.
 _dravik_name='[A-Za-z0-9._:][A-Za-z0-9._:-]*'
@@ -207,6 +207,16 @@ _dravik_own() {
     fi
 }
 
+# _dravik_report PREFIX: the options, and where none is begun the files and folders that a name may lie in.
+_dravik_report() {
+    if [[ $1 == -* ]]; then
+        _dravik_own "$1" none --redact --json
+    else
+        compopt -o filenames 2>/dev/null || true
+        mapfile -t COMPREPLY < <(compgen -f -- "$1")
+    fi
+}
+
 # _dravik_options PREFIX [WORD...]: these words; right behind the command also --help, for those who type a dash.
 _dravik_options() {
     if ((COMP_CWORD == 2)) && [[ $1 == -* ]]; then
@@ -255,6 +265,7 @@ _dravik() {
         list) _dravik_own "$cur" none --bad --watch --json ;;
         events) _dravik_own "$cur" none --since --volume --path --incident --all --follow --json ;;
         baseline) _dravik_own "$cur" action --json ;;
+        report) _dravik_report "$cur" ;;
         query | delete)
             if [[ $cur == -* ]]; then
                 _dravik_options "$cur"

@@ -122,9 +122,10 @@ enum class Column { PLAIN, TEXT, ALIAS, WWID, USER };
 Column columnNamed(const std::string &name) {
     // The ledger's own words and the kernel's, which say nothing of a site.
     constexpr const char *PLAIN[] = {
-        "quality",       "presence",     "state",        "kind",       "cause",        "dm_state",
-        "checker_state", "online_state", "group_status", "state_from", "state_to",     "boot_id",
-        "map",           "vendor",       "product",      "transport",  "group_policy", "group_priority"};
+        "quality",      "presence",      "state",        "kind",         "cause",          "boot_id",
+        "map",          "vendor",        "product",      "transport",    "size",           "dm_state",
+        "online_state", "checker_state", "group_status", "group_policy", "group_priority", "lun",
+        "address",      "device_id",     "name",         "path_name",    "path_address"};
     if (std::find_if(std::begin(PLAIN), std::end(PLAIN), [&](const char *word) { return name == word; }) !=
         std::end(PLAIN)) {
         return Column::PLAIN;
@@ -151,7 +152,7 @@ std::string redacted(Redactor *redactor, Column column, const std::string &value
     case Column::TEXT:
         break;
     }
-    return redactor->text(value);
+    return redactor->wholeText(value);
 }
 
 // A statement's columns, read and bound as they are.

@@ -140,6 +140,11 @@ Redactor::Match Redactor::formAt(std::string_view text, size_t place) {
     return {form.length, tokenOf(KINDS[static_cast<size_t>(form.kind)], form.canonical)};
 }
 
+std::string Redactor::wholeText(const std::string &whole) {
+    const auto found = tokens.find(whole);
+    return found == tokens.end() ? text(whole) : found->second;
+}
+
 std::string Redactor::text(std::string_view text) {
     std::string made;
     made.reserve(text.size());

@@ -29,6 +29,9 @@ class Redactor {
     // The token of a value that stands alone, in a column of a table: learnt or not. "" for an empty one, "root" for "root".
     std::string token(Secret kind, const std::string &value);
 
+    // The token of a text that is a value which has one, else the text as `text` below gives it.
+    std::string wholeText(const std::string &whole);
+
     // `text` with every value that has been learnt, or is known by its form, replaced. The longest value at a place counts. A
     // value ends at a character that is no letter or digit, or at the number of a partition ("mpatha1", "mpathap1").
     std::string text(std::string_view text);

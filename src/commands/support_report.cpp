@@ -5,6 +5,7 @@
 #include <ctime>
 #include <optional>
 #include <sys/stat.h>
+#include <sys/utsname.h>
 #include <unistd.h>
 
 #include "commands/ledger_view.h"
@@ -146,6 +147,21 @@ std::string hostName() {
     return name;
 }
 
+// By every name that it has given itself.
+void learnHostNames(Redactor *redactor) {
+    const std::string host = hostName();
+    learnHost(redactor, host);
+    utsname kernel = {};
+    if (uname(&kernel) == 0) {
+        learnHost(redactor, kernel.nodename);
+    }
+    ReportItem file;
+    constexpr uint64_t LONGEST_NAME = 256;
+    file.limit = LONGEST_NAME;
+    readFile(&file, "/etc/hostname");
+    learnHost(redactor, file.text.substr(0, file.text.find_first_of(" \t\n")));
+}
+
 void learnAll(const Report &report, Redactor *redactor) {
     for (const ReportItem &item : report.items) {
         if (item.is_there && item.learn != nullptr) {
@@ -227,7 +243,7 @@ Report makeReport(const std::string &file, bool redacted) {
     std::optional<Redactor> redaction;
     Redactor *redactor = redacted ? &redaction.emplace() : nullptr;
     if (redactor != nullptr) {
-        learnHost(redactor, hostName());
+        learnHostNames(redactor);
     }
     report.items = collectItems();
     report.items.insert(report.items.begin() + 2, copyLedger(folder, redactor));

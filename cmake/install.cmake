@@ -29,6 +29,8 @@ file(GLOB schemas CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/schema/*.schema.json)
 install(FILES ${schemas} DESTINATION ${SCHEMA_FOLDER})
 install(FILES completion/dravik.bash DESTINATION ${COMPLETION_FOLDER} RENAME dravik)
 install(FILES systemd/dravik-monitor.service DESTINATION ${UNIT_FOLDER})
+# What `journalctl -x` shows below the entries of the monitor.
+install(FILES systemd/dravik.catalog DESTINATION ${CATALOG_FOLDER})
 # Always there: systemd passes over it in favour of the unit of the same name.
 install(PROGRAMS packaging/dravik-monitor.init DESTINATION ${INIT_FOLDER} RENAME dravik-monitor)
 install(FILES README.md docs/operator-guide.md DESTINATION ${CMAKE_INSTALL_DOCDIR})

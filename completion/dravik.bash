@@ -14,7 +14,7 @@
 _dravik_root=''
 
 _dravik_commands=(aggregation config delalias delete lsalias lspathpolicy query restart scan setalias setstate
-    setpathpolicy start status stop version port devstats refresh check list events baseline report)
+    setpathpolicy start status stop version port devstats refresh check list events baseline metrics explain report)
 
 # What a name looks like, for sed and awk in the C locale.
 _dravik_name='[A-Za-z0-9._:][A-Za-z0-9._:-]*'
@@ -181,11 +181,12 @@ _dravik_own() {
     for ((i = 2; i < COMP_CWORD; i++)); do
         given+="${COMP_WORDS[i]} "
         case ${COMP_WORDS[i]} in
-            --since | --path | --volume | --incident | --watch)
+            --since | --path | --volume | --incident | --watch | --textfile)
                 if ((i == COMP_CWORD - 1)); then
                     case ${COMP_WORDS[i]} in
                         --volume) _dravik_names device "$prefix" ;;
                         --path) _dravik_names path "$prefix" ;;
+                        --textfile) compopt -o default 2>/dev/null || true ;; # the line editor knows files
                     esac
                     return
                 fi
@@ -214,6 +215,23 @@ _dravik_report() {
     else
         compopt -o filenames 2>/dev/null || true
         mapfile -t COMPREPLY < <(compgen -f -- "$1")
+    fi
+}
+
+# explain WORDS: the first word may be a name that the program knows; a line of a log is none.
+_dravik_explain() {
+    local prefix=$1 names
+    if [[ $prefix == -* ]] || ((COMP_CWORD > 2)); then
+        _dravik_own "$prefix" none --list --json
+    elif _dravik_is_plain "$prefix"; then
+        local -a run=(dravik)
+        command -v timeout >/dev/null && run=(timeout 1 dravik)
+        names=$(command "${run[@]}" explain --list 2>/dev/null | LC_ALL=C command awk -F'\t' -v prefix="$prefix" \
+            -v whole_name="^$_dravik_name\$" '$1 != "log_line" && index($2, prefix) == 1 && $2 ~ whole_name { print $2 }')
+        local IFS=$'\n'
+        # Only plain names came through, so nothing here is split or expanded but at the line ends.
+        # shellcheck disable=SC2206
+        COMPREPLY=($names)
     fi
 }
 
@@ -265,6 +283,8 @@ _dravik() {
         list) _dravik_own "$cur" none --bad --watch --json ;;
         events) _dravik_own "$cur" none --since --volume --path --incident --all --follow --json ;;
         baseline) _dravik_own "$cur" action --json ;;
+        metrics) _dravik_own "$cur" none --textfile --volumes-only ;;
+        explain) _dravik_explain "$cur" ;;
         report) _dravik_report "$cur" ;;
         query | delete)
             if [[ $cur == -* ]]; then

@@ -6,9 +6,6 @@
 #include <cstring>
 #include <ctime>
 
-#include "array/vdisk_cache.h"
-#include "array/vdisk_entry.h"
-#include "array/vdisk_file.h"
 #include "common/visible_text.h"
 #include "ledger/event_store.h"
 #include "ledger/known_health.h"
@@ -29,7 +26,7 @@ void dropGone(KnownTopology *volumes) {
                    volumes->end());
 }
 
-bool readWholeLedger(LedgerView *view, std::string *problem) {
+bool readInOneView(const std::function<void(Database *)> &read, std::string *problem) {
     LedgerOpening opening = openLedger(LedgerUse::READ);
     if (opening.status != LedgerStatus::OPEN) {
         *problem = opening.problem;
@@ -37,16 +34,24 @@ bool readWholeLedger(LedgerView *view, std::string *problem) {
     }
     try {
         opening.database->run("BEGIN"); // one view of all the tables
-        view->observation = loadObservation(opening.database.get());
-        view->volumes = loadKnown(opening.database.get());
-        view->now = nowMs();
-        view->operations = loadOperations(opening.database.get(), view->observation.time, view->now);
+        read(opening.database.get());
     } catch (const SqliteError &error) {
         *problem = std::string(LEDGER_FILE) + " cannot be read: " + error.what();
         return false;
     }
-    view->age = std::max<Milliseconds>(view->now - view->observation.time, 0);
     return true;
+}
+
+bool readWholeLedger(LedgerView *view, std::string *problem) {
+    const auto read = [view](Database *database) {
+        view->observation = loadObservation(database);
+        view->volumes = loadKnown(database);
+        view->now = nowMs();
+        view->operations = loadOperations(database, view->observation.time, view->now);
+    };
+    const bool is_read = readInOneView(read, problem);
+    view->age = std::max<Milliseconds>(view->now - view->observation.time, 0);
+    return is_read;
 }
 
 bool readLedger(LedgerView *view, std::string *problem) {
@@ -109,22 +114,6 @@ int failOwnCommand(const char *command, const std::string &problem, bool json, i
         puts(beginDocument(command).set("error", problem).line().c_str());
     }
     return status;
-}
-
-VdiskNames::VdiskNames() {
-    forgetVdiskTree();
-}
-
-std::string
-VdiskNames::of(const std::string &wwid) const { // NOLINT(readability-convert-member-functions-to-static)
-    VdiskTree *tree = nullptr;
-    std::string error;
-    if (loadVdiskTree(VDISK_CACHE_FILE, true, &tree, &error) != TreeState::READY) {
-        return "";
-    }
-    const cJSON *entry = entryForLookup(tree, wwid.c_str());
-    const cJSON *name = entry == nullptr ? nullptr : cJSON_GetObjectItem(entry, "vdisk_name");
-    return name != nullptr && isJsonString(name) ? name->valuestring : "";
 }
 
 } // namespace dravik

@@ -1,10 +1,12 @@
 // The ledger as our own commands read it.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "array/vdisk_names.h"
 #include "ledger/ledger_file.h"
 #include "ledger/records.h"
 #include "output/json.h"
@@ -28,6 +30,10 @@ Milliseconds nowMs();
 
 // Takes out the volumes that are gone.
 void dropGone(KnownTopology *volumes);
+
+// Hands the opened ledger to `read`, all of whose questions are answered from one view of it. False when it cannot be opened
+// or read: `*problem` is a sentence for people.
+bool readInOneView(const std::function<void(Database *)> &read, std::string *problem);
 
 // Reads the ledger in one view of it, with the volumes that are gone or without them. False when it cannot be read:
 // `*problem` is a sentence for people.
@@ -55,13 +61,5 @@ Json observationJson(const LedgerView &view);
 // Answers that a command of our own has no answer: `problem` on standard error, behind the command's name, and with `json` a
 // document with it as "error" on standard output. `status` comes back.
 int failOwnCommand(const char *command, const std::string &problem, bool json, int status);
-
-// The names that the array has for the volumes, by WWID, from the name cache as it is when this is made; a missing or
-// damaged one knows none. One at a time.
-class VdiskNames {
-  public:
-    VdiskNames();
-    std::string of(const std::string &wwid) const;
-};
 
 } // namespace dravik

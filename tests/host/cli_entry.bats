@@ -37,6 +37,8 @@ check
 list
 events
 baseline
+metrics
+explain
 report
 END
 }

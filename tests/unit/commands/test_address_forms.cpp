@@ -45,8 +45,8 @@ TEST(AddressForms, AWwidIs32HexadecimalDigitsInEachOfItsForms) {
 }
 
 TEST(AddressForms, AWwpnIs16HexadecimalDigitsOrEightPairsOfThemWithColons) {
-    for (const char *text : {"20d0000b5d6a1010", "0x20d0000b5d6a1010", "20D0000B5D6A1010", "0X20d0000b5d6a1010",
-                             "20:d0:00:0b:5d:6a:10:10", "20:D0:00:0B:5D:6A:10:10"}) {
+    for (const char *text : {"20d0000b5d6a1010", "0x20d0000b5d6a1010", "20D0000B5D6A1010",
+                             "0X20d0000b5d6a1010", "20:d0:00:0b:5d:6a:10:10", "20:D0:00:0B:5D:6A:10:10"}) {
         EXPECT_EQ(at(text), wwpn(text));
     }
 }
@@ -110,8 +110,8 @@ TEST(AddressForms, AnAddressMayBeginBehindAColon) {
 }
 
 TEST(AddressForms, ScsiAddressesTimesAndColonsAloneAreNoIPv6) {
-    for (const char *text : {"1:0:0:1", "8:16", "03:12:41", "::", ":", ":::", "a:b", "2001:db8::1::2", "12345::1",
-                             "1::g"}) {
+    for (const char *text :
+         {"1:0:0:1", "8:16", "03:12:41", "::", ":", ":::", "a:b", "2001:db8::1::2", "12345::1", "1::g"}) {
         EXPECT_EQ(at(text), "none") << text;
     }
 }
@@ -120,7 +120,8 @@ TEST(AddressForms, QualifiedNamesGoUpToTheirLunAndEndInAWord) {
     EXPECT_EQ(at("iqn.2004-01.com.korvel:array1.node_2"),
               "iqn iqn.2004-01.com.korvel:array1.node_2 | iqn.2004-01.com.korvel:array1.node_2");
     EXPECT_EQ(at("IQN.2004-01.com.Korvel:A"), "iqn iqn.2004-01.com.korvel:a | IQN.2004-01.com.Korvel:A");
-    EXPECT_EQ(at("iqn.2004-01.com.korvel:a-lun-3"), "iqn iqn.2004-01.com.korvel:a | iqn.2004-01.com.korvel:a");
+    EXPECT_EQ(at("iqn.2004-01.com.korvel:a-lun-3"),
+              "iqn iqn.2004-01.com.korvel:a | iqn.2004-01.com.korvel:a");
     EXPECT_EQ(at("nqn.2014-08.org.nvmexpress:uuid:1b2c, live"),
               "nqn nqn.2014-08.org.nvmexpress:uuid:1b2c | nqn.2014-08.org.nvmexpress:uuid:1b2c");
     for (const char *rest : {".", "-", ":", ".:-", ",t,0x1", " x", "]", "\""}) {

@@ -12,8 +12,10 @@ TEST(ReportRedaction, EveryFormOfAnAddressHasOneTokenInEveryText) {
               "wwid-1 and wwid-1");
     EXPECT_EQ(redactor.text("0x20d0000b5d6a1010,20:d0:00:0b:5d:6a:10:10 20d0000b5d6a1011"),
               "wwpn-1,wwpn-1 wwpn-2");
-    EXPECT_EQ(redactor.text("10.1.2.3:3260 2001:db8::1 2001:db8:0::1 00:1b:21:ab:cd:ef"), "ip-1:3260 ip-2 ip-2 mac-1");
-    EXPECT_EQ(redactor.text("iqn.2004-01.com.korvel:a-lun-3 nqn.2014-08.org.nvmexpress:x"), "iqn-1-lun-3 nqn-1");
+    EXPECT_EQ(redactor.text("10.1.2.3:3260 2001:db8::1 2001:db8:0::1 00:1b:21:ab:cd:ef"),
+              "ip-1:3260 ip-2 ip-2 mac-1");
+    EXPECT_EQ(redactor.text("iqn.2004-01.com.korvel:a-lun-3 nqn.2014-08.org.nvmexpress:x"),
+              "iqn-1-lun-3 nqn-1");
     EXPECT_EQ(redactor.text("naa.600b5d60001a2b3c0000000000000001 20D0000B5D6A1010 10.1.2.3"),
               "wwid-1 wwpn-1 ip-1");
 }
@@ -128,7 +130,8 @@ TEST(ReportRedaction, AValueThatStandsAloneHasATokenLearntOrNot) {
     EXPECT_EQ(redactor.token(Secret::ALIAS, "never learnt"), "alias-1");
     EXPECT_EQ(redactor.token(Secret::ALIAS, "never learnt"), "alias-1");
     EXPECT_EQ(redactor.token(Secret::WWID, "3600b5d60001a2b3c0000000000000001"), "wwid-1");
-    EXPECT_EQ(redactor.token(Secret::ALIAS, "3600b5d60001a2b3c0000000000000001"), "wwid-1"); // known by its form
+    EXPECT_EQ(redactor.token(Secret::ALIAS, "3600b5d60001a2b3c0000000000000001"),
+              "wwid-1"); // known by its form
     EXPECT_EQ(redactor.token(Secret::WWID, "odd wwid"), "wwid-2");
     EXPECT_EQ(redactor.text("never learnt"), "never learnt");
 }

@@ -16,6 +16,7 @@
 
 #include "host/interruption.h"
 #include "tests/support/children.h"
+#include "tests/support/fake_tools.h"
 
 using namespace dravik;
 
@@ -262,6 +263,20 @@ TEST_F(ReportFolderTest, AFileThatCannotBePackedIsAFailureAndLeavesNothing) {
     } catch (const ReportFailure &failure) {
         EXPECT_STREQ(failure.what(), "tar failed with exit status 2: are tar and gzip installed?");
     }
+    EXPECT_EQ(namesIn(place), Names{});
+}
+
+TEST_F(ReportFolderTest, APackingThatIsKilledIsAFailureAndNoReport) {
+    const FakeTools tools;
+    tools.runs("tar", "echo half > report.tar.gz\nkill -KILL $$");
+    EXPECT_THROW(
+        {
+            ReportFolder folder(file);
+            folder.makeTop("top");
+            folder.write("a", "text");
+            folder.pack({"a"});
+        },
+        ReportFailure);
     EXPECT_EQ(namesIn(place), Names{});
 }
 

@@ -3,7 +3,7 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <sys/stat.h>
 
 #include "commands/report_secrets.h"
@@ -17,7 +17,9 @@ constexpr uint64_t PLENTY = 1ULL << 30;
 
 std::string bytesOf(const std::string &file) {
     std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+    std::ostringstream bytes;
+    bytes << stream.rdbuf();
+    return bytes.str();
 }
 
 // Every row of every table, of the schema too, as a text; a table of events without those below `from`.

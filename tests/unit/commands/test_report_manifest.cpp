@@ -73,8 +73,9 @@ TEST(ReportManifest, ChecksumsAreReadByNameAndOtherLinesPassedOver) {
     EXPECT_EQ(readChecksums(a + "  check.txt\n" + b + "  a b\n"),
               (std::map<std::string, std::string>{{"check.txt", a}, {"a b", b}}));
     EXPECT_EQ(readChecksums(a + "  last"), (std::map<std::string, std::string>{{"last", a}}));
-    for (const std::string &line : {std::string(), std::string("\n\n"), a + "\n", a + "  \n", a + " *x\n",
-                                    "a  x\n", std::string("sha256sum: x: Permission denied\n")}) {
+    for (const std::string &line :
+         {std::string(), std::string("\n\n"), a + "\n", a + "  \n", a + " *x\n", std::string("a  x\n"),
+          std::string("sha256sum: x: Permission denied\n")}) {
         EXPECT_TRUE(readChecksums(line).empty()) << line;
     }
 }

@@ -173,7 +173,8 @@ TEST(ReportRedaction, AMegabyteWith30000NamesTakesWellUnderASecond) {
     std::string text;
     std::string wanted;
     for (int i = 0; i < 30000; ++i) {
-        const std::string name = "volume_of_site_" + std::to_string(100000 + i) + std::string(i % 40, 'x');
+        const std::string name =
+            "volume_of_site_" + std::to_string(100000 + i) + std::string(static_cast<size_t>(i % 40), 'x');
         redactor.learn(Secret::ALIAS, name);
         text += name + " is fine\n";
         wanted += "alias-" + std::to_string(i + 1) + " is fine\n";

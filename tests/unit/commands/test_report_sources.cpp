@@ -133,11 +133,11 @@ TEST_F(ReportSources, AnItemThatSaysWhichEndItKeepsKeepsThatOfAFile) {
     const std::string file = write("conf", "first\nsecond\nthird\n");
     ReportItem item = limited(14, Keep::END);
     readFile(&item, file.c_str());
-    EXPECT_EQ(item.text, "third\n");
+    EXPECT_EQ(item.text, "second\nthird\n");
     item = limited(14, Keep::BEGINNING);
     readFile(&item, file.c_str());
     // Whatever is kept: the item, by which the manifest tells the reader, and the text say the same.
-    EXPECT_EQ(item.text, item.keep == Keep::BEGINNING ? "first\nsecond\n" : "third\n");
+    EXPECT_EQ(item.text, item.keep == Keep::BEGINNING ? "first\nsecond\n" : "second\nthird\n");
 }
 
 TEST_F(ReportSources, AFileThatIsNotThereIsOnlyToBeLookedAtWhereItIsExpected) {
@@ -175,10 +175,10 @@ TEST_F(ReportSources, BelowDumpsNoLinkIsFollowedAnywhereElseLinksAre) {
 }
 
 TEST_F(ReportSources, ACommandsWholeOutputIsTheTextAndAFailureStandsBehindIt) {
-    const ReportItem item = run(ShellCommand("sh -c 'echo out; echo err >&2'"_sh));
+    const ReportItem item = run(ShellCommand("sh -c 'echo out && echo err >&2'"_sh));
     EXPECT_EQ(told(item), "there: out\nerr\n");
-    EXPECT_EQ(item.source, "sh -c 'echo out; echo err >&2'");
-    EXPECT_EQ(told(run(ShellCommand("echo out; exit 3"_sh))), "there: out\n(its exit status was not 0)\n");
+    EXPECT_EQ(item.source, "sh -c 'echo out && echo err >&2'");
+    EXPECT_EQ(told(run(ShellCommand("echo out && false"_sh))), "there: out\n(its exit status was not 0)\n");
     EXPECT_EQ(told(run(ShellCommand("true"_sh))), "there: ");
 }
 
@@ -193,12 +193,12 @@ TEST_F(ReportSources, AToolThatIsNotOnTheHostIsNotRun) {
 }
 
 TEST_F(ReportSources, AWordThatIsNotPlainIsNotRun) {
-    EXPECT_EQ(told(run(ShellCommand("echo "_sh, "a; touch /tmp/x"))), "none; could not be run");
+    EXPECT_EQ(told(run(ShellCommand("echo "_sh, "$x"))), "none; could not be run");
 }
 
 TEST_F(ReportSources, ACommandThatHangsIsKilledAfterItsSecondsWithWhatItStarted) {
     const Clock::time_point start = Clock::now();
-    EXPECT_EQ(told(run(ShellCommand("echo begun; sleep 60 | sleep 61"_sh), 100, Keep::BEGINNING, 1)),
+    EXPECT_EQ(told(run(ShellCommand("echo begun && sleep 60 | sleep 61"_sh), 100, Keep::BEGINNING, 1)),
               "none; did not end within 1 seconds and was killed");
     EXPECT_LT(secondsSince(start), 5);
     EXPECT_EQ(told(run(ShellCommand("echo next"_sh))), "there: next\n"); // the deadline is over
@@ -214,15 +214,32 @@ TEST_F(ReportSources, OfAnEndlessOutputNoMoreThan32MiBIsTaken) {
 TEST_F(ReportSources, ALineOfItsOwnAnswersWhatItPrintedOrASentence) {
     std::string output;
     std::string problem;
-    EXPECT_TRUE(runLine(ShellCommand("echo a; echo b"_sh), 5, &output, &problem));
+    EXPECT_TRUE(runLine(ShellCommand("echo a && echo b"_sh), 5, &output, &problem));
     EXPECT_EQ(output + problem, "a\nb\n");
     output.clear();
-    EXPECT_FALSE(runLine(ShellCommand("echo a; exit 4"_sh), 5, &output, &problem));
+    EXPECT_FALSE(runLine(ShellCommand("echo a && sh -c 'exit 4'"_sh), 5, &output, &problem));
     EXPECT_EQ(output + problem, "failed with exit status 4");
+    output.clear();
     EXPECT_FALSE(runLine(ShellCommand("sleep 60"_sh), 1, &output, &problem));
     EXPECT_EQ(output + problem, "did not end within 1 seconds and was killed");
+}
+
+TEST_F(ReportSources, ALineThatIsNotRunSaysSoWhateverBecameOfTheOneBefore) {
+    std::string output;
+    std::string problem;
     EXPECT_FALSE(runLine(ShellCommand("echo "_sh, "$x"), 5, &output, &problem));
     EXPECT_EQ(output + problem, "could not be run");
+    EXPECT_FALSE(runLine(ShellCommand("sleep 60"_sh), 1, &output, &problem));
+    EXPECT_FALSE(runLine(ShellCommand("echo "_sh, "$x"), 5, &output, &problem));
+    EXPECT_EQ(output + problem, "could not be run");
+}
+
+TEST_F(ReportSources, ACommandThatASignalHasEndedIsNoneThatHasRun) {
+    std::string output;
+    std::string problem;
+    EXPECT_FALSE(runLine(ShellCommand("echo half && kill -KILL $$"_sh), 5, &output, &problem));
+    EXPECT_EQ(output, "");
+    EXPECT_NE(problem, "");
 }
 
 TEST_F(ReportSources, ASignalEndsACommandWithinASecondOrTwo) {

@@ -55,10 +55,10 @@ TEST_F(ReportFindings, TheVerdictAndTheWorstVolumesAreNamedThreeAtMost) {
     observe({okVolume(), degradedVolume(), lastPathVolume(), deadVolume(), deadVolume("dead2")}, NOW - 5000);
     EXPECT_EQ(
         first(),
-        (Lines{
-            "CRITICAL - 2 of 5 volumes without a working path, 1 on their last path, 1 degraded (check.txt)",
-            "dead: none, 0 of 2 paths work", "dead2: none, 0 of 2 paths work",
-            "thin: last path, 1 of 2 paths works"}));
+        (Lines{"CRITICAL - 2 of 5 volumes without a working path, 1 on its last path, 1 degraded (check.txt)",
+               "dead: none, 0 of 2 work; lost: sdi sdj; survives: nothing",
+               "dead2: none, 0 of 2 work; lost: sdi sdj; survives: nothing",
+               "thin: last path, 1 of 2 work; lost: sdg; survives: nothing"}));
 }
 
 TEST_F(ReportFindings, AnObservationThatIsTooOldIsSaidWithoutTheVolumesOfThen) {
@@ -140,8 +140,10 @@ TEST_F(ReportFindings, TheGravestComesFirstAndTenAreTheMost) {
     add("dumps.txt", "bytes free 0 of 1, files free 1\n\n");
     add("dravik_cli.log", "[2026-11-21 03:00:00] ERROR main 12 one\n");
     EXPECT_EQ(first(), (Lines{"CRITICAL - 4 of 4 volumes without a working path (check.txt)",
-                              "d1: none, 0 of 2 paths work", "d2: none, 0 of 2 paths work",
-                              "d3: none, 0 of 2 paths work", "the last observation failed: memory ran out",
+                              "d1: none, 0 of 2 work; lost: sdi sdj; survives: nothing",
+                              "d2: none, 0 of 2 work; lost: sdi sdj; survives: nothing",
+                              "d3: none, 0 of 2 work; lost: sdi sdj; survives: nothing",
+                              "the last observation failed: memory ran out",
                               "dravikd does not run: its service is inactive (services.txt)",
                               "dravik-monitor does not run: its service is failed (services.txt)",
                               "the multipath tool does not answer: velomux -ll could not be run",

@@ -147,7 +147,8 @@ TEST_F(ReportLedgerCopy, OfARedactedRewritingNoByteTellsAName) {
     Statement rows(&database,
                    "SELECT o.volume, o.user, o.line, o.detail, v.wwid, p.initiator, p.target_port, "
                    "b.initiator, b.accepted_by, v.map FROM operations o JOIN volumes v ON v.alias = "
-                   "o.volume JOIN paths p ON p.volume = v.id JOIN baseline b ON b.volume = v.id LIMIT 1");
+                   "o.volume JOIN paths p ON p.volume = v.id JOIN baseline b ON b.volume = v.id ORDER BY "
+                   "b.accepted LIMIT 1");
     ASSERT_TRUE(rows.step());
     std::string row;
     for (int i = 0; i < 10; ++i) {

@@ -70,7 +70,8 @@ AddressForm hexAt(std::string_view text, size_t place) {
 AddressForm pairsAt(std::string_view text, size_t place) {
     std::string digits;
     size_t end = place;
-    while (isHexAt(text, end) && isHexAt(text, end + 1)) {
+    constexpr size_t MORE_THAN_A_WWPN = 18; // digits: then it is none, however many follow
+    while (digits.size() < MORE_THAN_A_WWPN && isHexAt(text, end) && isHexAt(text, end + 1)) {
         digits += inSmallLetters(text.substr(end, 2));
         end += 2;
         if (!isAt(text, end, ':') || !isHexAt(text, end + 1)) {
@@ -117,10 +118,23 @@ std::string canonicalIpv6(const std::string &word) {
     return made;
 }
 
+// Whether the colon before `place` may belong to the same address: before it are at most four hexadecimal digits.
+bool isInsideColons(std::string_view text, size_t place) {
+    constexpr size_t MOST_DIGITS = 4;
+    if (place == 0 || text[place - 1] != ':') {
+        return false;
+    }
+    size_t digits = 0;
+    while (digits <= MOST_DIGITS && digits + 1 < place && isHex(text[place - 2 - digits])) {
+        ++digits;
+    }
+    return digits <= MOST_DIGITS && (digits + 1 >= place || !isWordByte(text[place - 2 - digits]));
+}
+
 AddressForm ipv6At(std::string_view text, size_t place) {
     constexpr size_t LONGEST = INET6_ADDRSTRLEN + 6; // with a port
     constexpr size_t SHORTEST_IPV6 = 3;              // ::1
-    if (place > 0 && text[place - 1] == ':') {
+    if (isInsideColons(text, place)) {
         return {};
     }
     size_t end = place;
@@ -148,13 +162,13 @@ AddressForm qualifiedNameAt(std::string_view text, size_t place) {
     if (!is_iqn && !beginsWith(text, place, "nqn.")) {
         return {};
     }
+    constexpr std::string_view LUN = "-lun-";
     size_t end = place;
-    while (end < text.size() &&
+    while (end < text.size() && text.compare(end, LUN.size(), LUN) != 0 &&
            (isWordByte(text[end]) || std::string_view(".-:_").find(text[end]) != std::string_view::npos)) {
         ++end;
     }
     std::string_view name = text.substr(place, end - place);
-    name = name.substr(0, name.find("-lun-"));
     while (!isWordByte(name.back())) {
         name.remove_suffix(1);
     }

@@ -61,7 +61,7 @@ void makePrivate(const std::string &file) {
 // ---- the backup
 
 // Whether all pages have been copied; a sentence when they cannot be.
-std::string copyPages(sqlite3_backup *backup, Database *to, const TimeLimit &limit) {
+std::string copyPages(sqlite3_backup *backup, const TimeLimit &limit) {
     constexpr int PAGES_AT_ONCE = 1024;
     for (;;) {
         const int code = sqlite3_backup_step(backup, PAGES_AT_ONCE);
@@ -75,7 +75,7 @@ std::string copyPages(sqlite3_backup *backup, Database *to, const TimeLimit &lim
             return "it has been locked for too long";
         }
         if (code != SQLITE_OK) {
-            return std::string("it cannot be copied: ") + sqlite3_errmsg(to->get());
+            return std::string("it cannot be copied: ") + sqlite3_errstr(code);
         }
     }
 }
@@ -85,9 +85,10 @@ std::string backUp(Database *from, Database *to, const TimeLimit &limit) {
     if (backup == nullptr) {
         return std::string("it cannot be copied: ") + sqlite3_errmsg(to->get());
     }
-    std::string problem = copyPages(backup, to, limit);
-    if (sqlite3_backup_finish(backup) != SQLITE_OK && problem.empty()) {
-        problem = std::string("it cannot be copied: ") + sqlite3_errmsg(to->get());
+    std::string problem = copyPages(backup, limit);
+    const int code = sqlite3_backup_finish(backup);
+    if (code != SQLITE_OK && problem.empty()) {
+        problem = std::string("it cannot be copied: ") + sqlite3_errstr(code);
     }
     return problem;
 }

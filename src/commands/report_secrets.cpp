@@ -4,6 +4,7 @@
 #include <cjson/cJSON.h>
 #include <functional>
 #include <memory>
+#include <string_view>
 
 #include "array/vdisk_entry.h"
 
@@ -67,8 +68,11 @@ std::string nameBehind(const std::string &text, const Marker &marker, size_t fro
 
 // Names of the kernel's own, which say nothing of a site.
 bool isKernelName(const std::string &name) {
-    return name.compare(0, 3, "dm-") == 0 || name.compare(0, 4, "nvme") == 0 ||
-           (name.compare(0, 2, "sd") == 0 && name.size() <= 5);
+    const auto isNumbered = [&name](std::string_view kind) {
+        return name.compare(0, kind.size(), kind) == 0 && name.size() > kind.size() &&
+               name[kind.size()] >= '0' && name[kind.size()] <= '9';
+    };
+    return isNumbered("dm-") || isNumbered("nvme") || (name.compare(0, 2, "sd") == 0 && name.size() <= 5);
 }
 
 void learnName(Redactor *redactor, Secret kind, const std::string &name) {

@@ -62,20 +62,33 @@ bool readUpTo(int fd, uint64_t most, std::string *text) {
     return true;
 }
 
-// The last `limit` bytes; a file that grows meanwhile is read no further.
-void readEnd(ReportItem *item, int fd, uint64_t size, uint64_t limit) {
-    const uint64_t begin = size > limit ? size - limit : 0;
-    if (lseek(fd, static_cast<off_t>(begin), SEEK_SET) < 0 || !readUpTo(fd, limit, &item->text)) {
+// Takes away what is no whole line at the cut, unless it is all there is.
+void keepWholeLines(ReportItem *item) {
+    std::string &text = item->text;
+    const size_t before = text.size();
+    const size_t line = item->keep == Keep::END ? text.find('\n') : text.rfind('\n');
+    if (line == std::string::npos) {
+        return;
+    }
+    if (item->keep == Keep::BEGINNING) {
+        text.resize(line + 1);
+    } else if (line + 1 < before) {
+        text.erase(0, line + 1);
+    }
+    item->left_out += before - text.size();
+}
+
+// The part that is kept, at most the item's limit; a file that grows meanwhile is read no further.
+void readPart(ReportItem *item, int fd, uint64_t size) {
+    const uint64_t left_out = size > item->limit ? size - item->limit : 0;
+    const uint64_t begin = item->keep == Keep::END ? left_out : 0;
+    if (lseek(fd, static_cast<off_t>(begin), SEEK_SET) < 0 || !readUpTo(fd, item->limit, &item->text)) {
         item->problem = std::string("could not be read to its end: ") + strerror(errno);
     }
     item->is_there = true;
-    if (begin > 0) {
-        item->left_out = begin;
-        const size_t line = item->text.find('\n');
-        if (line != std::string::npos) { // what is before it is no whole line
-            item->left_out += line + 1;
-            item->text.erase(0, line + 1);
-        }
+    item->left_out = left_out;
+    if (left_out > 0) {
+        keepWholeLines(item);
     }
 }
 
@@ -85,6 +98,17 @@ void endWithTheReport() {
     if (pendingSignal() != 0) {
         setChildDeadline(1, nullptr); // that much has passed: the child is killed at once
     }
+}
+
+std::string whyFailed(int status, unsigned int seconds) {
+    const ChildEnd &end = lastChildEnd();
+    if (end.deadline_passed) {
+        return "did not end within " + std::to_string(seconds) + " seconds and was killed";
+    }
+    if (status == 0) {
+        return "was ended by signal " + std::to_string(end.signal_number);
+    }
+    return status > 0 ? "failed with exit status " + std::to_string(status) : "could not be run";
 }
 
 bool isInSystemPath(const std::string &tool) {
@@ -169,24 +193,26 @@ void readFile(ReportItem *item, const char *path) {
         item->is_expected = true;
         item->problem = "is no plain file";
     } else {
-        readEnd(item, file.get(), static_cast<uint64_t>(attributes.st_size), item->limit);
+        readPart(item, file.get(), static_cast<uint64_t>(attributes.st_size));
     }
     item->duration_ms = msSince(start);
 }
 
 bool runLine(const ShellCommand &command, unsigned int seconds, std::string *output, std::string *problem) {
+    if (!command.isPlain()) {
+        *problem = "could not be run";
+        return false;
+    }
     CommandOutput taken;
     setChildDeadline(seconds, endWithTheReport);
-    const int status = command.isPlain() ? taken.fill(exe_query, command.line()) : EXE_NOT_STARTED;
+    const int status = taken.fill(exe_query, command.line());
     setChildDeadline(0, nullptr);
-    if (status == 0) {
+    // A child that a signal has ended has exit status 0 here.
+    if (status == 0 && lastChildEnd().signal_number == 0) {
         *output = taken.text;
         return true;
     }
-    *problem = lastChildEnd().deadline_passed
-                   ? "did not end within " + std::to_string(seconds) + " seconds and was killed"
-               : status > 0 ? "failed with exit status " + std::to_string(status)
-                            : "could not be run";
+    *problem = whyFailed(status, seconds);
     return false;
 }
 
@@ -197,10 +223,14 @@ void runCommand(ReportItem *item, const char *tool, const ShellCommand &command,
         item->problem = std::string("there is no ") + tool + " on this host";
         return;
     }
+    if (!command.isPlain()) {
+        item->problem = "could not be run";
+        return;
+    }
     const OwnText line = {command.line()};
     const ShellCommand bounded("( ("_sh, line, ") || echo '(its exit status was not 0)' ) 2>&1 | "_sh,
                                item->keep == Keep::END ? "tail -c 33554432"_sh : "head -c 33554432"_sh);
-    item->is_there = command.isPlain() && runLine(bounded, seconds, &item->text, &item->problem);
+    item->is_there = runLine(bounded, seconds, &item->text, &item->problem);
     item->is_expected = item->is_expected || !item->is_there;
     cutItem(item);
     item->duration_ms = msSince(start);

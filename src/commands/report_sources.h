@@ -34,7 +34,7 @@ struct ReportItem {
 // Cuts the item's text to its limit at the end of a line, and counts what goes.
 void cutItem(ReportItem *item);
 
-// Fills the item from a file, of which no more than the last bytes up to its limit are read: from a whole line on. Below /dumps it is
+// Fills the item from a file, of which no more is read than the item may have: whole lines of the part that it keeps. Below /dumps it is
 // opened as everything there (common/dumps_folder.h); anywhere else links are followed, nothing is waited for, and only a
 // regular file is read.
 void readFile(ReportItem *item, const char *path);

@@ -2,6 +2,7 @@
 # report on the simulated host: what the archive holds, what bad input and a broken host get, and that no name of the site is
 # left in one that is redacted.
 
+# shellcheck disable=SC2153 # HOST is set by make_host
 bats_require_minimum_version 1.5.0
 load ../support/simulated_host
 load ../support/ledger

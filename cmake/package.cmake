@@ -26,14 +26,14 @@ set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS packaging/service
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION admin)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "bash, coreutils, grep, sed, mawk | gawk, util-linux")
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "bash, coreutils, grep, gzip, sed, mawk | gawk, tar, util-linux")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA ${scripts}/postinst ${scripts}/prerm ${scripts}/postrm)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 
 set(CPACK_RPM_FILE_NAME RPM-DEFAULT)
 set(CPACK_RPM_PACKAGE_LICENSE Proprietary)
 set(CPACK_RPM_PACKAGE_GROUP "System Environment/Daemons")
-set(CPACK_RPM_PACKAGE_REQUIRES "bash, coreutils, grep, sed, gawk, util-linux")
+set(CPACK_RPM_PACKAGE_REQUIRES "bash, coreutils, grep, gzip, sed, gawk, tar, util-linux")
 set(CPACK_RPM_POST_INSTALL_SCRIPT_FILE ${scripts}/post)
 set(CPACK_RPM_PRE_UNINSTALL_SCRIPT_FILE ${scripts}/preun)
 # No links below /usr/lib/.build-id: they would be owned beside the programs they name.

@@ -14,7 +14,7 @@
 _dravik_root=''
 
 _dravik_commands=(aggregation config delalias delete lsalias lspathpolicy query restart scan setalias setstate
-    setpathpolicy start status stop version port devstats refresh check list events baseline metrics explain)
+    setpathpolicy start status stop version port devstats refresh check list events baseline metrics explain report)
 
 # What a name looks like, for sed and awk in the C locale.
 _dravik_name='[A-Za-z0-9._:][A-Za-z0-9._:-]*'
@@ -208,6 +208,16 @@ _dravik_own() {
     fi
 }
 
+# _dravik_report PREFIX: the options, and where none is begun the files and folders that a name may lie in.
+_dravik_report() {
+    if [[ $1 == -* ]]; then
+        _dravik_own "$1" none --redact --json
+    else
+        compopt -o filenames 2>/dev/null || true
+        mapfile -t COMPREPLY < <(compgen -f -- "$1")
+    fi
+}
+
 # explain WORDS: the first word may be a name that the program knows; a line of a log is none.
 _dravik_explain() {
     local prefix=$1 names
@@ -275,6 +285,7 @@ _dravik() {
         baseline) _dravik_own "$cur" action --json ;;
         metrics) _dravik_own "$cur" none --textfile --volumes-only ;;
         explain) _dravik_explain "$cur" ;;
+        report) _dravik_report "$cur" ;;
         query | delete)
             if [[ $cur == -* ]]; then
                 _dravik_options "$cur"

@@ -4,7 +4,7 @@
 # What the programs and their scripts call, and what a person at a shell expects to find.
 BASE_TOOLS=(
     awk basename bash cat chmod chown chroot cksum cmp comm cp cut date dd df diff dirname du echo env expand expr
-    false find flock fold getconf grep egrep head hostname id kill ln ls md5sum mkdir mkfifo mknod mktemp mv nl nohup
+    false find flock fold getconf grep egrep gzip head hostname id kill ln ls md5sum mkdir mkfifo mknod mktemp mv nl nohup
     od paste printf pwd readlink realpath rm rmdir sed seq sha256sum sleep sort split stat stty sync tail tar tee test
     timeout touch tr true truncate uname uniq wc which xargs yes
 )

@@ -39,6 +39,7 @@
 #include "commands/status.h"
 #include "commands/status_json.h"
 #include "commands/stop.h"
+#include "commands/support_report.h"
 #include "commands/version.h"
 #include "commands/version_json.h"
 #include "common/nearest_name.h"
@@ -127,6 +128,7 @@ constexpr Command COMMANDS[] = {
     own("baseline", BASELINE_PARAMETERS, baseline),
     own("metrics", METRICS_PARAMETERS, metrics),
     own("explain", EXPLAIN_PARAMETERS, explain),
+    own("report", REPORT_PARAMETERS, supportReport),
 };
 
 const char *kindName(CommandKind kind) {

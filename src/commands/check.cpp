@@ -17,6 +17,7 @@ namespace dravik {
 namespace {
 
 constexpr int EXIT_UNKNOWN = 3;
+constexpr size_t STATE_WIDTH = 9;
 
 // The volumes that are asked for; none, with a sentence in `*problem`, for a name that is nobody's.
 VolumeList chosen(const LedgerView &view, const VdiskNames &names, const std::vector<std::string> &words,
@@ -32,31 +33,20 @@ VolumeList chosen(const LedgerView &view, const VdiskNames &names, const std::ve
     return volumes;
 }
 
-void printVolumes(const LedgerView &view, const std::vector<JudgedVolume> &volumes) {
+std::string volumesText(const LedgerView &view, const std::vector<JudgedVolume> &volumes) {
+    std::string text;
     size_t width = 0;
     for (const JudgedVolume &judged : volumes) {
         width = std::max(width, characterCount(harmless(judged.volume->attributes.alias)));
     }
     for (const JudgedVolume &judged : volumes) {
         const std::string alias = harmless(judged.volume->attributes.alias);
-        const std::string blanks(width - characterCount(alias), ' ');
-        printf("%s%s  %-9s   %s\n", alias.c_str(), blanks.c_str(), stateText(judged.state).c_str(),
-               harmless(reachOf(*judged.volume, view.now)).c_str());
+        std::string state = stateText(judged.state);
+        state.resize(std::max(state.size(), STATE_WIDTH), ' ');
+        text += alias + std::string(width - characterCount(alias), ' ') + "  " + state + "   " +
+                harmless(reachOf(*judged.volume, view.now)) + "\n";
     }
-}
-
-// `one` is the volume that was asked for, null for all: it is shown in any state.
-void printText(const LedgerView &view, const Verdict &verdict, const KnownVolume *one) {
-    puts(harmless(verdictLine(view, verdict)).c_str());
-    const std::string quality = isStale(view) ? "" : qualityText(view);
-    if (!quality.empty()) {
-        puts(harmless(quality).c_str());
-    }
-    if (one != nullptr) {
-        printVolumes(view, {{one, stateOf(view, *one)}});
-    } else if (!isStale(view)) {
-        printVolumes(view, verdict.bad);
-    }
+    return text;
 }
 
 void printJson(const LedgerView &view, const VdiskNames &names, const Verdict &verdict) {
@@ -75,6 +65,18 @@ void printJson(const LedgerView &view, const VdiskNames &names, const Verdict &v
 
 } // namespace
 
+std::string checkText(const LedgerView &view, const Verdict &verdict, const KnownVolume *one) {
+    std::string text = harmless(verdictLine(view, verdict)) + "\n";
+    const std::string quality = isStale(view) ? "" : qualityText(view);
+    text += quality.empty() ? "" : harmless(quality) + "\n";
+    if (one != nullptr) {
+        text += volumesText(view, {{one, stateOf(view, *one)}});
+    } else if (!isStale(view)) {
+        text += volumesText(view, verdict.bad);
+    }
+    return text;
+}
+
 int check(const OwnCall &call) {
     const OwnWords words = readOwnWords(call, {}, 1);
     const bool json = words.has("json");
@@ -92,7 +94,8 @@ int check(const OwnCall &call) {
     if (json) {
         printJson(view, names, verdict);
     } else {
-        printText(view, verdict, words.words.empty() ? nullptr : volumes.front());
+        const KnownVolume *one = words.words.empty() ? nullptr : volumes.front();
+        fputs(checkText(view, verdict, one).c_str(), stdout);
     }
     return verdictStatus(verdict.state);
 }

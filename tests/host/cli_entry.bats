@@ -39,6 +39,7 @@ events
 baseline
 metrics
 explain
+report
 END
 }
 

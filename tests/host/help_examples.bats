@@ -127,6 +127,16 @@ quietly() { in_host dravik "$@" >/dev/null; }
     plays metrics
 }
 
+# How many bytes it has depends on the machine's gzip.
+@test "the example of report, at its time, but for the bytes" {
+    make_host
+    sim clock freeze '2026-11-21 03:12:31'
+    start_monitor
+    run in_host dravik report /root/case.tar.gz
+    same 0 "$status"
+    same "$(example report | sed '1d; s/: [0-9]* bytes/: N bytes/')" "$(sed 's/: [0-9]* bytes/: N bytes/' <<<"$output")"
+}
+
 @test "every example is played, and what cannot be is still shown" {
     local name
     grep -qx '    # umount /srv/mail' "$REPO/help/delete.help"

@@ -15,7 +15,7 @@ of_kind() { awk -v kind="$1" '$2 == kind {print $1}' <<<"$TABLE"; }
 setup() {
     TABLE=$("$BUILD_DIR/dravik" --commands)
     mapfile -t COMMANDS < <(of_kind listed; of_kind unlisted; of_kind own)
-    same 25 "${#COMMANDS[@]}"
+    same 26 "${#COMMANDS[@]}"
     same "$(tail -n +2 <<<"$("$BUILD_DIR/dravik")")" "$(of_kind listed; printf '\nCommands with options of their own:\n'; of_kind own)"
 }
 
@@ -127,7 +127,7 @@ END
 
 @test "every parameter that the program knows is in a help text's synopsis, in its list of parameters, and in the manual page" {
     local name
-    same "--all --bad --follow --incident --json --list --path --since --textfile --volume --volumes-only --watch -alias -chooser -device_name -interval -nvme -path_alias -scsi -state -wwid" \
+    same "--all --bad --follow --incident --json --list --path --redact --since --textfile --volume --volumes-only --watch -alias -chooser -device_name -interval -nvme -path_alias -scsi -state -wwid" \
         "$(parameters | LC_ALL=C sort | flat)"
     local synopses lists
     synopses=$(for name in $(commands); do help_synopsis "$name"; echo; done)

@@ -14,7 +14,7 @@
 _dravik_root=''
 
 _dravik_commands=(aggregation config delalias delete lsalias lspathpolicy query restart scan setalias setstate
-    setpathpolicy start status stop version port devstats refresh check list events baseline)
+    setpathpolicy start status stop version port devstats refresh check list events baseline metrics)
 
 # What a name looks like, for sed and awk in the C locale.
 _dravik_name='[A-Za-z0-9._:][A-Za-z0-9._:-]*'
@@ -181,11 +181,12 @@ _dravik_own() {
     for ((i = 2; i < COMP_CWORD; i++)); do
         given+="${COMP_WORDS[i]} "
         case ${COMP_WORDS[i]} in
-            --since | --path | --volume | --incident | --watch)
+            --since | --path | --volume | --incident | --watch | --textfile)
                 if ((i == COMP_CWORD - 1)); then
                     case ${COMP_WORDS[i]} in
                         --volume) _dravik_names device "$prefix" ;;
                         --path) _dravik_names path "$prefix" ;;
+                        --textfile) compopt -o default 2>/dev/null || true ;; # the line editor knows files
                     esac
                     return
                 fi
@@ -255,6 +256,7 @@ _dravik() {
         list) _dravik_own "$cur" none --bad --watch --json ;;
         events) _dravik_own "$cur" none --since --volume --path --incident --all --follow --json ;;
         baseline) _dravik_own "$cur" action --json ;;
+        metrics) _dravik_own "$cur" none --textfile --volumes-only ;;
         query | delete)
             if [[ $cur == -* ]]; then
                 _dravik_options "$cur"

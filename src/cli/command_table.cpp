@@ -21,6 +21,7 @@
 #include "commands/lspathpolicy.h"
 #include "commands/lspathpolicy_json.h"
 #include "commands/lsselfstart.h"
+#include "commands/metrics.h"
 #include "commands/mkconfig.h"
 #include "commands/parameter_buffers.h"
 #include "commands/port.h"
@@ -123,6 +124,7 @@ constexpr Command COMMANDS[] = {
     own("list", LIST_PARAMETERS, list),
     own("events", EVENTS_PARAMETERS, events),
     own("baseline", BASELINE_PARAMETERS, baseline),
+    own("metrics", METRICS_PARAMETERS, metrics),
 };
 
 const char *kindName(CommandKind kind) {

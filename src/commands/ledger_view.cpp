@@ -29,7 +29,7 @@ void dropGone(KnownTopology *volumes) {
                    volumes->end());
 }
 
-bool readWholeLedger(LedgerView *view, std::string *problem) {
+bool readInOneView(const std::function<void(Database *)> &read, std::string *problem) {
     LedgerOpening opening = openLedger(LedgerUse::READ);
     if (opening.status != LedgerStatus::OPEN) {
         *problem = opening.problem;
@@ -37,16 +37,24 @@ bool readWholeLedger(LedgerView *view, std::string *problem) {
     }
     try {
         opening.database->run("BEGIN"); // one view of all the tables
-        view->observation = loadObservation(opening.database.get());
-        view->volumes = loadKnown(opening.database.get());
-        view->now = nowMs();
-        view->operations = loadOperations(opening.database.get(), view->observation.time, view->now);
+        read(opening.database.get());
     } catch (const SqliteError &error) {
         *problem = std::string(LEDGER_FILE) + " cannot be read: " + error.what();
         return false;
     }
-    view->age = std::max<Milliseconds>(view->now - view->observation.time, 0);
     return true;
+}
+
+bool readWholeLedger(LedgerView *view, std::string *problem) {
+    const auto read = [view](Database *database) {
+        view->observation = loadObservation(database);
+        view->volumes = loadKnown(database);
+        view->now = nowMs();
+        view->operations = loadOperations(database, view->observation.time, view->now);
+    };
+    const bool is_read = readInOneView(read, problem);
+    view->age = std::max<Milliseconds>(view->now - view->observation.time, 0);
+    return is_read;
 }
 
 bool readLedger(LedgerView *view, std::string *problem) {
@@ -112,17 +120,15 @@ int failOwnCommand(const char *command, const std::string &problem, bool json, i
 }
 
 VdiskNames::VdiskNames() {
+    std::string error;
     forgetVdiskTree();
+    if (loadVdiskTree(VDISK_CACHE_FILE, false, &tree, &error) != TreeState::READY) {
+        tree = nullptr;
+    }
 }
 
-std::string
-VdiskNames::of(const std::string &wwid) const { // NOLINT(readability-convert-member-functions-to-static)
-    VdiskTree *tree = nullptr;
-    std::string error;
-    if (loadVdiskTree(VDISK_CACHE_FILE, true, &tree, &error) != TreeState::READY) {
-        return "";
-    }
-    const cJSON *entry = entryForLookup(tree, wwid.c_str());
+std::string VdiskNames::of(const std::string &wwid) const {
+    const cJSON *entry = tree == nullptr ? nullptr : entryForLookup(tree, wwid.c_str());
     const cJSON *name = entry == nullptr ? nullptr : cJSON_GetObjectItem(entry, "vdisk_name");
     return name != nullptr && isJsonString(name) ? name->valuestring : "";
 }

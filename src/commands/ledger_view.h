@@ -1,6 +1,7 @@
 // The ledger as our own commands read it.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -8,6 +9,8 @@
 #include "ledger/ledger_file.h"
 #include "ledger/records.h"
 #include "output/json.h"
+
+struct VdiskTree; // array/vdisk_file.h
 
 namespace dravik {
 
@@ -28,6 +31,10 @@ Milliseconds nowMs();
 
 // Takes out the volumes that are gone.
 void dropGone(KnownTopology *volumes);
+
+// Hands the opened ledger to `read`, all of whose questions are answered from one view of it. False when it cannot be opened
+// or read: `*problem` is a sentence for people.
+bool readInOneView(const std::function<void(Database *)> &read, std::string *problem);
 
 // Reads the ledger in one view of it, with the volumes that are gone or without them. False when it cannot be read:
 // `*problem` is a sentence for people.
@@ -57,11 +64,14 @@ Json observationJson(const LedgerView &view);
 int failOwnCommand(const char *command, const std::string &problem, bool json, int status);
 
 // The names that the array has for the volumes, by WWID, from the name cache as it is when this is made; a missing or
-// damaged one knows none. One at a time.
+// damaged one knows none. One at a time, while nobody else asks for the cache.
 class VdiskNames {
   public:
     VdiskNames();
     std::string of(const std::string &wwid) const;
+
+  private:
+    VdiskTree *tree = nullptr; // null where there is none
 };
 
 } // namespace dravik

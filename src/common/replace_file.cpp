@@ -27,12 +27,6 @@ std::string newNameOf(const char *path) {
     return std::string(path) + ".new";
 }
 
-std::string folderOf(const char *path) {
-    const std::string text = path;
-    const size_t slash = text.rfind('/');
-    return slash == std::string::npos ? "." : text.substr(0, slash + 1);
-}
-
 // What of a file another writer changes: brought up to date by `look`, which tells whether it has changed.
 class Activity {
   public:
@@ -50,22 +44,6 @@ class Activity {
     std::string name;
     struct stat seen = {};
 };
-
-// 0 or an error number.
-int writeAll(int fd, const char *text, size_t length) {
-    while (length > 0) {
-        const ssize_t written = write(fd, text, length);
-        if (written > 0) {
-            text += written;
-            length -= static_cast<size_t>(written);
-        } else if (written == 0) {
-            return EIO; // would go on for ever
-        } else if (errno != EINTR) {
-            return errno;
-        }
-    }
-    return 0;
-}
 
 // Gives the new file the mode and the owner of the old one, when there is one. 0 or an error number.
 int takeOverAttributes(int fd, const char *path, mode_t mode_when_new) {
@@ -117,6 +95,27 @@ void syncFolder(const char *path) {
 }
 
 } // namespace
+
+std::string folderOf(const char *path) {
+    const std::string text = path;
+    const size_t slash = text.rfind('/');
+    return slash == std::string::npos ? "./" : text.substr(0, slash + 1);
+}
+
+int writeAll(int fd, const char *text, size_t length) {
+    while (length > 0) {
+        const ssize_t written = write(fd, text, length);
+        if (written > 0) {
+            text += written;
+            length -= static_cast<size_t>(written);
+        } else if (written == 0) {
+            return EIO; // would go on for ever
+        } else if (errno != EINTR) {
+            return errno;
+        }
+    }
+    return 0;
+}
 
 int WritingTurn::take(const char *path) {
     if (!mayWriteBeside(path)) {

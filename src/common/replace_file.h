@@ -10,11 +10,18 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
 #include <sys/types.h>
 
 #include "common/owned.h"
 
 namespace dravik {
+
+// The folder of `path` with the slash behind it, "./" where it names none.
+std::string folderOf(const char *path);
+
+// Writes all of the text, in as many pieces as the kernel takes. 0 or an error number.
+int writeAll(int fd, const char *text, size_t length);
 
 // The turn to write files of one folder, held until the object goes.
 class WritingTurn {

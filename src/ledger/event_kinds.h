@@ -26,4 +26,13 @@ constexpr char MONITOR_STARTED[] = "monitor_started";
 constexpr char OBSERVATION_QUALITY[] = "observation_quality";
 constexpr char OPERATION[] = "operation";
 
+// All of them.
+inline constexpr const char *EVENT_KINDS[] = {
+    VOLUME_APPEARED,     VOLUME_GONE,    VOLUME_UNSEEN,        VOLUME_SEEN_AGAIN,
+    VOLUME_RENAMED,      VOLUME_RESIZED, VOLUME_WITHOUT_PATHS, PATH_APPEARED,
+    PATH_GONE,           PATH_UNSEEN,    PATH_SEEN_AGAIN,      PATH_MOVED,
+    PATH_CHECKER_STATE,  PATH_DM_STATE,  PATH_ONLINE_STATE,    PATH_GROUP_STATE,
+    PATH_FLAPPING,       PATH_STEADY,    VOLUME_STATE,         MONITOR_STARTED,
+    OBSERVATION_QUALITY, OPERATION};
+
 } // namespace dravik

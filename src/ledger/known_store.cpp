@@ -239,13 +239,18 @@ KnownTopology loadVolumes(Database *database) {
     return known;
 }
 
-void loadPaths(Database *database, VolumesById *volumes) {
+// Makes space for the paths of each volume.
+void countPaths(Database *database, VolumesById *volumes) {
     Statement count(database, "SELECT volume, count(*) FROM paths GROUP BY volume");
     while (count.step()) {
         if (KnownVolume *volume = volumes->find(count.number(0))) {
             volume->paths.reserve(static_cast<size_t>(count.number(1)));
         }
     }
+}
+
+void loadPaths(Database *database, VolumesById *volumes) {
+    countPaths(database, volumes);
     Statement row(
         database,
         "SELECT volume, id, initiator, target_port, lun, twin, name, address, device_id, transport, "
@@ -270,6 +275,34 @@ void loadBaselines(Database *database, VolumesById *volumes) {
     }
 }
 
+void loadPathHealth(Database *database, VolumesById *volumes) {
+    countPaths(database, volumes);
+    Statement row(
+        database,
+        "SELECT volume, initiator, target_port, presence, unseen_since, working FROM paths ORDER BY id");
+    while (row.step()) {
+        if (KnownVolume *volume = volumes->find(row.number(0))) {
+            KnownPath &path = volume->paths.emplace_back();
+            path.key.initiator = row.text(1);
+            path.key.target_port = row.text(2);
+            path.presence = presenceOfWord(row.text(3));
+            path.unseen_since = row.number(4);
+            path.working = row.number(5) != 0;
+        }
+    }
+}
+
+void loadBaselinePorts(Database *database, VolumesById *volumes) {
+    Statement row(database, "SELECT volume, initiator, target_port FROM baseline ORDER BY rowid");
+    while (row.step()) {
+        if (KnownVolume *volume = volumes->find(row.number(0))) {
+            PathKey &key = volume->baseline.emplace_back().key;
+            key.initiator = row.text(1);
+            key.target_port = row.text(2);
+        }
+    }
+}
+
 } // namespace
 
 KnownTopology loadKnown(Database *database) {
@@ -277,6 +310,14 @@ KnownTopology loadKnown(Database *database) {
     VolumesById volumes(&known);
     loadPaths(database, &volumes);
     loadBaselines(database, &volumes);
+    return known;
+}
+
+KnownTopology loadForVerdict(Database *database) {
+    KnownTopology known = loadVolumes(database);
+    VolumesById volumes(&known);
+    loadPathHealth(database, &volumes);
+    loadBaselinePorts(database, &volumes);
     return known;
 }
 

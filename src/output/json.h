@@ -67,9 +67,6 @@ class Json {
     std::unique_ptr<cJSON, Delete> item;
 };
 
-// `text` with U+FFFD in place of each byte that is no part of well-formed UTF-8 (RFC 3629), and of each NUL.
-std::string wellFormed(std::string_view text);
-
 // "2026-11-21T03:12:41.047Z" for milliseconds since 1970-01-01 UTC (ISO 8601).
 std::string isoTime(int64_t milliseconds);
 

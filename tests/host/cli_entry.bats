@@ -37,6 +37,7 @@ check
 list
 events
 baseline
+metrics
 END
 }
 

@@ -71,7 +71,7 @@ prepare() {
             sim counters advance 10
             ;;
         'dravik query mpatha') sim fail-path sdd ;;
-        'dravik check' | 'dravik events '* | 'dravik baseline '*)
+        'dravik check' | 'dravik events '* | 'dravik baseline '* | 'dravik metrics '*)
             sim clock freeze '2026-11-21 03:12:31'
             start_monitor
             if [[ $1 == 'dravik events '* ]]; then
@@ -120,7 +120,7 @@ judge() {
 }
 
 # prints_no_result COMMAND: whether it is one of the commands whose output ends without a result.
-prints_no_result() { [[ $1 == 'dravik check'* || $1 == 'dravik events '* || $1 == 'dravik baseline '* ]]; }
+prints_no_result() { [[ $1 == 'dravik check'* || $1 == 'dravik events '* || $1 == 'dravik baseline '* || $1 == 'dravik metrics '* ]]; }
 
 # shown_is_printed COMMAND SHOWN: what stands below the command is what it printed, but for blanks at the ends of lines
 # and the result.

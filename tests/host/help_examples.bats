@@ -21,6 +21,7 @@ plays() {
                 # shellcheck disable=SC2086 # the words of a command line
                 in_host ${line#\# } >>"$BATS_TEST_TMPDIR/printed" 2>&1 </dev/null || status=$?
                 ;;
+            '# grep '*) in_host sh -c "${line#\# }" >>"$BATS_TEST_TMPDIR/printed" 2>&1 ;;
             '# umount /srv/mail') ;; # no file system is mounted here
             '# '*) same "a command that can be played" "$line" ;;
             *) printf '%s\n' "$line" >>"$BATS_TEST_TMPDIR/shown" ;;
@@ -105,7 +106,7 @@ quietly() { in_host dravik "$@" >/dev/null; }
     compare
 }
 
-@test "the examples of check, list, events and baseline, at their time" {
+@test "the examples of check, list, events, baseline and metrics, at their time" {
     make_host
     sim clock freeze '2026-11-21 03:12:31'
     start_monitor
@@ -118,6 +119,7 @@ quietly() { in_host dravik "$@" >/dev/null; }
     step
     plays check 2
     plays list
+    plays metrics
 }
 
 @test "every example is played, and what cannot be is still shown" {

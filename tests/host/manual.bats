@@ -127,7 +127,7 @@ END
 
 @test "every parameter that the program knows is in a help text's synopsis, in its list of parameters, and in the manual page" {
     local name
-    same "--all --bad --follow --incident --json --path --since --volume --watch -alias -chooser -device_name -interval -nvme -path_alias -scsi -state -wwid" \
+    same "--all --bad --follow --incident --json --path --since --textfile --volume --volumes-only --watch -alias -chooser -device_name -interval -nvme -path_alias -scsi -state -wwid" \
         "$(parameters | LC_ALL=C sort | flat)"
     local synopses lists
     synopses=$(for name in $(commands); do help_synopsis "$name"; echo; done)
@@ -142,11 +142,11 @@ END
 @test "the parameters of a synopsis are those that the help text lists and the completion offers" {
     local name in_synopsis
     for name in $(commands); do
-        in_synopsis=$(help_synopsis "$name" | grep -oE -- '--?[a-z_]+' | sort | flat)
+        in_synopsis=$(help_synopsis "$name" | grep -oE -- '--?[a-z_-]+' | sort | flat)
         same "$name: $(parameters "$name" | flat)" "$name: $in_synopsis"
         # The policies hold dashes too, but no synopsis names them.
         same "$name: $in_synopsis" \
-            "$name: $(section "$REPO/help/$name.help" PARAMETERS | grep -oE -- '^--?[a-z_]+' | sort | flat)"
+            "$name: $(section "$REPO/help/$name.help" PARAMETERS | grep -oE -- '^--?[a-z_-]+' | sort | flat)"
         same "$name: $in_synopsis" "$name: $(completes dravik "$name" - | grep -vx -- --help | sort | flat)"
     done
 }

@@ -122,5 +122,6 @@ TEST(CommandTable, TheHiddenTableHasARowForEveryCommandWithItsParameters) {
               "check own reads =VOLUME --json\n"
               "list own reads --bad --watch=SECONDS --json\n"
               "events own reads --since=TIME --volume=VOLUME --path=PATH --incident=N --all --follow --json\n"
-              "baseline own reads =show|accept =VOLUME --json\n");
+              "baseline own reads =show|accept =VOLUME --json\n"
+              "metrics own reads --textfile=FILE --volumes-only\n");
 }

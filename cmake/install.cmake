@@ -33,6 +33,8 @@ file(GLOB monitoring CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/monitoring/*)
 install(FILES ${monitoring} DESTINATION ${MONITORING_FOLDER})
 install(FILES systemd/dravik-monitor.service systemd/dravik-metrics.service systemd/dravik-metrics.timer
   DESTINATION ${UNIT_FOLDER})
+# What `journalctl -x` shows below the entries of the monitor.
+install(FILES systemd/dravik.catalog DESTINATION ${CATALOG_FOLDER})
 # Always there: systemd passes over it in favour of the unit of the same name.
 install(PROGRAMS packaging/dravik-monitor.init DESTINATION ${INIT_FOLDER} RENAME dravik-monitor)
 install(FILES README.md docs/operator-guide.md DESTINATION ${CMAKE_INSTALL_DOCDIR})

@@ -40,7 +40,7 @@ set(CPACK_RPM_PRE_UNINSTALL_SCRIPT_FILE ${scripts}/preun)
 set(CPACK_RPM_SPEC_MORE_DEFINE "%define _build_id_links none")
 # Folders of the distribution are not ours.
 set(CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION
-  /etc /etc/init.d /usr/lib/systemd /usr/lib/systemd/system /usr/share/man /usr/share/man/man5
+  /etc /etc/init.d /usr/lib/systemd /usr/lib/systemd/catalog /usr/lib/systemd/system /usr/share/man /usr/share/man/man5
   /usr/share/man/man8 /usr/share/doc /usr/share/bash-completion /usr/share/bash-completion/completions)
 
 include(CPack)

@@ -14,7 +14,7 @@
 _dravik_root=''
 
 _dravik_commands=(aggregation config delalias delete lsalias lspathpolicy query restart scan setalias setstate
-    setpathpolicy start status stop version port devstats refresh check list events baseline metrics)
+    setpathpolicy start status stop version port devstats refresh check list events baseline metrics explain)
 
 # What a name looks like, for sed and awk in the C locale.
 _dravik_name='[A-Za-z0-9._:][A-Za-z0-9._:-]*'
@@ -208,6 +208,23 @@ _dravik_own() {
     fi
 }
 
+# explain WORDS: the first word may be a name that the program knows; a line of a log is none.
+_dravik_explain() {
+    local prefix=$1 names
+    if [[ $prefix == -* ]] || ((COMP_CWORD > 2)); then
+        _dravik_own "$prefix" none --list --json
+    elif _dravik_is_plain "$prefix"; then
+        local -a run=(dravik)
+        command -v timeout >/dev/null && run=(timeout 1 dravik)
+        names=$(command "${run[@]}" explain --list 2>/dev/null | LC_ALL=C command awk -F'\t' -v prefix="$prefix" \
+            -v whole_name="^$_dravik_name\$" '$1 != "log_line" && index($2, prefix) == 1 && $2 ~ whole_name { print $2 }')
+        local IFS=$'\n'
+        # Only plain names came through, so nothing here is split or expanded but at the line ends.
+        # shellcheck disable=SC2206
+        COMPREPLY=($names)
+    fi
+}
+
 # _dravik_options PREFIX [WORD...]: these words; right behind the command also --help, for those who type a dash.
 _dravik_options() {
     if ((COMP_CWORD == 2)) && [[ $1 == -* ]]; then
@@ -257,6 +274,7 @@ _dravik() {
         events) _dravik_own "$cur" none --since --volume --path --incident --all --follow --json ;;
         baseline) _dravik_own "$cur" action --json ;;
         metrics) _dravik_own "$cur" none --textfile --volumes-only ;;
+        explain) _dravik_explain "$cur" ;;
         query | delete)
             if [[ $cur == -* ]]; then
                 _dravik_options "$cur"

@@ -47,6 +47,13 @@ drop_metrics() {
     rm -f /var/lib/prometheus/node-exporter/dravik.prom || true
 }
 
+# What `journalctl -x` shows below the monitor's entries: the journal reads a compiled file.
+catalog_update() {
+    if systemd_runs && command -v journalctl >/dev/null 2>&1; then
+        journalctl --update-catalog >/dev/null 2>&1 || true
+    fi
+}
+
 # Logs and snapshot live here. The package does not own the folder: what the monitor wrote outlives it.
 make_dumps() {
     [ -e /dumps ] || mkdir -m 0700 /dumps || true

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <iterator>
-#include <numeric>
 #include <string_view>
 
 #include "commands/aggregation.h"
@@ -15,6 +14,7 @@
 #include "commands/delete.h"
 #include "commands/devstats.h"
 #include "commands/events.h"
+#include "commands/explain.h"
 #include "commands/list.h"
 #include "commands/lsalias.h"
 #include "commands/lsalias_json.h"
@@ -41,6 +41,7 @@
 #include "commands/stop.h"
 #include "commands/version.h"
 #include "commands/version_json.h"
+#include "common/nearest_name.h"
 #include "common/text.h"
 
 namespace dravik {
@@ -125,6 +126,7 @@ constexpr Command COMMANDS[] = {
     own("events", EVENTS_PARAMETERS, events),
     own("baseline", BASELINE_PARAMETERS, baseline),
     own("metrics", METRICS_PARAMETERS, metrics),
+    own("explain", EXPLAIN_PARAMETERS, explain),
 };
 
 const char *kindName(CommandKind kind) {
@@ -148,33 +150,6 @@ const Command *findRow(const char *name, bool own) {
             return (command.kind == OWN) == own && tessaline_strncmp(name, command.name, CLI_NAME_SIZE) == 0;
         });
     return row == std::end(COMMANDS) ? nullptr : row;
-}
-
-constexpr size_t MOST_MISTAKES = 2;
-
-// How many letters of `word` are wrong, missing, too many, or exchanged with their neighbour, against `name`.
-size_t mistakesBetween(std::string_view word, std::string_view name) {
-    if (word.size() > name.size() + MOST_MISTAKES || name.size() > word.size() + MOST_MISTAKES) {
-        return MOST_MISTAKES + 1;
-    }
-    // Rows of the table of distances between the beginnings of both.
-    size_t before_last[CLI_NAME_SIZE + 1] = {};
-    size_t last[CLI_NAME_SIZE + 1] = {};
-    size_t now[CLI_NAME_SIZE + 1] = {};
-    std::iota(std::begin(last), std::end(last), size_t{0});
-    for (size_t i = 1; i <= word.size(); ++i) {
-        now[0] = i;
-        for (size_t j = 1; j <= name.size(); ++j) {
-            const bool same = word[i - 1] == name[j - 1];
-            now[j] = std::min({last[j] + 1, now[j - 1] + 1, last[j - 1] + (same ? 0 : 1)});
-            if (i > 1 && j > 1 && word[i - 1] == name[j - 2] && word[i - 2] == name[j - 1]) {
-                now[j] = std::min(now[j], before_last[j - 2] + 1);
-            }
-        }
-        std::copy(std::begin(last), std::end(last), std::begin(before_last));
-        std::copy(std::begin(now), std::end(now), std::begin(last));
-    }
-    return last[name.size()];
 }
 
 void printParameter(const Parameter &parameter) {

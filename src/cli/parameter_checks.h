@@ -63,12 +63,14 @@ inline constexpr Parameter EVENTS_LIST[] = {{"--since", "TIME", nullptr},
 inline constexpr Parameter BASELINE_LIST[] = {{"", "", baselineActionAt}, {"", "VOLUME", nullptr}, JSON};
 inline constexpr Parameter METRICS_LIST[] = {{"--textfile", "FILE", nullptr},
                                              {"--volumes-only", "", nullptr}};
+inline constexpr Parameter EXPLAIN_LIST[] = {{"", "WORDS", nullptr}, {"--list", "", nullptr}, JSON};
 
 constexpr Parameters CHECK_PARAMETERS = {CHECK_LIST, 2};
 constexpr Parameters LIST_PARAMETERS = {LIST_LIST, 3};
 constexpr Parameters EVENTS_PARAMETERS = {EVENTS_LIST, 7};
 constexpr Parameters BASELINE_PARAMETERS = {BASELINE_LIST, 3};
 constexpr Parameters METRICS_PARAMETERS = {METRICS_LIST, 2};
+constexpr Parameters EXPLAIN_PARAMETERS = {EXPLAIN_LIST, 3};
 
 constexpr Parameters NO_PARAMETERS = {nullptr, 0};
 constexpr Parameters DELALIAS_PARAMETERS = {DELALIAS_LIST, 1};

@@ -98,7 +98,7 @@ class StreamPrinter : public Printer {
         }
         members = Json::array();
         is_empty = true;
-        names = VdiskNames(); // others may have been told meanwhile
+        names.readAgain(); // others may have been told meanwhile
     }
 
   private:

@@ -6,9 +6,6 @@
 #include <cstring>
 #include <ctime>
 
-#include "array/vdisk_cache.h"
-#include "array/vdisk_entry.h"
-#include "array/vdisk_file.h"
 #include "common/visible_text.h"
 #include "ledger/event_store.h"
 #include "ledger/known_health.h"
@@ -117,20 +114,6 @@ int failOwnCommand(const char *command, const std::string &problem, bool json, i
         puts(beginDocument(command).set("error", problem).line().c_str());
     }
     return status;
-}
-
-VdiskNames::VdiskNames() {
-    std::string error;
-    forgetVdiskTree();
-    if (loadVdiskTree(VDISK_CACHE_FILE, false, &tree, &error) != TreeState::READY) {
-        tree = nullptr;
-    }
-}
-
-std::string VdiskNames::of(const std::string &wwid) const {
-    const cJSON *entry = tree == nullptr ? nullptr : entryForLookup(tree, wwid.c_str());
-    const cJSON *name = entry == nullptr ? nullptr : cJSON_GetObjectItem(entry, "vdisk_name");
-    return name != nullptr && isJsonString(name) ? name->valuestring : "";
 }
 
 } // namespace dravik

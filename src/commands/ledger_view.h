@@ -6,11 +6,10 @@
 #include <string>
 #include <vector>
 
+#include "array/vdisk_names.h"
 #include "ledger/ledger_file.h"
 #include "ledger/records.h"
 #include "output/json.h"
-
-struct VdiskTree; // array/vdisk_file.h
 
 namespace dravik {
 
@@ -62,16 +61,5 @@ Json observationJson(const LedgerView &view);
 // Answers that a command of our own has no answer: `problem` on standard error, behind the command's name, and with `json` a
 // document with it as "error" on standard output. `status` comes back.
 int failOwnCommand(const char *command, const std::string &problem, bool json, int status);
-
-// The names that the array has for the volumes, by WWID, from the name cache as it is when this is made; a missing or
-// damaged one knows none. One at a time, while nobody else asks for the cache.
-class VdiskNames {
-  public:
-    VdiskNames();
-    std::string of(const std::string &wwid) const;
-
-  private:
-    VdiskTree *tree = nullptr; // null where there is none
-};
 
 } // namespace dravik

@@ -64,7 +64,7 @@ std::string problemOf(const OwnWords &words, const std::string &file) {
         return words.problem;
     }
     if (words.has("json")) {
-        return R"(metrics are no JSON; for structured data see "dravik help list")";
+        return R"(metrics are text: for JSON use "dravik --json list")";
     }
     if (words.has("textfile") && words.value("textfile").empty()) {
         return "--textfile takes the name of a file";

@@ -52,10 +52,16 @@ unsigned int deadline_seconds = 0;
 void (*each_second_call)() = nullptr;
 timespec started_at = {};
 
-long long sinceStartMs() {
+timespec called_at = {};
+
+long long sinceMs(const timespec &then) {
     timespec now = {};
     clock_gettime(CLOCK_MONOTONIC, &now);
-    return (now.tv_sec - started_at.tv_sec) * 1000LL + (now.tv_nsec - started_at.tv_nsec) / 1000000;
+    return (now.tv_sec - then.tv_sec) * 1000LL + (now.tv_nsec - then.tv_nsec) / 1000000;
+}
+
+long long sinceStartMs() {
+    return sinceMs(started_at);
 }
 
 bool isOverdue() {
@@ -68,8 +74,11 @@ const timespec *nextCall() {
     return deadline_seconds != 0 || each_second_call != nullptr ? &SECOND : nullptr;
 }
 
+// Asked often: a child may print without a pause, and many may end within a second each.
 void callEachSecond() {
-    if (each_second_call != nullptr) {
+    constexpr long long SECOND_MS = 1000;
+    if (each_second_call != nullptr && sinceMs(called_at) >= SECOND_MS) {
+        clock_gettime(CLOCK_MONOTONIC, &called_at);
         each_second_call();
     }
 }
@@ -173,8 +182,10 @@ ssize_t readSome(int fd, char *to, size_t size, const sigset_t *waiting) {
     for (;;) {
         pollfd ready = {fd, POLLIN, 0};
         ssize_t got = ppoll(&ready, 1, nextCall(), waiting);
-        if (got == 0) {
+        if (got >= 0) {
             callEachSecond();
+        }
+        if (got == 0) {
             if (isOverdue()) {
                 errno = ETIMEDOUT;
                 return -1;
@@ -217,17 +228,11 @@ int readAll(int fd, Output *output, const sigset_t *waiting) {
 // Waits a little for the child to end, under a deadline; true when it has not passed.
 bool waitInPieces(pid_t pid, int *status, pid_t *ended) {
     constexpr int LONGEST_PIECE_MS = 100;
-    constexpr int SECOND_MS = 1000;
-    int uncalled_ms = 0;
     *ended = waitpid(pid, status, WNOHANG);
     // Most children end right behind their output.
     for (int piece_ms = 1; *ended == 0 && !isOverdue(); piece_ms = std::min(2 * piece_ms, LONGEST_PIECE_MS)) {
         poll(nullptr, 0, piece_ms);
-        uncalled_ms += piece_ms;
-        if (uncalled_ms >= SECOND_MS) {
-            uncalled_ms = 0;
-            callEachSecond();
-        }
+        callEachSecond();
         *ended = waitpid(pid, status, WNOHANG);
     }
     return *ended != 0;
@@ -265,6 +270,7 @@ int capture(const char *shell_command, const char *logged, Output *output, const
     Child child = {-1, -1};
     last_end = {};
     clock_gettime(CLOCK_MONOTONIC, &started_at);
+    callEachSecond();
     if (!startShell(shell_command, child_mask, &child)) {
         CAPTURE_LOG(output, LOG_ERROR, "Popen command [%s] failed\n", logged);
         return EXE_NOT_STARTED;
@@ -330,6 +336,7 @@ const dravik::ChildEnd &dravik::lastChildEnd() {
 void dravik::setChildDeadline(unsigned int seconds, void (*each_second)()) {
     deadline_seconds = seconds;
     each_second_call = each_second;
+    clock_gettime(CLOCK_MONOTONIC, &called_at);
 }
 
 int exe_query(const char *command, char *buffer, int size, char **out, int *grown) {

@@ -29,7 +29,8 @@ const ChildEnd &lastChildEnd();
 // How long a child may take from now on; 0, as at the start of the process, for as long as it likes. Under a deadline a
 // child is a process group of its own. One that has not ended in time is killed with its group: it counts as one that could
 // not be started, logged at level 0 as "Command [%s] did not end within %u seconds: it has been killed.\n". `each_second`,
-// if not null, is called about once a second while a child is waited for.
+// if not null, is called about once a second while children are waited for: also while one prints without a pause, and
+// between many that end within a second each.
 void setChildDeadline(unsigned int seconds, void (*each_second)());
 
 } // namespace dravik

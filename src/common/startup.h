@@ -21,6 +21,7 @@ constexpr char SYSTEM_PATH[] = "/usr/sbin:/usr/bin:/sbin:/bin";
 //       POSIXLY_CORRECT                        the unit of `devstats`
 //       SUDO_USER, SUDO_UID                    who is behind root, for the audit line
 //       NOTIFY_SOCKET, WATCHDOG_USEC, WATCHDOG_PID, JOURNAL_STREAM
-//                                              the service manager's side of the monitor
+//                                              the service manager's side of the monitor, which takes the first three
+//                                              away before it starts a child (monitor/service_state.h)
 //     Nothing else of the caller's reaches a child.
 void resetProcess();

@@ -56,6 +56,13 @@ void bindEvent(Statement *statement, const Event &event) {
         .bind(19, event.command);
 }
 
+// What readEvent reads.
+#define SELECT_EVENTS                                                                                        \
+    "SELECT number, incident, time, boot_id, quality, kind, wwid, alias, has_path, path_name, "              \
+    "path_address, "                                                                                         \
+    "initiator, target_port, state_from, state_to, paths_working, paths_known, cause, user, command "        \
+    "FROM events "
+
 Event readEvent(const Statement &row) {
     Event event;
     event.number = row.number(0);
@@ -141,14 +148,10 @@ void trimOperations(Database *database, int64_t at_most) {
 }
 
 void forEachEvent(Database *database, const EventFilter &filter, const std::function<void(Event &&)> &take) {
-    Statement row(
-        database,
-        "SELECT number, incident, time, boot_id, quality, kind, wwid, alias, has_path, path_name, "
-        "path_address, "
-        "initiator, target_port, state_from, state_to, paths_working, paths_known, cause, user, command "
-        "FROM events WHERE number > ?1 AND time >= ?2 AND (?3 = 0 OR incident = ?3) AND (?4 = '' OR wwid = "
-        "?4) "
-        "ORDER BY number");
+    Statement row(database, SELECT_EVENTS
+                  "WHERE number > ?1 AND time >= ?2 AND (?3 = 0 OR incident = ?3) AND (?4 = '' OR wwid = "
+                  "?4) "
+                  "ORDER BY number");
     row.bind(1, filter.after_number).bind(2, filter.since).bind(3, filter.incident).bind(4, filter.wwid);
     while (row.step()) {
         Event event = readEvent(row);
@@ -161,6 +164,16 @@ void forEachEvent(Database *database, const EventFilter &filter, const std::func
 std::vector<Event> loadEvents(Database *database, const EventFilter &filter) {
     std::vector<Event> events;
     forEachEvent(database, filter, [&events](Event &&event) { events.push_back(std::move(event)); });
+    return events;
+}
+
+std::vector<Event> loadIncident(Database *database, int64_t incident) {
+    Statement row(database, SELECT_EVENTS "WHERE incident = ?1 ORDER BY number");
+    row.bind(1, incident);
+    std::vector<Event> events;
+    while (row.step()) {
+        events.push_back(readEvent(row));
+    }
     return events;
 }
 

@@ -37,6 +37,9 @@ void forEachEvent(Database *database, const EventFilter &filter, const std::func
 // The events that pass, oldest first.
 std::vector<Event> loadEvents(Database *database, const EventFilter &filter);
 
+// The events of one incident, in order, however many others there are.
+std::vector<Event> loadIncident(Database *database, int64_t incident);
+
 // Begins the operation and gives it its number; ends it with its code, which counts it and makes it an event, too.
 void beginOperation(Database *database, Operation *operation);
 void endOperation(Database *database, const Operation &operation, const std::string &boot_id,

@@ -146,7 +146,7 @@ void LedgerKeeper::writeComparison(const ToolOutcome &outcome, const s_dravik *t
 }
 
 void LedgerKeeper::write(const ToolOutcome &outcome, const s_dravik *topology) {
-    events = {}; // with its memory: a first sight has an event a path
+    forgetEvents();
     if (!open()) {
         return;
     }
@@ -167,9 +167,10 @@ void LedgerKeeper::write(const ToolOutcome &outcome, const s_dravik *topology) {
     }
 }
 
-void LedgerKeeper::observe(const ToolOutcome &outcome, const s_dravik *topology) {
+// Runs `work`, and whatever it throws makes the ledger be opened anew the next time.
+template <typename Work> void LedgerKeeper::guard(const Work &work) {
     try {
-        write(outcome, topology);
+        work();
     } catch (const SqliteError &error) {
         close();
         if (error.isDamage()) {
@@ -181,6 +182,20 @@ void LedgerKeeper::observe(const ToolOutcome &outcome, const s_dravik *topology)
         close();
         complain("memory ran out");
     }
+}
+
+void LedgerKeeper::observe(const ToolOutcome &outcome, const s_dravik *topology) {
+    guard([&] { write(outcome, topology); });
+}
+
+void LedgerKeeper::use(const std::function<void(Database *)> &work) {
+    if (database != nullptr) {
+        guard([&] { work(database.get()); });
+    }
+}
+
+void LedgerKeeper::forgetEvents() {
+    std::vector<Event>().swap(events); // an assignment would keep the memory
 }
 
 } // namespace dravik

@@ -4,6 +4,7 @@
 // made again in the next cycle, and compared with what the tables say, so that nothing is lost or told twice.
 #pragma once
 
+#include <functional>
 #include <memory>
 
 #include "ledger/judgement.h"
@@ -19,12 +20,23 @@ class LedgerKeeper {
     // no failure. Never throws.
     void observe(const ToolOutcome &outcome, const s_dravik *topology);
 
-    // The events of the last observation that was written.
+    // The events of the last observation that was written, until they are forgotten.
     const std::vector<Event> &lastEvents() const {
         return events;
     }
+    // Gives their memory back: a first sight has an event a path.
+    void forgetEvents();
+
+    // The last observation as it was written; null while the ledger cannot be used.
+    const Observation *lastObservation() const {
+        return database == nullptr ? nullptr : &last;
+    }
+
+    // Lets `work` use the ledger, if it is open; what it throws is dealt with as in `observe`. Never throws.
+    void use(const std::function<void(Database *)> &work);
 
   private:
+    template <typename Work> void guard(const Work &work);
     void write(const ToolOutcome &outcome, const s_dravik *topology);
     bool open();
     void close();

@@ -338,6 +338,15 @@ void saveKnown(Database *database, KnownTopology *known, Milliseconds time) {
     }
 }
 
+StateCounts countStates(Database *database) {
+    Statement row(database, "SELECT state, count(*) FROM volumes WHERE gone = 0 GROUP BY state");
+    StateCounts counts;
+    while (row.step()) {
+        counts.of_state[static_cast<size_t>(stateOfWord(row.text(0)))] += row.number(1);
+    }
+    return counts;
+}
+
 Observation loadObservation(Database *database) {
     Observation last;
     Statement row(

@@ -19,6 +19,12 @@ KnownTopology loadForVerdict(Database *database);
 // a baseline has learned.
 void saveKnown(Database *database, KnownTopology *known, Milliseconds time);
 
+// How many of the volumes that are not gone are in each state, by VolumeState.
+struct StateCounts {
+    int64_t of_state[5] = {};
+};
+StateCounts countStates(Database *database);
+
 // The last observation; quality NEVER when there has been none.
 Observation loadObservation(Database *database);
 

@@ -12,6 +12,7 @@
 #include "common/log.h"
 #include "monitor/change_detection.h"
 #include "monitor/observing.h"
+#include "monitor/service_state.h"
 #include "monitor/snapshot.h"
 #include "topology/topology_query.h"
 
@@ -101,6 +102,33 @@ bool compare() {
     }
 }
 
+// The monitor is alive, and this is how it is.
+void tellState() {
+    if (!dravik::hasServiceManager()) {
+        return;
+    }
+    if (dravik::isWatched()) {
+        dravik::tellServiceManager("WATCHDOG=1");
+    }
+    try {
+        dravik::tellServiceManager(("STATUS=" + dravik::presentStatus()).c_str());
+    } catch (const std::bad_alloc &) {
+        // The state is told again in a second.
+    }
+}
+
+// Sleeps for so many seconds: at a stretch, or second by second where somebody is told how old the observation is.
+void pauseFor(unsigned int seconds) {
+    if (!dravik::hasServiceManager()) {
+        sleep(seconds);
+        return;
+    }
+    for (; seconds > 0; --seconds) {
+        tellState();
+        sleep(1);
+    }
+}
+
 } // namespace
 
 void initMonitor() {
@@ -113,15 +141,16 @@ void initMonitor() {
 
 [[noreturn]] void start() {
     DRAVIK_TRACE("Start velomux monitor...");
-    dravik::setChildDeadline(dravik::TOOL_DEADLINE_SECONDS, nullptr);
+    dravik::setChildDeadline(dravik::TOOL_DEADLINE_SECONDS, tellState);
     for (;;) {
         DRAVIK_TRACE("One monitor...");
         const time_t begun = time(nullptr);
+        tellState();
         oneMonitor();
         dravik::observeCycle(last_query.record, last_query.duration_ms, millisecondsSince(last_query.begun));
         // What lived for this cycle alone, the listing and the links and the ledger's comparison, is as large as the lists.
         malloc_trim(0);
-        sleep(pauseAfterCycle(difftime(time(nullptr), begun)));
+        pauseFor(pauseAfterCycle(difftime(time(nullptr), begun)));
     }
 }
 

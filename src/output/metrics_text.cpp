@@ -2,9 +2,9 @@
 #include "output/metrics_text.h"
 
 #include <algorithm>
-#include <cctype>
 #include <charconv>
 #include <cstdio>
+#include <iterator>
 
 #include "common/visible_text.h"
 #include "output/well_formed.h"
@@ -59,14 +59,6 @@ Labels &Labels::add(std::string_view name, std::string_view value) {
     return *this;
 }
 
-Labels &Labels::add(const Labels &more) {
-    if (!written.empty() && !more.written.empty()) {
-        written += ',';
-    }
-    written += more.written;
-    return *this;
-}
-
 void MetricsText::family(std::string_view name, MetricType type, std::string_view help) {
     family_name = name;
     family_type = type;
@@ -83,8 +75,8 @@ void MetricsText::begin(const Labels &labels, const Labels &more) {
         is_headed = true;
     }
     written += family_name;
-    const bool both = !labels.text().empty() && !more.text().empty();
-    if (both || !labels.text().empty() || !more.text().empty()) {
+    if (!labels.text().empty() || !more.text().empty()) {
+        const bool both = !labels.text().empty() && !more.text().empty();
         written.append("{").append(labels.text()).append(both ? "," : "").append(more.text()).append("}");
     }
     written += ' ';

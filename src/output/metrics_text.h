@@ -17,7 +17,6 @@ class Labels {
   public:
     // `name` is an identifier of ours; `value` any bytes.
     Labels &add(std::string_view name, std::string_view value);
-    Labels &add(const Labels &more);
     const std::string &text() const {
         return written;
     }
@@ -36,8 +35,7 @@ class MetricsText {
     }
 
     // What follows are samples of this family. Its HELP and TYPE stand before the first of them; a family without one
-    // leaves nothing behind. `name` is that of the family and `help` a sentence, both without line breaks of their own or
-    // with them escaped here; both stay the caller's and outlive the family.
+    // leaves nothing behind. `help` is any text in UTF-8, escaped here. Both stay the caller's, and outlive the samples.
     void family(std::string_view name, MetricType type, std::string_view help);
 
     // A sample with these labels and those in `more`, a whole number; and one in thousandths, written with all three.

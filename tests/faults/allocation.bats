@@ -72,8 +72,7 @@ under_short_memory() {
     for command in 'setpathpolicy -chooser round-robin-extend' "setalias -wwid $A -alias backup" \
         "delalias -wwid $A" '--service mkconfig' config; do
         set_conf "$configured"
-        # shellcheck disable=SC2086 # the words of the command
-        "${ENTRY[@]}" dravik $command >/dev/null
+        undisturbed "$command"
         text "$HOST/etc/velomux.conf"
         new=$TEXT
         # shellcheck disable=SC2086

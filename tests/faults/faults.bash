@@ -32,6 +32,7 @@ make_fault_host() {
     RANDOM=$SEED
     ((${COUNTS[points]:-0} > 0)) || COUNTS=([points]=0 [crashes]=0 [hangs]=0 [torn]=0 [lost]=0 [false]=0 [wrong]=0)
     ENTRY=(chroot "$HOST" /usr/bin/env -i PATH=/usr/sbin:/usr/bin HOME=/root TZ=UTC LC_ALL=C SIMHOST_SLEEPS=1)
+    TOLD=
     OUT=$BATS_TEST_TMPDIR/out
     ERR=$BATS_TEST_TMPDIR/err
 }
@@ -143,10 +144,29 @@ judge_backup() {
     found torn "$where: velomux.conf.bk, ${#TEXT} bytes"
 }
 
-# set_conf TEXT: the state before a run: this text, no backup, no leavings, empty logs.
+# tell_tool TEXT: the multipath tool goes by velomux.conf, which has this text, whatever a run before has told it.
+tell_tool() {
+    [[ $TOLD != "$1" || ! $HOST/sim/state -ef $HOST/sim/state.told ]] || return 0
+    "${ENTRY[@]}" velomux -r >/dev/null
+    ln -f "$HOST/sim/state" "$HOST/sim/state.told"
+    TOLD=$1
+}
+
+# undisturbed WORDS: the command of these words, without a fault; it succeeds.
+undisturbed() {
+    # shellcheck disable=SC2086 # the words of the command
+    "${ENTRY[@]}" dravik $1 >"$OUT" || {
+        echo "dravik $1 fails without a fault:"
+        cat "$OUT"
+        return 1
+    }
+}
+
+# set_conf TEXT: the state before a run: this text, which the multipath tool knows, no backup, no leavings, empty logs.
 set_conf() {
     local file
     printf '%s' "$1" >"$HOST/etc/velomux.conf"
+    tell_tool "$1"
     for file in "$HOST"/etc/velomux.conf.bk* "$HOST"/etc/.velomux.conf.*; do
         [[ ! -e $file ]] || rm -f "$file"
     done

@@ -75,12 +75,13 @@ every() {
     count "bytes at which /dumps becomes full under the monitor"
 }
 
-# full_etc OLD NEW SAMPLES STEP COMMAND: at every STEPth byte of what it writes below /etc.
+# full_etc OLD NEW SAMPLES COMMAND: at every byte of what it writes below /etc.
 full_etc() {
-    local old=$1 new=$2 samples=$3 step=$4 command=$5 last room where
+    local old=$1 new=$2 samples=$3 command=$4 last room where
     set_conf "$old"
     # shellcheck disable=SC2086 # the words of the command
     last=$(bytes "$HOST/etc" "${ENTRY[@]}" dravik $command)
+    ((last > 0))
     while read -r room; do
         set_conf "$old"
         : >"$HOST/sim/calls.log"
@@ -93,7 +94,7 @@ full_etc() {
         [[ ! -e $HOST/etc/velomux.conf.bk.old ]] || found lost "$where: a backup is put aside"
         judge_log "$HOST/dumps/dravik_cli.log" "$where"
         audits "$where" 1
-    done < <(points "$samples" "$last" | if [[ $FAULTS == whole ]]; then awk "\$1 % $step == 0"; else cat; fi)
+    done < <(points "$samples" "$last")
 }
 
 @test "an /etc that becomes full at any byte leaves velomux.conf as it was or as it was to be" {
@@ -102,15 +103,13 @@ full_etc() {
     local old new command
     text "$HOST/etc/velomux.conf"
     old=$TEXT
-    # Every byte of an edit of a file of 152 bytes; of larger edits every so many.
-    for command in "1 setalias -wwid $A -alias backup" "1 delalias -wwid $A" '17 config' \
-        '61 setpathpolicy -chooser round-robin-extend' '3 --service mkconfig'; do
+    for command in "setalias -wwid $A -alias backup" "delalias -wwid $A" config \
+        'setpathpolicy -chooser round-robin-extend' '--service mkconfig'; do
         set_conf "$old"
-        # shellcheck disable=SC2086 # the words of the command
-        "${ENTRY[@]}" dravik ${command#* } >/dev/null
+        undisturbed "$command"
         text "$HOST/etc/velomux.conf"
         new=$TEXT
-        full_etc "$old" "$new" 8 "${command%% *}" "${command#* }"
+        full_etc "$old" "$new" 8 "$command"
         old=$new
     done
     count "bytes at which /etc becomes full under the changing commands"
@@ -129,8 +128,7 @@ full_etc() {
     set_conf "$old"
     for command in "setalias -wwid $A -alias backup" 'setpathpolicy -chooser round-robin-extend' '--service mkconfig'; do
         set_conf "$old"
-        # shellcheck disable=SC2086 # the words of the command
-        "${ENTRY[@]}" dravik $command >/dev/null
+        undisturbed "$command"
         text "$etc/velomux.conf"
         new=$TEXT
         while read -r kib; do
@@ -140,6 +138,7 @@ full_etc() {
                 umount "$etc"
                 continue
             fi
+            tell_tool "$old"
             # shellcheck disable=SC2086
             attempt "$command, $kib pages" "${ENTRY[@]}" dravik $command
             judge_conf "$command, $kib pages" "$old" "$new"
@@ -165,8 +164,7 @@ full_etc() {
     old=$TEXT
     for command in config 'setpathpolicy -chooser round-robin-extend' '--service mkconfig'; do
         set_conf "$old"
-        # shellcheck disable=SC2086 # the words of the command
-        "${ENTRY[@]}" dravik $command >/dev/null
+        undisturbed "$command"
         text "$HOST/etc/velomux.conf"
         new=$TEXT
         for blocks in 0 1 2; do
@@ -197,8 +195,7 @@ attempt_limited() {
     old=$TEXT
     for command in config 'setpathpolicy -chooser round-robin-extend' '--service mkconfig'; do
         set_conf "$old"
-        # shellcheck disable=SC2086 # the words of the command
-        "${entry[@]}" dravik $command >/dev/null
+        undisturbed "$command"
         text "$HOST/etc/velomux.conf"
         new=$TEXT
         ENTRY=(setpriv --bounding-set=-sys_resource --inh-caps=-sys_resource "${entry[@]}")

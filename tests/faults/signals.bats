@@ -56,8 +56,7 @@ changing() {
     text "$HOST/etc/velomux.conf"
     old=$TEXT
     set_conf "$old"
-    # shellcheck disable=SC2086 # the words of the command
-    "${ENTRY[@]}" dravik $3 >/dev/null
+    undisturbed "$3"
     text "$HOST/etc/velomux.conf"
     new=$TEXT
     "$1" "$old" "$new" "$2" "$3"

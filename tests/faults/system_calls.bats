@@ -77,8 +77,7 @@ under_failing_calls() {
     for command in 'setpathpolicy -chooser round-robin-extend' "setalias -wwid $A -alias backup" \
         "delalias -wwid $A" '--service mkconfig' config; do
         set_conf "$old"
-        # shellcheck disable=SC2086 # the words of the command
-        "${ENTRY[@]}" dravik $command >/dev/null
+        undisturbed "$command"
         text "$HOST/etc/velomux.conf"
         new=$TEXT
         # shellcheck disable=SC2086

@@ -38,6 +38,7 @@ list
 events
 baseline
 metrics
+explain
 END
 }
 

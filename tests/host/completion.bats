@@ -56,6 +56,15 @@ map() {
     offers -- dravik status --help -
 }
 
+@test "behind --textfile the line editor offers files" {
+    compopt() { echo "compopt $*"; }
+    export -f compopt
+    same "compopt -o default" "$(completes dravik metrics --textfile '')"
+    same "compopt -o default" "$(completes dravik metrics --volumes-only --textfile /var/)"
+    offers --volumes-only -- dravik metrics --textfile x.prom -
+    offers --textfile --volumes-only -- dravik metrics ''
+}
+
 @test "behind --json the words are offered that would be offered without it" {
     make_root
     offers --json -- dravik --j

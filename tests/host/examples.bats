@@ -120,7 +120,7 @@ judge() {
 }
 
 # prints_no_result COMMAND: whether it is one of the commands whose output ends without a result.
-prints_no_result() { [[ $1 == 'dravik check'* || $1 == 'dravik events '* || $1 == 'dravik baseline '* || $1 == 'dravik metrics '* ]]; }
+prints_no_result() { [[ $1 == 'dravik check'* || $1 == 'dravik events '* || $1 == 'dravik baseline '* || $1 == 'dravik metrics '* || $1 == 'dravik explain '* ]]; }
 
 # shown_is_printed COMMAND SHOWN: what stands below the command is what it printed, but for blanks at the ends of lines
 # and the result.
@@ -218,7 +218,7 @@ inline_commands() { tr '`' '\n' <"$REPO/$1" | grep -E '^dravik [-a-z]' | grep -v
             esac
             grep -q "^$name " <<<"$table" || bad+="$file: $line"$'\n'
             for word in "${words[@]:2}"; do
-                [[ $word != -* ]] || grep -qE "^$name .* $word(=|\$| )" <<<"$table" || bad+="$file: $line"$'\n'
+                [[ $word != -?* ]] || grep -qE "^$name .* $word(=|\$| )" <<<"$table" || bad+="$file: $line"$'\n'
             done
         done < <(inline_commands "$file")
     done

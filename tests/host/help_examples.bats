@@ -106,6 +106,11 @@ quietly() { in_host dravik "$@" >/dev/null; }
     compare
 }
 
+@test "the example of explain" {
+    make_host
+    plays explain
+}
+
 @test "the examples of check, list, events, baseline and metrics, at their time" {
     make_host
     sim clock freeze '2026-11-21 03:12:31'

@@ -15,7 +15,7 @@ of_kind() { awk -v kind="$1" '$2 == kind {print $1}' <<<"$TABLE"; }
 setup() {
     TABLE=$("$BUILD_DIR/dravik" --commands)
     mapfile -t COMMANDS < <(of_kind listed; of_kind unlisted; of_kind own)
-    same 23 "${#COMMANDS[@]}"
+    same 25 "${#COMMANDS[@]}"
     same "$(tail -n +2 <<<"$("$BUILD_DIR/dravik")")" "$(of_kind listed; printf '\nCommands with options of their own:\n'; of_kind own)"
 }
 
@@ -127,7 +127,7 @@ END
 
 @test "every parameter that the program knows is in a help text's synopsis, in its list of parameters, and in the manual page" {
     local name
-    same "--all --bad --follow --incident --json --path --since --textfile --volume --volumes-only --watch -alias -chooser -device_name -interval -nvme -path_alias -scsi -state -wwid" \
+    same "--all --bad --follow --incident --json --list --path --since --textfile --volume --volumes-only --watch -alias -chooser -device_name -interval -nvme -path_alias -scsi -state -wwid" \
         "$(parameters | LC_ALL=C sort | flat)"
     local synopses lists
     synopses=$(for name in $(commands); do help_synopsis "$name"; echo; done)
@@ -224,6 +224,12 @@ END
         --exclude-dir=corpus --exclude=manual.bats || true)"
 }
 
+@test "the list of all kinds of events holds each of them once" {
+    local header=$REPO/src/ledger/event_kinds.h
+    same "$(sed -nE 's/^constexpr char ([A-Z_]+)\[\].*/\1/p' "$header")" \
+        "$(sed -n '/EVENT_KINDS\[\]/,/;/p' "$header" | sed 1d | grep -oE '[A-Z_]+')"
+}
+
 @test "the manual pages are clean" {
     local page checked=''
     for page in "$BUILD_DIR"/man/*.[58]; do
@@ -253,7 +259,7 @@ ledger: common struct health
 output: common
 commands: common struct host topology array stats health ledger output
 cli: common struct host topology array stats health ledger output commands
-monitor: common struct topology health ledger output
+monitor: common struct topology array health ledger output
 END
 }
 

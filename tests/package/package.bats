@@ -157,6 +157,20 @@ END
     same "$before" "$(files_of_root)"
 }
 
+@test "installing, upgrading and removing have the journal read the message catalog, where there is a journal" {
+    fresh_root
+    mkdir -p "$HOST/run/systemd/system"
+    printf '#!/bin/sh\necho "journalctl $*" >>/sim/calls.log\n' >"$HOST/usr/bin/journalctl"
+    chmod 755 "$HOST/usr/bin/journalctl"
+    install_deb
+    install_deb
+    dpkg --root="$HOST" --remove dravik
+    same 4 "$(calls | grep -cx 'journalctl --update-catalog')"
+    # The package's file is gone by then.
+    same "journalctl --update-catalog" "$(calls | tail -n 1)"
+    [[ ! -e $HOST/usr/lib/systemd/catalog/dravik.catalog ]]
+}
+
 @test "an upgrade restarts the monitor where it runs and enables nothing" {
     fresh_root
     mkdir -p "$HOST/run/systemd/system"

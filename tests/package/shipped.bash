@@ -10,6 +10,7 @@ promised_files() {
         (cd "$REPO/help" && printf -- '-rw-r--r-- /usr/bin/dravik-help/%s\n' *.help)
         (cd "$REPO/scripts" && printf -- '-rwxr-xr-x /usr/bin/dravik-script/%s\n' *.sh)
         (cd "$REPO/scripts/lib" && printf -- '-rw-r--r-- /usr/bin/dravik-script/lib/%s\n' *)
+        echo "-rw-r--r-- /usr/lib/systemd/catalog/dravik.catalog"
         echo "-rw-r--r-- /usr/lib/systemd/system/dravik-metrics.service"
         echo "-rw-r--r-- /usr/lib/systemd/system/dravik-metrics.timer"
         echo "-rw-r--r-- /usr/lib/systemd/system/dravik-monitor.service"

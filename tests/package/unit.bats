@@ -15,7 +15,9 @@ KNOWN='
 Unit.Description                1 runs  .*
 Unit.Documentation            183 runs  man:[a-z-]+\([1-8]\)
 Unit.After                      1 runs  [a-z-]+\.(target|service)( [a-z-]+\.(target|service))*
-Service.Type                    1 runs  simple
+Service.Type                    1 runs  (simple|notify)
+Service.NotifyAccess          183 runs  (none|main|all)
+Service.WatchdogSec            42 runs  [0-9]+
 Service.ExecStart               1 runs  /usr/bin/dravik-monitor
 Service.Restart                 1 runs  always
 Service.RestartSec              1 runs  [0-9]+

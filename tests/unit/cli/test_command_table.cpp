@@ -123,5 +123,6 @@ TEST(CommandTable, TheHiddenTableHasARowForEveryCommandWithItsParameters) {
               "list own reads --bad --watch=SECONDS --json\n"
               "events own reads --since=TIME --volume=VOLUME --path=PATH --incident=N --all --follow --json\n"
               "baseline own reads =show|accept =VOLUME --json\n"
-              "metrics own reads --textfile=FILE --volumes-only\n");
+              "metrics own reads --textfile=FILE --volumes-only\n"
+              "explain own reads =WORDS --list --json\n");
 }

@@ -117,3 +117,17 @@ TEST_F(CaptureDeadline, WhoeverAsksIsCalledAboutOnceASecond) {
     EXPECT_GE(calls, 2);
     EXPECT_LE(calls, 20);
 }
+
+TEST_F(CaptureDeadline, WhoeverAsksIsCalledWhileAChildPrintsWithoutAPauseAndBetweenManyShortOnes) {
+    calls = 0;
+    setChildDeadline(60, count);
+    EXPECT_EQ(runScript("for i in 1 2 3 4 5 6 7 8 9 10 11 12 13; do echo x; sleep 0.2; done"), 0);
+    EXPECT_GE(calls, 2);
+    EXPECT_LE(calls, 20);
+    calls = 0;
+    for (int i = 0; i < 13; ++i) {
+        EXPECT_EQ(run("sleep 0.2"), 0);
+    }
+    EXPECT_GE(calls, 2);
+    EXPECT_LE(calls, 20);
+}

@@ -265,3 +265,20 @@ TEST_F(EventStore, OfOperationsThoseCountThatEndedSinceOrStillRunForAnHourAtMost
     EXPECT_EQ(read[0].id, late.id);
     EXPECT_EQ(read[1].id, running.id);
 }
+
+TEST_F(EventStore, AnIncidentIsReadWholeAndAloneAndFoundByItsNumber) {
+    const std::vector<Event> before = save({anyEvent()});
+    std::vector<Event> both = {anyEvent(), anyEvent()};
+    both[1].kind = "path_dm_state";
+    save(both);
+    save({anyEvent()});
+    const std::vector<Event> read = loadIncident(&database, before.front().incident + 1);
+    ASSERT_EQ(read.size(), 2U);
+    EXPECT_EQ(read[0].number, before.front().number + 1);
+    EXPECT_EQ(read[0].alias, "it's");
+    EXPECT_EQ(read[1].kind, "path_dm_state");
+    EXPECT_EQ(loadIncident(&database, 77).size(), 0U);
+    Statement plan(&database, "EXPLAIN QUERY PLAN SELECT * FROM events WHERE incident = 1 ORDER BY number");
+    ASSERT_TRUE(plan.step());
+    EXPECT_EQ(plan.text(3), "SEARCH events USING INDEX events_by_incident (incident=?)");
+}

@@ -288,3 +288,32 @@ TEST_F(Keeper, WhileThereIsNoLedgerNothingIsLostButTheLines) {
     dumps.makeEmpty();
     EXPECT_EQ(see(host()), (Lines{"monitor_started 0/0 ", "volume_appeared a 2/2 fault"}));
 }
+
+TEST_F(Keeper, OthersMayUseTheLedgerWhileItIsOpen) {
+    int64_t events = 0;
+    const auto count = [&events](Database *database) {
+        events = database->number("SELECT count(*) FROM events");
+    };
+    keeper->use(count);
+    EXPECT_EQ(events, 2);
+    restart();
+    events = 0;
+    keeper->use(count);
+    EXPECT_EQ(events, 0);
+}
+
+TEST_F(Keeper, WhatOthersFailInWithTheLedgerIsLoggedAndItIsOpenedAnew) {
+    keeper->use([](Database *database) { database->run("SELECT 1 FROM absent"); });
+    EXPECT_EQ(dumps.commandLogMessages(), Lines{"ERROR Ledger: no such table: absent."});
+    EXPECT_FALSE(keeper->lastObservation());
+    EXPECT_EQ(see(host(false)), SDB_FAILED);
+    ASSERT_TRUE(keeper->lastObservation());
+    EXPECT_EQ(keeper->lastObservation()->volumes, 1);
+}
+
+TEST_F(Keeper, ForgetsTheEventsOfTheLastObservationWhenItIsTold) {
+    EXPECT_EQ(see(host(false)), SDB_FAILED);
+    keeper->forgetEvents();
+    EXPECT_EQ(keeper->lastEvents().size(), 0U);
+    EXPECT_EQ(keeper->lastEvents().capacity(), 0U);
+}

@@ -178,6 +178,46 @@ TEST_F(KnownStore, RowsOfAVolumeThatIsNotThereAreIgnored) {
     EXPECT_TRUE(read[0].paths.empty());
 }
 
+TEST_F(KnownStore, ForTheVerdictTheVolumesAreReadWholeAndOfPathsAndBaselinesWhatItAsksFor) {
+    KnownTopology known = {anyVolume("36a"), anyVolume("36b")};
+    KnownPath path = anyPath("sdb");
+    path.presence = Presence::UNSEEN;
+    path.unseen_since = 77;
+    path.working = true;
+    KnownPath other = anyPath("sdc");
+    other.key.initiator = "host1";
+    other.key.target_port = "";
+    other.presence = Presence::MISSING;
+    other.working = false;
+    known[0].paths = {path, other};
+    known[0].baseline = {{path.key, "sdb"}};
+    known[0].baseline_changed = true;
+    saveKnown(&database, &known, 1);
+    const KnownTopology read = loadForVerdict(&database);
+    const KnownTopology whole = loadKnown(&database);
+    ASSERT_EQ(read.size(), 2U);
+    for (size_t i = 0; i < read.size(); ++i) {
+        EXPECT_EQ(read[i].wwid, whole[i].wwid);
+        EXPECT_EQ(read[i].attributes.alias, whole[i].attributes.alias);
+        EXPECT_EQ(read[i].attributes.size_bytes, whole[i].attributes.size_bytes);
+        EXPECT_EQ(read[i].presence, whole[i].presence);
+        EXPECT_EQ(read[i].gone, whole[i].gone);
+    }
+    ASSERT_EQ(read[0].paths.size(), 2U);
+    for (size_t i = 0; i < 2; ++i) {
+        EXPECT_EQ(read[0].paths[i].key.initiator, whole[0].paths[i].key.initiator);
+        EXPECT_EQ(read[0].paths[i].key.target_port, whole[0].paths[i].key.target_port);
+        EXPECT_EQ(read[0].paths[i].presence, whole[0].paths[i].presence);
+        EXPECT_EQ(read[0].paths[i].unseen_since, whole[0].paths[i].unseen_since);
+        EXPECT_EQ(read[0].paths[i].working, whole[0].paths[i].working);
+    }
+    EXPECT_EQ(read[0].paths[0].unseen_since, 77);
+    EXPECT_TRUE(read[1].paths.empty());
+    ASSERT_EQ(read[0].baseline.size(), 1U);
+    EXPECT_EQ(read[0].baseline[0].key.initiator, whole[0].baseline[0].key.initiator);
+    EXPECT_EQ(read[0].baseline[0].key.target_port, whole[0].baseline[0].key.target_port);
+}
+
 // ---- observations
 
 TEST_F(KnownStore, TheLastObservationIsReadBackAndEachIsCounted) {
@@ -210,4 +250,25 @@ TEST_F(KnownStore, TheLastObservationIsReadBackAndEachIsCounted) {
     saveObservation(&database, observation, true);
     EXPECT_EQ(rows("SELECT quality, count FROM observation_count ORDER BY quality"), "doubtful|2\ngood|1\n");
     EXPECT_EQ(rows("SELECT count(*) FROM observations"), "2\n");
+}
+
+TEST_F(KnownStore, CountsTheStatesOfTheVolumesThatAreNotGone) {
+    KnownTopology known;
+    for (const auto &[state, gone] : {std::pair(VolumeState::OK, false), std::pair(VolumeState::OK, false),
+                                      std::pair(VolumeState::OK, true), std::pair(VolumeState::NONE, false),
+                                      std::pair(VolumeState::DEGRADED, false)}) {
+        KnownVolume volume;
+        volume.wwid = "36" + std::to_string(known.size());
+        volume.state = state;
+        volume.gone = gone;
+        volume.changed = true;
+        known.push_back(volume);
+    }
+    saveKnown(&database, &known, 1);
+    const StateCounts counts = countStates(&database);
+    EXPECT_EQ(counts.of_state[static_cast<size_t>(VolumeState::OK)], 2);
+    EXPECT_EQ(counts.of_state[static_cast<size_t>(VolumeState::NONE)], 1);
+    EXPECT_EQ(counts.of_state[static_cast<size_t>(VolumeState::DEGRADED)], 1);
+    EXPECT_EQ(counts.of_state[static_cast<size_t>(VolumeState::LAST_PATH)], 0);
+    EXPECT_EQ(counts.of_state[static_cast<size_t>(VolumeState::UNKNOWN)], 0);
 }

@@ -2,6 +2,7 @@
 #include "monitor/observing.h"
 
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -46,6 +47,8 @@ class Observing : public testing::Test {
     FakeTools tools;
 };
 
+std::vector<std::string> entries; // that the journal was told
+
 constexpr char LISTING[] = "mpatha (36a) dm-0 KORVEL  ,QVX\n"
                            "size=10G features='0' hwhandler='0' wp=rw\n"
                            "`-+- policy='service-time 0' prio=50 status=active\n"
@@ -55,10 +58,23 @@ constexpr char LISTING[] = "mpatha (36a) dm-0 KORVEL  ,QVX\n"
 
 // One test: the ledger's keeper lives as long as the process.
 TEST_F(Observing, EachOutcomeOfAQueryHasItsQualityAndItsWords) {
+    EXPECT_EQ(presentStatus(), "the first observation is under way");
     tools.prints("velomux", LISTING);
     EXPECT_EQ(observe(), "good [] 1/1");
+    EXPECT_EQ(presentStatus(), "1 volume, 1 path, all ok; last observation 0 s ago, good");
+    EXPECT_EQ(entries, std::vector<std::string>{}); // nobody is told yet
+    setJournal([](const JournalEntry &entry) {
+        entries.push_back(entry.message);
+        return Delivery::DONE;
+    });
     tools.prints("velomux", "mpatha (36a) dm-0 KORVEL  ,QVX");
     EXPECT_EQ(observe(), "failed [the listing of the multipath tool is malformed] 1/1");
+    EXPECT_EQ(entries, (std::vector<std::string>{"dravik-monitor started",
+                                                 "mpatha: appeared, 1 of 1 paths work (fault)",
+                                                 "observation good -> failed"}));
+    EXPECT_EQ(presentStatus(),
+              "1 volume, 1 path, all ok; last observation 0 s ago, failed: the listing of the "
+              "multipath tool is malformed");
     tools.removes("velomux");
     EXPECT_EQ(observe(), "failed [the multipath tool cannot be run] 1/1");
     observeCycle(&EC_molloc_failed, 5, 7);

@@ -114,7 +114,7 @@ start_prometheus() {
 await_server() {
     local try
     for ((try = 0; try < 150; try++)); do
-        ! curl -sf -o /dev/null "$SERVER/-/ready" || return 0
+        ! targets >/dev/null 2>&1 || return 0
         sleep 0.2
     done
     cat "$FLEET"/*.log

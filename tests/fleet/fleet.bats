@@ -6,7 +6,7 @@ load ../support/simulated_host
 load fleet
 
 setup() {
-    need prometheus prometheus-node-exporter curl
+    need prometheus prometheus-node-exporter
     make_fleet
     start_prometheus
 }
@@ -55,10 +55,10 @@ firing DravikVolumeOnLastPath instance=node1 volume=mail
 firing DravikVolumeOnLastPath instance=node2 volume=mail
 END
     expect_within 10 query 'dravik_path_working == 0' <<'END'
-initiator=0x10000090fa000001 instance=node1 path=sdb target_port=0x20d0000b5d6a1010 transport=fc volume=database wwid=3600b5d60001a2b3c0000000000000001 0
-initiator=0x10000090fa000001 instance=node1 path=sdf target_port=0x20d0000b5d6a1010 transport=fc volume=mail wwid=3600b5d60001a2b3c0000000000000002 0
-initiator=0x10000090fa000001 instance=node2 path=sdb target_port=0x20d0000b5d6a1010 transport=fc volume=database wwid=3600b5d60001a2b3c0000000000000001 0
-initiator=0x10000090fa000001 instance=node2 path=sdf target_port=0x20d0000b5d6a1010 transport=fc volume=mail wwid=3600b5d60001a2b3c0000000000000002 0
+initiator=0x21000024ff5d6a11 instance=node1 path=sdb target_port=0x20d0000b5d6a1010 transport=fc volume=database wwid=3600b5d60001a2b3c0000000000000001 0
+initiator=0x21000024ff5d6a11 instance=node1 path=sdf target_port=0x20d0000b5d6a1010 transport=fc volume=mail wwid=3600b5d60001a2b3c0000000000000002 0
+initiator=0x21000024ff5d6a11 instance=node2 path=sdb target_port=0x20d0000b5d6a1010 transport=fc volume=database wwid=3600b5d60001a2b3c0000000000000001 0
+initiator=0x21000024ff5d6a11 instance=node2 path=sdf target_port=0x20d0000b5d6a1010 transport=fc volume=mail wwid=3600b5d60001a2b3c0000000000000002 0
 END
     expect_within 10 query 'instance_target_port:dravik_path_working:avg < 1' <<'END'
 instance=node1 target_port=0x20d0000b5d6a1010 0

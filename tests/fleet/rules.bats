@@ -139,6 +139,20 @@ $2
     done
 }
 
+# row_of ALERT: name, severity and waiting time as the guide's table of alerts has them, from the rule.
+row_of() {
+    local text
+    text=$(alert "$1")
+    echo "$1 $(sed -n 's/^ *severity: //p' <<<"$text")" \
+        "$(sed -nE 's/^ *for: ([0-9]+)s$/for \1 seconds/p; s/^ *for: ([0-9]+)m$/for \1 minutes/p' <<<"$text")"
+}
+
+@test "the guide's table has every alert, with the rule's severity and waiting time" {
+    same "$(for name in $(alerts); do row_of "$name"; done | LC_ALL=C sort)" \
+        "$(sed -nE 's/^\| `(Dravik[A-Za-z]+)` \| ([a-z]+) \| (.*) \|$/\1 \2 \3/p' "$REPO/$GUIDE" |
+            sed -E 's/^([^ ]+ [^ ]+) .*(for [0-9]+ (seconds|minutes))$/\1 \2/; t; s/^([^ ]+ [^ ]+) .*/\1 /' | LC_ALL=C sort)"
+}
+
 # ---- names that there are
 
 # What "dravik metrics" prints of a host on which everything has happened once.

@@ -28,7 +28,11 @@ endforeach()
 file(GLOB schemas CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/schema/*.schema.json)
 install(FILES ${schemas} DESTINATION ${SCHEMA_FOLDER})
 install(FILES completion/dravik.bash DESTINATION ${COMPLETION_FOLDER} RENAME dravik)
-install(FILES systemd/dravik-monitor.service DESTINATION ${UNIT_FOLDER})
+# What a monitoring system takes in: rules, dashboard, examples of configuration.
+file(GLOB monitoring CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/monitoring/*)
+install(FILES ${monitoring} DESTINATION ${MONITORING_FOLDER})
+install(FILES systemd/dravik-monitor.service systemd/dravik-metrics.service systemd/dravik-metrics.timer
+  DESTINATION ${UNIT_FOLDER})
 # What `journalctl -x` shows below the entries of the monitor.
 install(FILES systemd/dravik.catalog DESTINATION ${CATALOG_FOLDER})
 # Always there: systemd passes over it in favour of the unit of the same name.

@@ -3,12 +3,14 @@
 set(SCRIPT_FOLDER ${CMAKE_INSTALL_BINDIR}/dravik-script)
 set(HELP_FOLDER ${CMAKE_INSTALL_BINDIR}/dravik-help)
 set(SCHEMA_FOLDER ${CMAKE_INSTALL_DATADIR}/dravik/schema)
+set(MONITORING_FOLDER ${CMAKE_INSTALL_DATADIR}/dravik/monitoring)
 set(COMPLETION_FOLDER ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
 set(UNIT_FOLDER lib/systemd/system)
 set(CATALOG_FOLDER lib/systemd/catalog)
 set(INIT_FOLDER /etc/init.d)
 # The product's own, which have that mode also where an earlier installation left them open to others.
-set(OWN_FOLDERS ${SCRIPT_FOLDER} ${HELP_FOLDER} ${CMAKE_INSTALL_DATADIR}/dravik ${SCHEMA_FOLDER} ${CMAKE_INSTALL_DOCDIR})
+set(OWN_FOLDERS ${SCRIPT_FOLDER} ${HELP_FOLDER} ${CMAKE_INSTALL_DATADIR}/dravik ${SCHEMA_FOLDER} ${MONITORING_FOLDER}
+  ${CMAKE_INSTALL_DOCDIR})
 # Every other folder is the host's and stays as it is, unless it has to be made.
 set(ALL_FOLDERS ${OWN_FOLDERS} ${CMAKE_INSTALL_BINDIR} ${CMAKE_INSTALL_MANDIR}/man5 ${CMAKE_INSTALL_MANDIR}/man8
   ${COMPLETION_FOLDER} ${UNIT_FOLDER} ${CATALOG_FOLDER} ${INIT_FOLDER})

@@ -1,5 +1,6 @@
 # shellcheck shell=sh
-# What the package's scripts do to the monitor's service: the distribution's own tools, systemd where it is
+# What the package's scripts do to the monitor's service, and on removal to the metrics' timer, which only an
+# administrator enables: the distribution's own tools, systemd where it is
 # there, SysV otherwise. Nothing here may fail a transaction: a host without either (a container, an image
 # being built) is left alone.
 
@@ -31,13 +32,19 @@ service_restart_if_running() {
 
 service_stop_and_disable() {
     if systemd_runs; then
-        systemctl disable --now dravik-monitor.service || true
+        systemctl disable --now dravik-monitor.service dravik-metrics.timer || true
     elif [ -x /sbin/chkconfig ]; then
         /etc/init.d/dravik-monitor stop || true
         /sbin/chkconfig --del dravik-monitor || true
     elif command -v systemctl >/dev/null 2>&1; then
-        systemctl disable dravik-monitor.service >/dev/null 2>&1 || true
+        systemctl disable dravik-monitor.service dravik-metrics.timer >/dev/null 2>&1 || true
     fi
+    drop_metrics
+}
+
+# The node exporter would show its last state for ever.
+drop_metrics() {
+    rm -f /var/lib/prometheus/node-exporter/dravik.prom || true
 }
 
 # What `journalctl -x` shows below the monitor's entries: the journal reads a compiled file.

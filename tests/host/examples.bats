@@ -18,6 +18,8 @@ docs/operator-guide.md: rpm -U dravik-*.x86_64.rpm -- needs rpm's database and a
 docs/operator-guide.md: rpm -e dravik -- needs rpm's database: tests/package removes the package
 docs/operator-guide.md: systemctl set-environment DRAVIK_CLI_DEBUG=1 -- the environment of a real service manager
 docs/operator-guide.md: systemctl unset-environment DRAVIK_CLI_DEBUG -- the environment of a real service manager
+docs/operator-guide.md: curl -s http://localhost:9100/metrics | grep '^dravik_volumes{' -- a node exporter: tests/fleet scrapes a real one
+docs/operator-guide.md: promtool check config /etc/prometheus/prometheus.yml && systemctl reload prometheus -- a Prometheus server: tests/fleet starts a real one
 man/dravik-monitor.8: journalctl -t dravik-monitor -p warning --since today DRAVIK_VOLUME=database -- a journal: journal.bats asks a real one
 man/dravik-monitor.8: systemctl set-environment DRAVIK_CLI_DEBUG=1 -- the environment of a real service manager
 man/dravik-monitor.8: systemctl unset-environment DRAVIK_CLI_DEBUG -- the environment of a real service manager

@@ -96,6 +96,7 @@ odd_folders() {
 /usr/bin/dravik-script/lib
 /usr/share/doc/dravik
 /usr/share/dravik
+/usr/share/dravik/monitoring
 /usr/share/dravik/schema" "$(rpm -qplv "$RPM" 2>/dev/null | awk '$1 ~ /^d/ {print $NF}' | LC_ALL=C sort)"
     run grep -c dumps <(dpkg-deb -c "$DEB")
     same 0 "$output"
@@ -141,9 +142,13 @@ systemctl start dravik-monitor.service
 END
     in_host dravik query >/dev/null
     : >"$HOST/sim/calls.log"
+    # What the timer has written meanwhile would be the host's state for ever.
+    mkdir -p "$HOST/var/lib/prometheus/node-exporter"
+    echo old >"$HOST/var/lib/prometheus/node-exporter/dravik.prom"
     dpkg --root="$HOST" --remove dravik
+    rmdir "$HOST/var/lib/prometheus/node-exporter" "$HOST/var/lib/prometheus"
     expect_text calls <<'END'
-systemctl disable --now dravik-monitor.service
+systemctl disable --now dravik-monitor.service dravik-metrics.timer
 systemctl daemon-reload
 END
     cmp "$BATS_TEST_TMPDIR/conf" "$HOST/etc/velomux.conf"

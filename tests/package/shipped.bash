@@ -11,10 +11,13 @@ promised_files() {
         (cd "$REPO/scripts" && printf -- '-rwxr-xr-x /usr/bin/dravik-script/%s\n' *.sh)
         (cd "$REPO/scripts/lib" && printf -- '-rw-r--r-- /usr/bin/dravik-script/lib/%s\n' *)
         echo "-rw-r--r-- /usr/lib/systemd/catalog/dravik.catalog"
+        echo "-rw-r--r-- /usr/lib/systemd/system/dravik-metrics.service"
+        echo "-rw-r--r-- /usr/lib/systemd/system/dravik-metrics.timer"
         echo "-rw-r--r-- /usr/lib/systemd/system/dravik-monitor.service"
         echo "-rw-r--r-- /usr/share/bash-completion/completions/dravik"
         echo "-rw-r--r-- /usr/share/doc/dravik/README.md"
         echo "-rw-r--r-- /usr/share/doc/dravik/operator-guide.md"
+        (cd "$REPO/monitoring" && printf -- '-rw-r--r-- /usr/share/dravik/monitoring/%s\n' *)
         (cd "$REPO/schema" && printf -- '-rw-r--r-- /usr/share/dravik/schema/%s\n' *.schema.json)
         echo "-rw-r--r-- /usr/share/man/man5/dravik-files.5"
         echo "-rw-r--r-- /usr/share/man/man8/dravik-monitor.8"

@@ -4,13 +4,10 @@
 
 load ../support/simulated_host
 load ../support/ledger
+load units
 
 UNIT=$BATS_TEST_DIRNAME/../../systemd/dravik-monitor.service
-# The oldest version on a host that is supported, and so the one whose keys the monitor may depend on.
-OLDEST=210
-
-# What the unit may hold, by the changes that systemd's versions brought: section and key, the version that has it first,
-# whether the monitor depends on it ("runs") or is only confined by it ("takes"), and the values that this version knew.
+# shellcheck disable=SC2034 # units.bash reads it
 KNOWN='
 Unit.Description                1 runs  .*
 Unit.Documentation            183 runs  man:[a-z-]+\([1-8]\)
@@ -47,23 +44,6 @@ Service.ProtectProc           247 takes invisible
 Install.WantedBy                1 runs  multi-user\.target
 '
 
-# settings: every line of the unit that sets something, as "SECTION.KEY VALUE".
-settings() { awk '/^\[/ {section = substr($0, 2, length($0) - 2)} /^[A-Za-z]+=/ {key = $0; sub(/=.*/, "", key); value = $0; sub(/^[^=]*=/, "", value); print section "." key, value}' "$UNIT"; }
-
-# faults: what in the settings on standard input an old version of systemd would stumble over.
-faults() {
-    local name value row first kind values filtered=no
-    while read -r name value; do
-        row=$(grep -E "^${name//./\\.} " <<<"$KNOWN") || { echo "$name: not known"; continue; }
-        read -r _ first kind values <<<"$row"
-        [[ $value =~ ^$values$ ]] || echo "$name: $value is no value of its first version"
-        [[ $kind == takes ]] || ((first <= OLDEST)) || echo "$name: younger than the oldest host"
-        # The first filter says whether the others add to what is denied or to what is allowed.
-        [[ $name != Service.SystemCallFilter || $value == '~'* || $filtered == yes ]] || echo "$name: $value allows nothing else"
-        [[ $name != Service.SystemCallFilter ]] || filtered=yes
-    done
-}
-
 @test "no line of the unit keeps the monitor from running under an old version of systemd" {
     same "" "$(settings | faults)"
     # Every line that is neither empty nor a remark was looked at.
@@ -91,14 +71,6 @@ Service.ReadWritePaths: not known
 END
 }
 
-# analyzed WORD...: systemd's own reader of units, over this one with the program of this build.
-analyzed() {
-    local copy=$BATS_TEST_TMPDIR/dravik-monitor.service
-    command -v systemd-analyze >/dev/null || skip "systemd-analyze is not here"
-    sed "s,^ExecStart=.*,ExecStart=$BUILD_DIR/dravik-monitor," "$UNIT" >"$copy"
-    run systemd-analyze "$@" "$copy"
-}
-
 @test "systemd finds no fault with the unit" {
     analyzed verify --man=no
     same "0: " "$status: $output"
@@ -109,19 +81,6 @@ analyzed() {
     [[ $output != *"unrecognized option"* ]] || skip "this systemd-analyze cannot judge a unit without systemd"
     echo "$output" | grep -E '^✗|exposure' || true
     same 0 "$status"
-}
-
-# The system calls of these groups, as this version of systemd knows them.
-calls_of() {
-    local group word
-    for group in "$@"; do
-        systemd-analyze --no-pager syscall-filter "$group" | tail -n +2 | grep -v '^ *#' | while read -r word; do
-            case $word in
-                @*) calls_of "$word" ;;
-                ?*) echo "$word" ;;
-            esac
-        done
-    done | sort -u
 }
 
 # The system calls of the monitor and of all that it runs, in a cycle that asks for every kind of path; those of

@@ -124,5 +124,6 @@ TEST(CommandTable, TheHiddenTableHasARowForEveryCommandWithItsParameters) {
               "events own reads --since=TIME --volume=VOLUME --path=PATH --incident=N --all --follow --json\n"
               "baseline own reads =show|accept =VOLUME --json\n"
               "metrics own reads --textfile=FILE --volumes-only\n"
-              "explain own reads =WORDS --list --json\n");
+              "explain own reads =WORDS --list --json\n"
+              "report own reads =FILE --redact --json\n");
 }

@@ -210,7 +210,7 @@ AddressForm addressAt(std::string_view text, size_t place) {
         return {};
     }
     for (const auto form : {hexAt, pairsAt, ipv4At, ipv6At, qualifiedNameAt}) {
-        const AddressForm found = form(text, place);
+        AddressForm found = form(text, place);
         if (found.length > 0) {
             return found;
         }

@@ -43,8 +43,10 @@ std::string volumesText(const LedgerView &view, const std::vector<JudgedVolume> 
         const std::string alias = harmless(judged.volume->attributes.alias);
         std::string state = stateText(judged.state);
         state.resize(std::max(state.size(), STATE_WIDTH), ' ');
-        text += alias + std::string(width - characterCount(alias), ' ') + "  " + state + "   " +
-                harmless(reachOf(*judged.volume, view.now)) + "\n";
+        text += alias;
+        text.append(width - characterCount(alias), ' ');
+        text.append("  ").append(state).append("   ");
+        text.append(harmless(reachOf(*judged.volume, view.now))).append("\n");
     }
     return text;
 }

@@ -39,10 +39,10 @@ using Learn = void (*)(Redactor *, const std::string &);
 struct Source {
     const char *name;
     uint64_t limit;
-    Keep keep;
     Learn learn;
-    bool is_expected;
     void (*fill)(ReportItem *item);
+    Keep keep;
+    bool is_expected;
 };
 
 // ---- from the ledger
@@ -221,23 +221,23 @@ constexpr bool MAY_LACK = false;
 
 // In the order of the archive. The files come before the commands, which may write to the log.
 constexpr Source SOURCES[] = {
-    {"check.txt", MIB, BEGINNING, nullptr, EXPECTED, fillCheck},
-    {"events.txt", 512 * KIB, END, nullptr, MAY_LACK, fillEvents},
-    {"versions.txt", 80 * KIB, BEGINNING, nullptr, EXPECTED, fillVersions},
-    {"dumps.txt", 64 * KIB, BEGINNING, nullptr, EXPECTED, fillDumps},
-    {"dravik_monitor.log", 6 * MIB, END, learnLog, EXPECTED, fillMonitorLog},
-    {"dravik_monitor_bk.log", 4 * MIB, END, learnLog, MAY_LACK, fillMonitorBackup},
-    {"dravik_cli.log", 4 * MIB, END, learnLog, EXPECTED, fillCommandLog},
-    {"dravik_cli_bk.log", 2 * MIB, END, learnLog, MAY_LACK, fillCommandBackup},
-    {"data.dravik", 4 * MIB, BEGINNING, learnSnapshot, EXPECTED, fillSnapshot},
-    {"storage_config.json", 2 * MIB, BEGINNING, learnNameCache, MAY_LACK, fillNameCache},
-    {"velomux.conf", MIB, BEGINNING, learnConfiguration, EXPECTED, fillConfiguration},
-    {"velomux.conf.bk", 512 * KIB, BEGINNING, learnConfiguration, MAY_LACK, fillConfigurationBackup},
-    {"services.txt", 64 * KIB, BEGINNING, nullptr, EXPECTED, fillServices},
-    {"listing.txt", 4 * MIB, BEGINNING, learnListing, EXPECTED, fillListing},
-    {"journal-monitor.txt", 1536 * KIB, END, learnLog, MAY_LACK, fillJournalMonitor},
-    {"journal-daemon.txt", 512 * KIB, END, learnLog, MAY_LACK, fillJournalDaemon},
-    {"journal-kernel.txt", MIB, END, nullptr, MAY_LACK, fillJournalKernel},
+    {"check.txt", MIB, nullptr, fillCheck, BEGINNING, EXPECTED},
+    {"events.txt", 512 * KIB, nullptr, fillEvents, END, MAY_LACK},
+    {"versions.txt", 80 * KIB, nullptr, fillVersions, BEGINNING, EXPECTED},
+    {"dumps.txt", 64 * KIB, nullptr, fillDumps, BEGINNING, EXPECTED},
+    {"dravik_monitor.log", 6 * MIB, learnLog, fillMonitorLog, END, EXPECTED},
+    {"dravik_monitor_bk.log", 4 * MIB, learnLog, fillMonitorBackup, END, MAY_LACK},
+    {"dravik_cli.log", 4 * MIB, learnLog, fillCommandLog, END, EXPECTED},
+    {"dravik_cli_bk.log", 2 * MIB, learnLog, fillCommandBackup, END, MAY_LACK},
+    {"data.dravik", 4 * MIB, learnSnapshot, fillSnapshot, BEGINNING, EXPECTED},
+    {"storage_config.json", 2 * MIB, learnNameCache, fillNameCache, BEGINNING, MAY_LACK},
+    {"velomux.conf", MIB, learnConfiguration, fillConfiguration, BEGINNING, EXPECTED},
+    {"velomux.conf.bk", 512 * KIB, learnConfiguration, fillConfigurationBackup, BEGINNING, MAY_LACK},
+    {"services.txt", 64 * KIB, nullptr, fillServices, BEGINNING, EXPECTED},
+    {"listing.txt", 4 * MIB, learnListing, fillListing, BEGINNING, EXPECTED},
+    {"journal-monitor.txt", 1536 * KIB, learnLog, fillJournalMonitor, END, MAY_LACK},
+    {"journal-daemon.txt", 512 * KIB, learnLog, fillJournalDaemon, END, MAY_LACK},
+    {"journal-kernel.txt", MIB, nullptr, fillJournalKernel, END, MAY_LACK},
 };
 
 ReportItem collect(const Source &source) {

@@ -72,7 +72,7 @@ std::string makeWorkFolder(int parent) {
     for (int i = 0; i < TRIES; ++i) {
         timespec now = {};
         clock_gettime(CLOCK_MONOTONIC, &now);
-        const std::string name = WORK_PREFIX + std::to_string(getpid()) + "-" + std::to_string(now.tv_nsec);
+        std::string name = WORK_PREFIX + std::to_string(getpid()) + "-" + std::to_string(now.tv_nsec);
         if (mkdirat(parent, name.c_str(), 0700) == 0) {
             return name;
         }

@@ -72,8 +72,8 @@ void addAttributes(std::string *line, const std::string &folder, const Attribute
 bool writeClass(int out, const std::string &folder, const Attributes &attributes) {
     std::string text;
     for (const std::string &name : namesIn(folder)) {
-        text += lastPart(folder) + "/" + name;
-        addAttributes(&text, folder + "/" + name, attributes);
+        text.append(lastPart(folder)).append("/").append(name);
+        addAttributes(&text, std::string(folder).append("/").append(name), attributes);
         text += "\n";
     }
     return writeWhole(out, text);

@@ -81,7 +81,8 @@ ServiceState dravik::serviceState() {
 }
 
 s_ecItems *getStatus(bool *running) {
-    *running = dravik::serviceState() == ServiceState::RUNNING;
+    // An answer that Ctrl+C has cut off would be that of a stopped daemon.
+    *running = dravik::finishStep(dravik::serviceState) == ServiceState::RUNNING;
     return &EC_info_ok;
 }
 

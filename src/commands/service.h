@@ -27,7 +27,7 @@ ServiceState serviceState();
 } // namespace dravik
 
 // `*running`: whether the daemon runs. Never fails: EC_info_ok, also where the service tool cannot be reached,
-// which reads as not running.
+// which reads as not running. Asked once more where a signal that the process defers came meanwhile.
 s_ecItems *getStatus(bool *running);
 
 // Hands `action` ("start", "stop", "reload", "enable") to the service tool. EC_ok, whatever the tool answers

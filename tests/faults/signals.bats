@@ -1,6 +1,7 @@
 #!/usr/bin/env bats
 # INT, TERM, HUP and PIPE before every system call of the commands that change the configuration, and Ctrl+C, which the
-# whole foreground gets, at random instants: the change is finished or taken back, and one line tells of it.
+# whole foreground gets, as each child begins and ends, and at random instants: the change is finished or taken back, and
+# one line tells of it.
 
 # shellcheck disable=SC2034,SC2153 # read, and set, by faults.bash
 bats_require_minimum_version 1.5.0
@@ -93,6 +94,60 @@ wait_for_children() {
     for process in /proc/[0-9]*; do
         while [[ $process/root -ef $HOST ]] && ((waited++ < 500)); do sleep 0.02; done
     done
+}
+
+# The host's shell, which sends Ctrl+C to the foreground as the child of the number in sim/at begins, or when its work is
+# done; sim/children counts them.
+make_interrupting_shell() {
+    mv "$HOST/usr/bin/sh" "$HOST/usr/bin/sh.of-the-host"
+    cat >"$HOST/usr/bin/sh" <<'SHELL'
+#!/usr/bin/bash
+read -r children </sim/children
+echo $((++children)) >/sim/children
+read -r number moment </sim/at
+((children != number)) || [[ $moment != begins ]] || kill -INT 0
+(exec -a sh /usr/bin/sh.of-the-host "$@")
+status=$?
+((children != number)) || [[ $moment != ends ]] || kill -INT 0
+exit "$status"
+SHELL
+    chmod 755 "$HOST/usr/bin/sh"
+    echo 0 >"$HOST/sim/children"
+    echo 0 none >"$HOST/sim/at"
+}
+
+# ctrl_c_at_children OLD NEW - COMMAND: as each child begins, and as it ends; they are few.
+ctrl_c_at_children() {
+    local old=$1 new=$2 command=$4 children point number moment
+    set_conf "$old"
+    make_interrupting_shell
+    undisturbed "$command"
+    read -r children <"$HOST/sim/children"
+    ((children > 0))
+    for point in $(points $((2 * children)) $((2 * children))); do
+        number=$(((point + 1) / 2))
+        moment=begins
+        ((point % 2 == 1)) || moment=ends
+        echo 0 none >"$HOST/sim/at"
+        set_conf "$old"
+        : >"$HOST/sim/calls.log"
+        echo 0 >"$HOST/sim/children"
+        echo "$number $moment" >"$HOST/sim/at"
+        # shellcheck disable=SC2086 # the words of the command
+        attempt "$command, Ctrl+C as child $number $moment" setsid -w "${ENTRY[@]}" dravik $command
+        wait_for_children
+        judge_interrupted "$command, Ctrl+C as child $number $moment" "$old" "$new" INT "$command"
+    done
+}
+
+@test "Ctrl+C as any child of a changing command begins or ends finishes the change or takes it back" {
+    local command
+    for command in 'setpathpolicy -chooser round-robin-extend' "setalias -wwid $A -alias backup" "delalias -wwid $A" \
+        '--service mkconfig' config; do
+        changing ctrl_c_at_children - "$command"
+        drop_hosts
+    done
+    count "Ctrl+C as a child of the changing commands begins or ends"
 }
 
 # ctrl_c OLD NEW TIMES COMMAND: the command and its children get SIGINT at once, some milliseconds after the start.

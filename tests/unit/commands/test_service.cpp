@@ -1,11 +1,14 @@
 // Service control: which tool each generation of hosts is administered with, and how its answers are read.
 #include "commands/service.h"
 
+#include <csignal>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "host/interruption.h"
 #include "tests/support/command_lines.h"
 #include "tests/support/fake_host.h"
 #include "tests/support/rules.h"
@@ -103,6 +106,28 @@ TEST(Service, TheOutcomeOfTheSoftLinkScriptIsIgnored) {
     bool running = false;
     EXPECT_EQ(&EC_info_ok, getStatus(&running));
     EXPECT_TRUE(running);
+}
+
+namespace {
+
+// Ends the process with 0 if a host whose tool is cut off by a signal, and then answers, is found running.
+[[noreturn]] void askWhileASignalComes() {
+    signal(SIGINT, SIG_DFL);
+    dravik::deferEndingSignals(nullptr);
+    FakeHost host;
+    host.answer(SYSTEMD_STATUS, "", 0, [] { raise(SIGINT); });
+    host.thenAnswer(SYSTEMD_STATUS, SYSTEMD_RUNNING);
+    bool running = false;
+    const bool succeeded = getStatus(&running) == &EC_info_ok;
+    _exit(succeeded && running && host.calls == Calls{SOFTLINK, SYSTEMD_STATUS, SOFTLINK, SYSTEMD_STATUS}
+              ? 0
+              : 1);
+}
+
+} // namespace
+
+TEST(Service, AnAnswerThatASignalHasCutOffIsAskedForOnceMore) {
+    EXPECT_EXIT(askWhileASignalComes(), testing::ExitedWithCode(0), "^$");
 }
 
 // ---- serviceState

@@ -107,11 +107,10 @@ void beginRecord(OperationRecord *record, const Command &command, const CommandL
     }
 }
 
-// The answer of a command that did not get its turn: standard error has told people why.
-int answerNotRun(Json *document) {
-    auditText("not run, another command was still running.");
+// The answer of a command that has not been run: standard error has told people why.
+int answerNotRun(const char *why, Json *document) {
     if (document != nullptr) {
-        document->set("result", notRunJson("not run, another command was still running"));
+        document->set("result", notRunJson(why));
         puts(document->line().c_str());
         fflush(stdout);
     }
@@ -130,7 +129,8 @@ int runChanging(const Command &command, const CommandLine &line, const CommandLi
     } else {
         const int turn = takeCommandLock(shownLine(typed).c_str(), COMMAND_LOCK_FILES, COMMAND_LOCK_SECONDS);
         if (turn == COMMAND_LOCK_BUSY || turn == COMMAND_LOCK_INTERRUPTED) {
-            return answerNotRun(document);
+            auditText("not run, another command was still running.");
+            return answerNotRun("not run, another command was still running", document);
         }
         beginRecord(&record, command, typed, true);
         result = run(command, line, document);
@@ -168,15 +168,15 @@ int runReading(const Command &command, const CommandLine &line, Json *document) 
 } // namespace
 
 int runCommand(const Command &command, const CommandLine &line, const CommandLine &typed, bool json) {
+    Json document = json ? beginDocument(command.name) : Json::null();
+    Json *wanted = json ? &document : nullptr;
     if (geteuid() != 0) {
         if (command.changes_host) {
             fprintf(stderr, "dravik: %s changes the host: run it as root\n", command.name);
-            return EXIT_FAILED;
+            return answerNotRun("not run, only root changes the host", wanted);
         }
         fputs("dravik: not running as root: what needs root will fail\n", stderr);
     }
-    Json document = json ? beginDocument(command.name) : Json::null();
-    Json *wanted = json ? &document : nullptr;
     return command.changes_host ? runChanging(command, line, typed, wanted)
                                 : runReading(command, line, wanted);
 }

@@ -226,6 +226,21 @@ as_user() {
     same 0 "$status"
 }
 
+@test "another user than root changes nothing, and is told so in words and as a document" {
+    ((EUID == 0)) || skip "only root can become another user here"
+    make_host
+    run --separate-stderr as_user dravik delete mpatha
+    same "" "$output"
+    same "dravik: delete changes the host: run it as root" "$stderr"
+    same 1 "$status"
+    run --separate-stderr as_user dravik --json delete mpatha
+    same '{"format_version":"1.0","host":"HOST","time":"TIME","command":"delete","result":{"code":null,"message":"not run, only root changes the host"}}' \
+        "$(sed -E 's/("host":")[^"]*(","time":")[^"]*"/\1HOST\2TIME"/' <<<"$output")"
+    same "dravik: delete changes the host: run it as root" "$stderr"
+    same 1 "$status"
+    same "" "$(shells)"
+}
+
 @test "output that gets lost is an error of a command that only shows something" {
     make_host
     [[ -c $HOST/dev/full ]] || skip "no /dev/full can be made here"

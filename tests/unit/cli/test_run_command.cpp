@@ -285,6 +285,23 @@ TEST_F(RunCommand, AnotherUserThanRootChangesNothing) {
     EXPECT_EQ(dumps.names(), Calls());
 }
 
+TEST_F(RunCommand, ADocumentSaysThatAnotherUserThanRootChangesNothing) {
+    const pid_t child = fork();
+    if (child == 0) {
+        const bool left = seteuid(12345) == 0;
+        const std::string printed = members(run(change(), true));
+        const bool right =
+            printed ==
+                R"({"command":"change","result":{"code":null,"message":"not run, only root changes the host"}})" &&
+            status == EXIT_FAILED && calls.empty();
+        _exit(left && right ? 0 : 1);
+    }
+    int ended = 0;
+    ASSERT_EQ(waitpid(child, &ended, 0), child);
+    EXPECT_EQ(ended, 0);
+    EXPECT_EQ(dumps.names(), Calls());
+}
+
 TEST_F(RunCommand, AnotherUserIsToldThatALookMayFail) {
     const pid_t child = fork();
     if (child == 0) {

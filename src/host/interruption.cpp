@@ -14,6 +14,7 @@ constexpr int DEFERRED_SIGNALS[] = {SIGINT, SIGTERM, SIGHUP, SIGPIPE};
 constexpr long TWICE_WITHIN_MS = 1000;
 
 volatile sig_atomic_t pending = 0;
+volatile sig_atomic_t noted = 0;
 long last_interrupt =
     -1; // when the last SIGINT came, in ms of the monotonic clock; only the handler knows it
 const char *volatile unfinished = nullptr;
@@ -61,6 +62,7 @@ void note(int signal_number) {
     if (pending == 0) {
         pending = signal_number;
     }
+    noted = noted + 1;
 }
 
 // Puts `handler` in the place of `replaced` for a signal, which is otherwise left alone.
@@ -91,6 +93,10 @@ void setSuddenEnd(void (*at_sudden_end)(int signal_number)) {
 
 int pendingSignal() {
     return pending;
+}
+
+int signalsNoted() {
+    return noted;
 }
 
 void endByPendingSignal() {

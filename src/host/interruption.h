@@ -15,6 +15,9 @@ void deferEndingSignals(void (*at_sudden_end)(int signal_number));
 // The first signal that has come, 0 while there is none.
 int pendingSignal();
 
+// How many have come.
+int signalsNoted();
+
 // Another function for the sudden end, or none.
 void setSuddenEnd(void (*at_sudden_end)(int signal_number));
 
@@ -29,14 +32,16 @@ void restoreEndingSignals();
 void setUnfinished(const char *what);
 
 // Runs `step`, a step that may be repeated, and runs it once more when a signal came meanwhile: its child may have been
-// ended by the same Ctrl+C. Its last result.
+// ended by the same Ctrl+C. So does each further signal, up to five runs in all. The last run's result.
 template <typename Step> auto finishStep(const Step &step) -> decltype(step()) {
-    const int before = pendingSignal();
-    auto result = step();
-    if (before == 0 && pendingSignal() != 0) {
-        result = step();
+    constexpr int LAST_RUN = 5;
+    for (int run = 1;; ++run) {
+        const int before = signalsNoted();
+        auto result = step();
+        if (signalsNoted() == before || run == LAST_RUN) {
+            return result;
+        }
     }
-    return result;
 }
 
 } // namespace dravik

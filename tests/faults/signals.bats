@@ -150,6 +150,51 @@ ctrl_c_at_children() {
     count "Ctrl+C as a child of the changing commands begins or ends"
 }
 
+# state: what commands change of paths and maps, and what is recorded of it; on one line.
+state() {
+    { sim listing && ls "$HOST/sys/block" && cat "$HOST/dumps/dravik_offline_paths"; } 2>/dev/null | tr '\n' '|'
+}
+
+# ctrl_c_at_children_of COMMAND: as each of its children begins and ends, on a host that is new each time.
+ctrl_c_at_children_of() {
+    local children number moment old new where
+    make_fault_host
+    make_interrupting_shell
+    old=$(state)
+    undisturbed "$1"
+    new=$(state)
+    [[ $1 == restart || $new != "$old" ]]
+    read -r children <"$HOST/sim/children"
+    ((children > 0))
+    for ((number = 1; number <= children; number++)); do
+        for moment in begins ends; do
+            where="$1, Ctrl+C as child $number $moment"
+            drop_hosts
+            make_fault_host
+            make_interrupting_shell
+            echo "$number $moment" >"$HOST/sim/at"
+            # shellcheck disable=SC2086 # the words of the command
+            attempt "$where" setsid -w "${ENTRY[@]}" dravik $1
+            wait_for_children
+            same 130 "$STATUS"
+            audits "$where" 1
+            case $(state) in
+            "$old" | "$new") ;;
+            *) found torn "$where: $(state)" ;;
+            esac
+            [[ $1 != restart ]] || grep -q ' reload ' "$HOST/sim/calls.log" || found lost "$where: not reloaded"
+        done
+    done
+    drop_hosts
+}
+
+@test "Ctrl+C as any child of a command that changes paths begins or ends leaves the host as it was or as it was to be" {
+    ctrl_c_at_children_of restart
+    ctrl_c_at_children_of 'setstate -path_alias mpatha -device_name sdb -state offline'
+    ctrl_c_at_children_of 'delete mpatha'
+    count "Ctrl+C as a child of restart, setstate and delete begins or ends"
+}
+
 # ctrl_c OLD NEW TIMES COMMAND: the command and its children get SIGINT at once, some milliseconds after the start.
 ctrl_c() {
     local old=$1 new=$2 times=$3 command=$4 i after

@@ -50,6 +50,14 @@ constexpr Advice LOG_LINES[] = {
      "See what the tool waits for: mostly I/O to volumes without a working path, or the daemon. The monitor "
      "tries "
      "again by itself."},
+    {"Command [...] is not started: process ..., which has been killed, has not ended.",
+     "The multipath tool hung, and not even killing it has ended it: it waits in the kernel for a device "
+     "that "
+     "does not answer. As long as it does, the monitor starts no other one and sees nothing.",
+     "ps -o pid,stat,wchan:32,args -C velomux\njournalctl -k -n 50",
+     "Bring a path back, or have the array's port answer. Where the process still does not end, only a "
+     "restart "
+     "of the host helps."},
     {"Execute command [...] timeout", "The tool hung for five seconds; `delete` tries three times.",
      "dravik list --bad\nvelomux -ll",
      "It hangs when every path is dead and I/O is queued: bring a path back or end what waits for its I/O."},

@@ -102,6 +102,10 @@ void endWithTheReport() {
 
 std::string whyFailed(int status, unsigned int seconds) {
     const ChildEnd &end = lastChildEnd();
+    if (end.stuck_process != 0) {
+        return "did not end within " + std::to_string(seconds) + " seconds and cannot be killed: process " +
+               std::to_string(end.stuck_process) + " waits in the kernel";
+    }
     if (end.deadline_passed) {
         return "did not end within " + std::to_string(seconds) + " seconds and was killed";
     }

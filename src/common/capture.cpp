@@ -51,8 +51,14 @@ dravik::ChildEnd last_end = {};
 unsigned int deadline_seconds = 0;
 void (*each_second_call)() = nullptr;
 timespec started_at = {};
-
 timespec called_at = {};
+
+// The last child that has outlived its killing, and the command that it was; no process for none.
+struct Stuck {
+    pid_t pid;
+    char command[COMMAND_SIZE];
+};
+Stuck stuck = {};
 
 long long sinceMs(const timespec &then) {
     timespec now = {};
@@ -225,17 +231,34 @@ int readAll(int fd, Output *output, const sigset_t *waiting) {
     }
 }
 
-// Waits a little for the child to end, under a deadline; true when it has not passed.
-bool waitInPieces(pid_t pid, int *status, pid_t *ended) {
+// Waits a little for the child to end, until so many milliseconds after its start; false when it has not.
+bool waitInPieces(pid_t pid, int *status, long long until_ms) {
     constexpr int LONGEST_PIECE_MS = 100;
-    *ended = waitpid(pid, status, WNOHANG);
+    pid_t ended = waitpid(pid, status, WNOHANG);
     // Most children end right behind their output.
-    for (int piece_ms = 1; *ended == 0 && !isOverdue(); piece_ms = std::min(2 * piece_ms, LONGEST_PIECE_MS)) {
+    for (int piece_ms = 1; ended == 0 && sinceStartMs() < until_ms;
+         piece_ms = std::min(2 * piece_ms, LONGEST_PIECE_MS)) {
         poll(nullptr, 0, piece_ms);
         callEachSecond();
-        *ended = waitpid(pid, status, WNOHANG);
+        ended = waitpid(pid, status, WNOHANG);
     }
-    return *ended != 0;
+    return ended != 0;
+}
+
+// The same as `reap`, under a deadline. What does not end even when it is killed is left to itself.
+int reapInTime(pid_t pid, const char *command) {
+    constexpr long long AFTER_KILL_MS = 5000;
+    int status = 0;
+    if (waitInPieces(pid, &status, deadline_seconds * 1000LL)) {
+        return status;
+    }
+    kill(-pid, SIGKILL);
+    if (!waitInPieces(pid, &status, sinceStartMs() + AFTER_KILL_MS)) {
+        stuck.pid = pid;
+        snprintf(stuck.command, sizeof(stuck.command), "%s", command);
+        last_end.stuck_process = pid;
+    }
+    return status;
 }
 
 // The wait status of the child; a child that somebody else has reaped counts as ended well. A child may close
@@ -244,9 +267,6 @@ int reap(pid_t pid, const sigset_t *waiting) {
     sigset_t held;
     int status = 0;
     pid_t ended = 0;
-    if (deadline_seconds != 0 && !waitInPieces(pid, &status, &ended)) {
-        kill(-pid, SIGKILL);
-    }
     while (ended == 0 || (ended < 0 && errno == EINTR)) {
         sigprocmask(SIG_SETMASK, waiting, &held);
         ended = waitpid(pid, &status, 0);
@@ -255,6 +275,15 @@ int reap(pid_t pid, const sigset_t *waiting) {
         errno = error;
     }
     return ended < 0 ? 0 : status;
+}
+
+// Whether the same command has been killed under a deadline and is still there: another one would only join it.
+bool isStuck(const char *command) {
+    int status = 0;
+    if (stuck.pid != 0 && waitpid(stuck.pid, &status, WNOHANG) != 0) {
+        stuck.pid = 0;
+    }
+    return deadline_seconds != 0 && stuck.pid != 0 && strcmp(stuck.command, command) == 0;
 }
 
 void noteEnd(int status) {
@@ -271,6 +300,13 @@ int capture(const char *shell_command, const char *logged, Output *output, const
     last_end = {};
     clock_gettime(CLOCK_MONOTONIC, &started_at);
     callEachSecond();
+    if (isStuck(logged)) {
+        last_end.stuck_process = stuck.pid;
+        CAPTURE_LOG(output, LOG_ERROR,
+                    "Command [%s] is not started: process %d, which has been killed, has not ended.\n",
+                    logged, static_cast<int>(stuck.pid));
+        return EXE_NOT_STARTED;
+    }
     if (!startShell(shell_command, child_mask, &child)) {
         CAPTURE_LOG(output, LOG_ERROR, "Popen command [%s] failed\n", logged);
         return EXE_NOT_STARTED;
@@ -284,7 +320,7 @@ int capture(const char *shell_command, const char *logged, Output *output, const
         releaseOutput(output);
     }
     close(child.pipe);
-    const int status = reap(child.pid, waiting);
+    const int status = deadline_seconds != 0 ? reapInTime(child.pid, logged) : reap(child.pid, waiting);
     last_end.deadline_passed = isOverdue();
     noteEnd(status);
     if (last_end.deadline_passed) {

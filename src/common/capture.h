@@ -23,12 +23,18 @@ struct ChildEnd {
     int signal_number;    // that ended it, 0 for none
     int exit_status;
     long long duration_ms;
+    // Killed, and yet there: this child, or the one before that this one was not started for; 0 for none.
+    int stuck_process = 0;
 };
 const ChildEnd &lastChildEnd();
 
 // How long a child may take from now on; 0, as at the start of the process, for as long as it likes. Under a deadline a
 // child is a process group of its own. One that has not ended in time is killed with its group: it counts as one that could
-// not be started, logged at level 0 as "Command [%s] did not end within %u seconds: it has been killed.\n". `each_second`,
+// not be started, logged at level 0 as "Command [%s] did not end within %u seconds: it has been killed.\n".
+//
+// A process that waits in the kernel for a device does not end even then. It is waited for five seconds more and left
+// alone; the same command is not started again under a deadline before it has ended, and counts as one that could not be
+// started, logged as "Command [%s] is not started: process %d, which has been killed, has not ended.\n". `each_second`,
 // if not null, is called about once a second while children are waited for: also while one prints without a pause, and
 // between many that end within a second each.
 void setChildDeadline(unsigned int seconds, void (*each_second)());

@@ -94,6 +94,11 @@ std::string dravik::failureOfQuery(const s_ecItems *query, unsigned int deadline
     if (query == &EC_molloc_failed) {
         return "memory ran out";
     }
+    if (last_tool_end.stuck_process != 0) {
+        return "the multipath tool (process " + std::to_string(last_tool_end.stuck_process) +
+               ") did not end within " + std::to_string(deadline_seconds) +
+               " s and cannot be killed: it waits for a device in the kernel";
+    }
     return last_tool_end.deadline_passed ? "the multipath tool did not end within " +
                                                std::to_string(deadline_seconds) + " s and was killed"
                                          : "the multipath tool cannot be run";

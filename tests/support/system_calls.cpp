@@ -7,6 +7,7 @@
 #include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/time.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -24,6 +25,8 @@ unsigned int failing_count = 0;
 size_t failing_size = 0;
 
 WatchedCalls *watched = nullptr;
+
+bool children_never_end = false;
 
 bool fails(const char *name, size_t size = 0) {
     if (failing_name == nullptr || strcmp(failing_name, name) != 0) {
@@ -89,6 +92,14 @@ void watch(int fd, const std::string &call) {
     watcher->calls.push_back(fd == watcher->first_fd ? call : call + " on " + std::to_string(fd));
 }
 
+ChildrenNeverEnd::ChildrenNeverEnd() {
+    children_never_end = true;
+}
+
+ChildrenNeverEnd::~ChildrenNeverEnd() {
+    children_never_end = false;
+}
+
 extern "C" {
 
 void *__real_malloc(size_t size);
@@ -103,6 +114,7 @@ int __real_setitimer(__itimer_which_t which, const itimerval *value, itimerval *
 int __real_sigaction(int signal_number, const struct sigaction *action, struct sigaction *old);
 ssize_t __real_write(int fd, const void *bytes, size_t size);
 int __real_flock(int fd, int operation);
+pid_t __real_waitpid(pid_t pid, int *status, int options);
 
 void *__wrap_malloc(size_t size) {
     return fails("allocation", size) ? nullptr : __real_malloc(size);
@@ -156,6 +168,10 @@ int __wrap_flock(int fd, int operation) {
               : lock == LOCK_UN ? "flock unlock"
                                 : "flock " + std::to_string(operation));
     return __real_flock(fd, operation);
+}
+
+pid_t __wrap_waitpid(pid_t pid, int *status, int options) {
+    return children_never_end && (options & WNOHANG) != 0 ? 0 : __real_waitpid(pid, status, options);
 }
 
 } // extern "C"

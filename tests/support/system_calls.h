@@ -3,7 +3,7 @@
 // The linker sends the calls of the product's objects (and of this program's) through a wrapper; calls made
 // inside the shared libraries are not touched. mmap, pipe2, posix_spawn, setitimer, sigaction and, under the
 // common name "allocation", malloc, calloc, realloc and strdup can be made to fail; write and flock can be
-// watched.
+// watched; waitpid can be told of a child that does not end.
 #pragma once
 
 #include <cstddef>
@@ -38,4 +38,13 @@ class WatchedCalls {
   private:
     friend void watch(int fd, const std::string &call);
     int first_fd = -1;
+};
+
+// While it lives, no child has ended for those who ask by waitpid without waiting, as if each were stuck in the kernel.
+class ChildrenNeverEnd {
+  public:
+    ChildrenNeverEnd();
+    ~ChildrenNeverEnd();
+    ChildrenNeverEnd(const ChildrenNeverEnd &) = delete;
+    ChildrenNeverEnd &operator=(const ChildrenNeverEnd &) = delete;
 };

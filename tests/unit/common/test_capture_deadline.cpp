@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/dumps_redirect.h"
+#include "tests/support/system_calls.h"
 
 using namespace dravik;
 
@@ -72,6 +73,50 @@ TEST_F(CaptureDeadline, AChildThatHangsIsKilledAndCountsAsNotStarted) {
     EXPECT_EQ(dumps.commandLogLines(), Lines{"ERROR exe_query # Command [echo half a listing && sleep 77] "
                                              "did not end within 1 seconds: it has "
                                              "been killed.\n"});
+}
+
+TEST_F(CaptureDeadline, AChildThatCannotBeKilledIsLeftAloneAndNotStartedAgainBeforeItHasEnded) {
+    setChildDeadline(1, count);
+    calls = 0;
+    int stuck = 0;
+    {
+        const ChildrenNeverEnd never;
+        EXPECT_EQ(run("echo $$ && sleep 77"), EXE_NOT_STARTED);
+        EXPECT_GE(seconds, 6);
+        EXPECT_LT(seconds, 30);
+        EXPECT_GE(calls, 5); // somebody is called all the while
+        EXPECT_TRUE(lastChildEnd().deadline_passed);
+        stuck = lastChildEnd().stuck_process;
+        EXPECT_EQ(stuck, atoi(buffer));
+        EXPECT_EQ(run("echo $$ && sleep 77"), EXE_NOT_STARTED);
+        EXPECT_LT(seconds, 1);
+        EXPECT_FALSE(lastChildEnd().started);
+        EXPECT_FALSE(lastChildEnd().deadline_passed);
+        EXPECT_EQ(lastChildEnd().stuck_process, stuck);
+    }
+    EXPECT_EQ(run("echo another"), 0);
+    EXPECT_EQ(lastChildEnd().stuck_process, 0);
+    EXPECT_EQ(run("echo $$ && sleep 77"), EXE_NOT_STARTED); // it has ended meanwhile
+    EXPECT_EQ(lastChildEnd().stuck_process, 0);
+    const std::string killed =
+        "ERROR exe_query # Command [echo $$ && sleep 77] did not end within 1 seconds: it has been killed.\n";
+    EXPECT_EQ(dumps.commandLogLines(),
+              (Lines{killed,
+                     "ERROR exe_query # Command [echo $$ && sleep 77] is not started: process " +
+                         std::to_string(stuck) + ", which has been killed, has not ended.\n",
+                     killed}));
+}
+
+TEST_F(CaptureDeadline, WhatWasStuckIsCollectedOnceItHasEnded) {
+    setChildDeadline(1, nullptr);
+    {
+        const ChildrenNeverEnd never;
+        run("sleep 77");
+    }
+    const int stuck = lastChildEnd().stuck_process;
+    EXPECT_NE(stuck, 0);
+    EXPECT_EQ(run("echo another"), 0);
+    EXPECT_EQ(kill(stuck, 0), -1);
 }
 
 TEST_F(CaptureDeadline, EverythingThatItHasStartedIsKilledWithIt) {

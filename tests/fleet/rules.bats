@@ -89,6 +89,10 @@ DravikVolumeWithoutPaths: s/state="unknown"/state="nothing"/
 DravikVolumeOnLastPath: s/state="unknown"/state="nothing"/
 DravikVolumeOnLastPath: s/, alertstate="firing"//
 DravikVolumeDegraded: s/state="unknown"/state="nothing"/
+DravikVolumeDegraded: s/alertstate="firing"/alertstate="none"/
+DravikVolumeDegraded: s/, alertstate="firing"//
+DravikVolumeDegraded: s/\[3m\]/[30s]/
+DravikVolumeDegraded: s/\[3m\]/[5m]/
 DravikVolumeDegraded: s/10m/9m/
 DravikVolumeDegraded: s/10m/11m/
 DravikPathFlapping: s/flapping == 1/working == 0/

@@ -39,6 +39,7 @@ DravikMonitorRestarting
 DravikVolumeWithoutPaths
 DravikVolumeOnLastPath
 DravikVolumeDegraded
+DravikVolumeGone
 DravikPathFlapping
 DravikTargetPortDown
 DravikInitiatorDown
@@ -95,6 +96,11 @@ DravikVolumeDegraded: s/\[3m\]/[30s]/
 DravikVolumeDegraded: s/\[3m\]/[5m]/
 DravikVolumeDegraded: s/10m/9m/
 DravikVolumeDegraded: s/10m/11m/
+DravikVolumeGone: s/volume_gone/volume_unseen/
+DravikVolumeGone: s/ > 0/ > 1/
+DravikVolumeGone: s/15m/14m/
+DravikVolumeGone: s/15m/16m/
+DravikVolumeGone: s/sum without (kind) (\(.*\)) > 0/\1 > 0/
 DravikPathFlapping: s/flapping == 1/working == 0/
 DravikTargetPortDown: s/>= 2/>= 1/
 DravikTargetPortDown: s/>= 2/>= 3/
@@ -138,7 +144,7 @@ $2
         grep -qE '^ +severity: (critical|warning|info)$' <<<"$text" || same "$name: a severity" ""
         grep -qE '^ +summary: .' <<<"$text" || same "$name: a summary" ""
         grep -q '[lL]abels.instance' <<<"${text#*description:}" || same "$name: the host" ""
-        [[ $name != DravikVolume* && $name != DravikPath* ]] || grep -q 'labels.volume' <<<"${text#*description:}" || same "$name: the volume" ""
+        [[ $name != DravikVolume* && $name != DravikPath* ]] || grep -q '[lL]abels.volume' <<<"${text#*description:}" || same "$name: the volume" ""
         [[ $(tr -s ' \n' ' ' <<<"$text") == *"dravik explain $name"* ]] || same "$name: dravik explain" ""
         same "/usr/share/doc/dravik/operator-guide.md#${name,,}" "$(sed -n 's/^ *guide: //p' <<<"$text")"
         grep -qx "${name,,}" <<<"$sections" || same "$name: a section of the guide" ""

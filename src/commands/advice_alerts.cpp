@@ -23,9 +23,8 @@ constexpr Advice ALERTS[] = {
     {"DravikMetricsMissing", "The host's figures for Prometheus are no longer written.",
      "systemctl status dravik-metrics.timer dravik-metrics.service\njournalctl -u dravik-metrics.service -n "
      "20\ndf -h /var /dumps",
-     "What the service says is the cause. Start the timer, make space where the "
-     "figures are "
-     "written."},
+     "What the service says is the cause. Start the timer, make space where the figures are written. "
+     "Where they were taken away on purpose, silence the alert for this host; it ends within the hour."},
     {"DravikMonitorRestarting", "dravik-monitor is started again and again.",
      "systemctl status dravik-monitor\njournalctl -u dravik-monitor --since -1h\ndravik events --since 1h",
      "See what ends it: memory that runs out, a watchdog, somebody's script. Keep the journal for the "
@@ -44,6 +43,11 @@ constexpr Advice ALERTS[] = {
      "Repair at leisure: find the port in `dravik query VOLUME`, mend the way to it. Where it is meant to "
      "stay "
      "so: `dravik baseline accept VOLUME`."},
+    {"DravikVolumeGone", "A volume has gone, and its map with it: the alerts about its paths are over.",
+     "dravik events --since 1h\nvelomux -ll\ndravik port",
+     "Where the events name a command that removed it, there is nothing to do. Otherwise see whether the "
+     "array still maps it to this host, then run `dravik scan`. The alert ends after 15 minutes, whether "
+     "the volume is back or not."},
     {"DravikPathFlapping", "A path fails and returns again and again.",
      "dravik events --path PATH --since 1d\ndravik list --bad",
      "Replace cable or transceiver, look at the switch port's error counters; several paths with one port "

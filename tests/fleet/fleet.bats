@@ -92,3 +92,31 @@ instance=node2 0
 instance=node3 0
 END
 }
+
+@test "a volume that loses its paths, and then its map, does not become quiet" {
+    expect_within 30 targets <<'END'
+node1 up
+node2 up
+node3 up
+END
+    expect_within 30 query 'sum(dravik_events_total{kind="volume_gone"})' <<<"0"
+    on_host node1 fail-port 0x20d0000b5d6a1010
+    on_host node1 fail-port 0x20d0000b5d6a1020
+    observe
+    expect_within 30 alerts <<'END'
+firing DravikVolumeDegraded instance=node1 volume=database
+firing DravikVolumeWithoutPaths instance=node1 volume=mail
+END
+    on_host node1 unmap mail
+    observe
+    expect_within 30 alerts <<'END'
+firing DravikVolumeDegraded instance=node1 volume=database
+firing DravikVolumeGone instance=node1
+END
+    expect_within 10 description DravikVolumeGone <<'END'
+Within the last 15 minutes a volume has left node1, its map with it; missing now: mail. "dravik check" looks for it no longer, and this alert ends by itself. On the host run "dravik events --since 1h", which names it and says whether a command removed it. Where nobody meant that, see whether the array still maps it to this host, then "dravik scan". More: "dravik explain DravikVolumeGone".
+END
+    on_host node1 map mail
+    observe
+    expect_within 10 query 'count by (instance) (dravik_volume_info{instance="node1"})' <<<"instance=node1 3"
+}

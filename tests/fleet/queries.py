@@ -5,6 +5,7 @@
   queries.py dashboard FILE      the expressions of a dashboard, its variables filled in, one a line
   queries.py names               the names of the metrics in the expressions on standard input, sorted
   queries.py labels              the names of the labels in them, sorted
+  queries.py functions           the names of the functions and aggregations in them, sorted
   queries.py as-rules            a file of recording rules with these expressions
 """
 import json
@@ -54,15 +55,26 @@ def filled_in(expression):
     return expression
 
 
-def names_of(expression):
+def without_labels(expression):
     bare = re.sub(r'"[^"]*"', "", expression)
     bare = re.sub(r"\{[^}]*\}|\[[^]]*\]", " ", bare)
-    bare = re.sub(rf"\b({LABEL_LISTS})\s*\([^)]*\)", " ", bare)
+    return re.sub(rf"\b({LABEL_LISTS})\s*\([^)]*\)", " ", bare)
+
+
+def names_of(expression):
+    bare = without_labels(expression)
     for match in re.finditer(r"[a-zA-Z_:][a-zA-Z0-9_:]*", bare):
         is_function = re.match(r"\s*\(", bare[match.end():])
         is_number = re.search(r"[0-9.]$", bare[:match.start()])
         if not (is_function or is_number or match[0].lower() in WORDS):
             yield match[0]
+
+
+def functions_of(expression):
+    """What stands before a parenthesis, also with the label list of an aggregation taken away between them."""
+    for name in re.findall(r"([a-zA-Z_]\w*)\s*\(", without_labels(expression)):
+        if name.lower() not in WORDS:
+            yield name
 
 
 def labels_of(expression):
@@ -90,7 +102,7 @@ def main(what, *files):
         if what == "as-rules":
             output = as_rules(expressions)
         else:
-            find = {"names": names_of, "labels": labels_of}[what]
+            find = {"names": names_of, "labels": labels_of, "functions": functions_of}[what]
             output = sorted({found for each in expressions for found in find(each)})
     for line in output:
         print(line)

@@ -176,7 +176,7 @@ fails() {
 @test "the Tab key offers what is known, and runs nothing that was typed" {
     load ../support/tab_key
     PATH=$BUILD_DIR:$PATH
-    same "DravikVolumeDegraded DravikVolumeOnLastPath DravikVolumeWithoutPaths" "$(completes dravik explain DravikVol | sort | flat)"
+    same "DravikVolumeDegraded DravikVolumeGone DravikVolumeOnLastPath DravikVolumeWithoutPaths" "$(completes dravik explain DravikVol | sort | flat)"
     same "$("$BUILD_DIR/dravik" explain --list | awk -F'\t' '$1 != "log_line" { print $2 }')" "$(completes dravik explain '')"
     same "--list --json --help" "$(completes dravik explain -- | flat)"
     same "--list --json" "$(completes dravik explain 115 '' | flat)"

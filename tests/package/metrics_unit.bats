@@ -19,6 +19,8 @@ Service.Type                    1 runs  oneshot
 Service.ExecStart               1 runs  /usr/bin/dravik metrics --textfile /[a-z./-]+
 Service.TimeoutStartSec       189 runs  [0-9]+
 Service.UMask                   1 runs  0[0-7]{3}
+Service.SyslogLevel             1 runs  warning
+Service.LogLevelMax           236 takes notice
 Service.PrivateTmp              1 takes yes
 Service.PrivateNetwork         33 takes yes
 Service.CapabilityBoundingSet   1 takes CAP_DAC_OVERRIDE CAP_DAC_READ_SEARCH
@@ -112,6 +114,20 @@ settings_of_places() {
     same dravik.prom "$(ls -A "$HOST$FOLDER")"
     # What the ledger says is the same, but for the age.
     same "$(in_host dravik metrics | grep -v '^dravik_observation_age')" "$(grep -v '^dravik_observation_age' "$HOST$FOLDER/dravik.prom")"
+}
+
+@test "the journal keeps what the service says of a fault, and nothing of the thousands of runs that succeed" {
+    local command
+    # What systemd says of each run is info, and so would be what the program says; that a process was killed is a notice.
+    same $'SyslogLevel warning\nLogLevelMax notice' "$(settings | sed -nE 's/^Service\.((Syslog|Log)Level.*)/\1/p')"
+    make_host
+    mkdir -p "$HOST$FOLDER"
+    read -r -a command < <(settings | sed -n 's,^Service.ExecStart /usr/bin/,,p')
+    run in_host "${command[@]}"
+    same "1: dravik metrics: there is no ledger /dumps/dravik.db: dravik-monitor has not run on this host yet" "$status: $output"
+    start_monitor
+    run in_host "${command[@]}"
+    same "0: " "$status: $output"
 }
 
 # The system calls of the program as the service runs it, with the monitor's ledger in use.

@@ -16,7 +16,7 @@ TEST(AdviceAlerts, TheAlertsAreTheseInTheOrderOfTheRules) {
     const std::vector<std::string> alerts = {
         "DravikObservationStale",  "DravikObservationFailing", "DravikMetricsMissing",
         "DravikMonitorRestarting", "DravikVolumeWithoutPaths", "DravikVolumeOnLastPath",
-        "DravikVolumeDegraded",    "DravikPathFlapping",       "DravikTargetPortDown",
-        "DravikInitiatorDown",     "DravikPathsUneven"};
+        "DravikVolumeDegraded",    "DravikVolumeGone",         "DravikPathFlapping",
+        "DravikTargetPortDown",    "DravikInitiatorDown",      "DravikPathsUneven"};
     EXPECT_EQ(entries, alerts);
 }

@@ -102,11 +102,15 @@ bool compare() {
     }
 }
 
-// The monitor is alive, and this is how it is.
+// The monitor is ready, alive, and this is how it is. What a full queue did not take is told again in a second, and that it is
+// ready until it has been taken: the service manager would wait for it until it gives up. That is before the first cycle and
+// not behind it: the multipath tool may take longer than a service manager waits.
 void tellState() {
+    static bool has_told_ready = false;
     if (!dravik::hasServiceManager()) {
         return;
     }
+    has_told_ready = has_told_ready || dravik::tellServiceManager("READY=1");
     if (dravik::isWatched()) {
         dravik::tellServiceManager("WATCHDOG=1");
     }

@@ -55,6 +55,7 @@ bool JournalFeed::tell(Database *database) {
         }
     }
     markTold(database, untold.newest);
+    sent = 0; // the mark stands for it, in this ledger
     return true;
 }
 

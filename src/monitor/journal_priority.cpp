@@ -19,7 +19,7 @@ struct KindPriority {
 // The kinds whose states make no difference.
 constexpr KindPriority KIND_PRIORITIES[] = {
     {VOLUME_WITHOUT_PATHS, PRIORITY_CRITICAL},
-    {VOLUME_GONE, PRIORITY_WARNING},
+    {VOLUME_GONE, PRIORITY_CRITICAL}, // with its last path
     {VOLUME_UNSEEN, PRIORITY_WARNING},
     {PATH_GONE, PRIORITY_WARNING},
     {PATH_UNSEEN, PRIORITY_WARNING},
@@ -96,7 +96,9 @@ int ofKind(const Event &event) {
 
 int priorityOf(const Event &event) {
     const int priority = ofKind(event);
-    return event.cause == "operator" && priority != PRIORITY_CRITICAL ? PRIORITY_INFO : priority;
+    // A volume that an operator has left without a path still has its users; one that he has removed has none.
+    const bool is_explained = priority != PRIORITY_CRITICAL || event.kind == VOLUME_GONE;
+    return event.cause == "operator" && is_explained ? PRIORITY_INFO : priority;
 }
 
 int priorityOf(const std::vector<Event> &events) {

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <syslog.h>
 #include <vector>
@@ -24,6 +25,11 @@ namespace dravik {
 namespace {
 
 constexpr char SYSLOG_SOCKET[] = "/dev/log";
+
+bool isSocket(const char *path) {
+    struct stat found = {};
+    return stat(path, &found) == 0 && S_ISSOCK(found.st_mode);
+}
 
 Delivery sendToSyslog(const JournalEntry &entry) {
     openlog(JOURNAL_IDENTIFIER, 0, LOG_DAEMON);
@@ -59,6 +65,7 @@ Delivery sendIfReady(const char *path, JournalSender send, const JournalEntry &e
     case Listener::READY:
         return send(entry);
     case Listener::BUSY:
+    case Listener::GONE:
         return Delivery::LATER;
     case Listener::NOBODY:
         break;
@@ -80,7 +87,8 @@ Listener listenerAt(const char *path) {
         return Listener::BUSY;
     }
     if (connect(fd.get(), reinterpret_cast<const sockaddr *>(&address), sizeof(address)) != 0) {
-        return Listener::NOBODY;
+        // A socket whose listener has gone stays behind, and the next one takes its place.
+        return errno == ECONNREFUSED && isSocket(path) ? Listener::GONE : Listener::NOBODY;
     }
     // A connected socket can be written to while its peer's queue has a place.
     pollfd writable = {fd.get(), POLLOUT, 0};
@@ -89,7 +97,10 @@ Listener listenerAt(const char *path) {
 
 Delivery sendToJournal(const JournalEntry &entry) {
 #ifdef DRAVIK_WITH_LIBSYSTEMD
-    if (listenerAt(JOURNAL_SOCKET) != Listener::NOBODY) {
+    // A journal's socket may have been left behind for good where syslog has taken its place.
+    const Listener journal = listenerAt(JOURNAL_SOCKET);
+    if (journal != Listener::NOBODY &&
+        (journal != Listener::GONE || listenerAt(SYSLOG_SOCKET) == Listener::NOBODY)) {
         return sendIfReady(JOURNAL_SOCKET, sendToSystemd, entry);
     }
 #endif

@@ -21,6 +21,7 @@ Delivery sendToJournal(const JournalEntry &entry);
 // Who listens at a datagram socket of the file system.
 enum class Listener {
     NOBODY,
+    GONE, // its socket is there, and nobody holds it: it is being started again
     BUSY, // its queue is full
     READY,
 };

@@ -10,7 +10,5 @@ int main() {
     dravik::takeServiceVariables();
     dravik::setJournal(dravik::sendToJournal);
     initMonitor();
-    // Before the first cycle, not behind it: the multipath tool may take longer than a service manager waits for a start.
-    dravik::tellServiceManager("READY=1");
     start();
 }

@@ -95,15 +95,13 @@ bool isWatched() {
     return is_watched;
 }
 
-void tellServiceManager(const char *state) {
+bool tellServiceManager(const char *state) {
     if (manager_length == 0) {
-        return;
+        return false;
     }
     const Descriptor fd(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
-    if (fd.isOpen() && sendto(fd.get(), state, strlen(state), MSG_DONTWAIT | MSG_NOSIGNAL,
-                              reinterpret_cast<const sockaddr *>(&manager), manager_length) < 0) {
-        // It is told again, with what is true then.
-    }
+    return fd.isOpen() && sendto(fd.get(), state, strlen(state), MSG_DONTWAIT | MSG_NOSIGNAL,
+                                 reinterpret_cast<const sockaddr *>(&manager), manager_length) >= 0;
 }
 
 } // namespace dravik

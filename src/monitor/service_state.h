@@ -18,7 +18,7 @@ bool hasServiceManager();
 bool isWatched();
 
 // Sends `state`, lines "NAME=value"; nothing where nobody listens. It is never waited for, allocates nothing, and what a
-// full queue does not take is lost.
-void tellServiceManager(const char *state);
+// full queue does not take is lost: false, also where nobody listens.
+bool tellServiceManager(const char *state);
 
 } // namespace dravik

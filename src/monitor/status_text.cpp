@@ -4,6 +4,7 @@
 #include "common/log.h"
 #include "output/local_time.h"
 #include "output/table.h"
+#include "output/well_formed.h"
 
 namespace dravik {
 
@@ -47,10 +48,10 @@ std::string statusText(const Observation *observation, const StateCounts &counts
     if (observation == nullptr) {
         return std::string("the ledger cannot be used, see ") + g_log_file_dir + g_log_file_name + age;
     }
-    return harmless(countOf(observation->volumes, "volume") + ", " + countOf(observation->paths, "path") +
-                    statesText(counts, observation->volumes) + age + ", " +
-                    qualityWord(observation->quality) +
-                    (observation->reason.empty() ? "" : ": " + observation->reason));
+    return harmless(
+        wellFormed(countOf(observation->volumes, "volume") + ", " + countOf(observation->paths, "path") +
+                   statesText(counts, observation->volumes) + age + ", " + qualityWord(observation->quality) +
+                   (observation->reason.empty() ? "" : ": " + observation->reason)));
 }
 
 } // namespace dravik

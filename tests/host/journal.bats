@@ -187,9 +187,6 @@ MESSAGE=dravik-monitor started" "$(heard later 0 2 | grep ^MESSAGE=)"
     make_host --scenario "$SCENARIO"
     start_monitor
     same "$(last_event)" "$(ledger 'SELECT told FROM journal')"
-    # A socket that nobody holds is none.
-    listen gone "$JOURNAL"
-    stop_listening
     sim fail-path sdb
     step
     same "$(last_event)" "$(ledger 'SELECT told FROM journal')"
@@ -198,6 +195,37 @@ MESSAGE=dravik-monitor started" "$(heard later 0 2 | grep ^MESSAGE=)"
     step
     expect_text messages 0 </dev/null
     same "" "$(ledger_complaints)"
+}
+
+@test "what happens while a listener is started again is told afterwards" {
+    local socket
+    for socket in "$JOURNAL" /dev/log; do
+        [[ $socket != "$JOURNAL" ]] || with_library || continue
+        make_host --scenario "$SCENARIO"
+        start_monitor
+        listen gone "$socket"
+        stop_listening # its socket stays behind
+        sim fail-path sdb
+        step
+        sim fail-path sdc
+        step
+        listen again "$socket"
+        step
+        same "database sdb: ready -> faulty, 1 of 2 paths work (fault)
+database sdc: ready -> faulty, 0 of 2 paths work (fault)" "$(heard again 0 2 | sed -nE 's/^(MESSAGE=|<[0-9]*>.*dravik-monitor: )//p')"
+        rm -rf "$BATS_TEST_TMPDIR/heard.again"
+        drop_hosts
+    done
+}
+
+@test "where a journal has left its socket behind for good, syslog is told" {
+    make_host --scenario "$SCENARIO"
+    listen gone "$JOURNAL"
+    stop_listening
+    listen syslog /dev/log
+    start_monitor
+    same '<30>TIME dravik-monitor: dravik-monitor started' "$(heard syslog 0 4 | without_time | head -n 1)"
+    stop_listening
 }
 
 @test "where only syslog listens it is told the messages" {
@@ -326,6 +354,20 @@ STATUS=3 volumes, 6 paths, all ok; last observation N s ago, good" "$(heard mana
     mapfile -t ages < <(sed -n 's/^STATUS=3 volumes, 6 paths, all ok; last observation \([0-9]*\) s ago, good$/\1/p' "$BATS_TEST_TMPDIR/slow" | head -n -1 | uniq)
     ((${#ages[@]} >= 4))
     same "${ages[*]}" "$(printf '%s\n' "${ages[@]}" | sort -nu | paste -sd' ')"
+}
+
+@test "a service manager that could take nothing at first hears that the monitor is ready, and hears it once" {
+    make_host --scenario "$SCENARIO"
+    listen_full /run/manager/notify
+    start_monitor NOTIFY_SOCKET=/run/manager/notify
+    stop_listening
+    rm "$HOST/run/manager/notify"
+    listen manager /run/manager/notify
+    step
+    await manager 2
+    seconds 2 1
+    same "READY=1
+STATUS=3 volumes, 6 paths, all ok; last observation N s ago, good" "$(heard manager 0 4 | ages)"
 }
 
 @test "a service manager that takes nothing stops nobody" {

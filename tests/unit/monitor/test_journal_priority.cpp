@@ -28,7 +28,7 @@ struct Case {
 
 const std::vector<Case> CASES = {
     {"volume_appeared", "", "", NOTICE, INFO},
-    {"volume_gone", "", "", WARNING, INFO},
+    {"volume_gone", "", "", CRIT, INFO},
     {"volume_unseen", "", "", WARNING, INFO},
     {"volume_seen_again", "", "", NOTICE, INFO},
     {"volume_renamed", "a", "b", NOTICE, INFO},

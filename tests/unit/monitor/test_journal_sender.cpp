@@ -2,6 +2,7 @@
 #include "monitor/journal_sender.h"
 
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -47,10 +48,15 @@ class JournalSenderTest : public testing::Test {
     sockaddr_un address = {};
 };
 
-TEST_F(JournalSenderTest, FindsNobodyWhereNoSocketIsAndWhereNoProcessHoldsIt) {
-    EXPECT_EQ(listenerAt(path.c_str()), Listener::NOBODY);
+TEST_F(JournalSenderTest, FindsAListenerGoneThatHasLeftItsSocketBehind) {
     listen();
     EXPECT_TRUE(std::filesystem::exists(path));
+    EXPECT_EQ(listenerAt(path.c_str()), Listener::GONE);
+}
+
+TEST_F(JournalSenderTest, FindsNobodyWhereNoSocketIs) {
+    EXPECT_EQ(listenerAt(path.c_str()), Listener::NOBODY);
+    std::ofstream(path) << "a file";
     EXPECT_EQ(listenerAt(path.c_str()), Listener::NOBODY);
     EXPECT_EQ(listenerAt((path + "/s").c_str()), Listener::NOBODY);
     EXPECT_EQ(listenerAt(std::string(4000, '/').c_str()), Listener::NOBODY);

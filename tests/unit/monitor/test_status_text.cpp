@@ -50,6 +50,15 @@ TEST(StatusText, SaysWhyAnObservationIsNotGood) {
               "2 volumes, 4 paths, all ok; last observation 5 min ago, failed: the tool said\\x0a\\x1b[2J");
 }
 
+TEST(StatusText, IsUtf8WhateverAnAliasHolds) {
+    Observation observation = goodOne(2, 4);
+    observation.quality = Quality::DOUBTFUL;
+    observation.reason = "unlisted: sdd of lo\xff\xc3\xa9";
+    EXPECT_EQ(statusText(&observation, counted(0, 0, 0, 0, 2), 4000),
+              "2 volumes, 4 paths, all ok; last observation 4 s ago, doubtful: unlisted: sdd of "
+              "lo\xef\xbf\xbd\xc3\xa9");
+}
+
 TEST(StatusText, SaysThatTheLedgerCannotBeUsedAndThatNothingHasBeenObservedYet) {
     EXPECT_EQ(statusText(nullptr, {}, 4000),
               "the ledger cannot be used, see /dumps/dravik_cli.log; last observation 4 s ago");

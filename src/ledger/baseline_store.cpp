@@ -21,6 +21,12 @@ std::unordered_map<int64_t, std::vector<AcceptedPath>> loadBaselines(Database *d
 void acceptBaseline(Database *database, const KnownVolume &volume, const std::string &user,
                     Milliseconds time) {
     Statement(database, "DELETE FROM baseline WHERE volume = ?1").bind(1, volume.id).runOnce();
+    Statement(database,
+              "INSERT OR REPLACE INTO forgotten_paths SELECT volume, initiator, target_port, lun, twin, "
+              "transitions FROM paths WHERE volume = ?1 AND presence = ?2 AND transitions > 0")
+        .bind(1, volume.id)
+        .bind(2, presenceWord(Presence::MISSING))
+        .runOnce();
     Statement(database, "DELETE FROM paths WHERE volume = ?1 AND presence = ?2")
         .bind(1, volume.id)
         .bind(2, presenceWord(Presence::MISSING))

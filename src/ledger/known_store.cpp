@@ -110,7 +110,10 @@ struct Savers {
               "unseen_since, working, transitions, last_failed, last_returned, failure_1, failure_2, "
               "failure_3, "
               "flapping, offline_by) VALUES "
-              "(?1,?2,?3,?4,?5,?6,?7,?8,?9,?10,?11,?12,?13,?14,?15,?16,?17,?18,?19,"
+              "(?1,?2,?3,?4,?5,?6,?7,?8,?9,?10,?11,?12,?13,?14,?15,?16,?17,?18,"
+              // A path that was forgotten goes on counting where it had stopped.
+              "?19 + coalesce((SELECT transitions FROM forgotten_paths WHERE volume=?1 AND initiator=?2 "
+              "AND target_port=?3 AND lun=?4 AND twin=?5), 0),"
               "?20,?21,?22,?23,?24,?25,?26)"),
           old_path(database, "UPDATE paths SET volume=?1, initiator=?2, target_port=?3, lun=?4, twin=?5, "
                              "name=?6, address=?7, "

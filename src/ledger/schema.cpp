@@ -67,6 +67,13 @@ INSERT INTO operation_count
 CREATE TABLE journal (id INTEGER PRIMARY KEY CHECK (id = 1), told INTEGER NOT NULL);
 INSERT INTO journal SELECT 1, coalesce(max(number), 0) FROM events;
 )sql",
+    // How often a path had failed that is not known any more, in case it comes back.
+    R"sql(
+CREATE TABLE forgotten_paths (
+    volume INTEGER NOT NULL REFERENCES volumes (id),
+    initiator TEXT NOT NULL, target_port TEXT NOT NULL, lun TEXT NOT NULL, twin INTEGER NOT NULL,
+    transitions INTEGER NOT NULL, PRIMARY KEY (volume, initiator, target_port, lun, twin));
+)sql",
 };
 
 } // namespace

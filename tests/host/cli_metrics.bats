@@ -443,10 +443,10 @@ dravik_events_total' "$(sed -n 's/^# TYPE \([a-z_]*\) .*/\1/p' "$BATS_TEST_TMPDI
     kill_monitor
 
     sqlite3 "$HOST/dumps/dravik.db" 'PRAGMA user_version = 99'
-    why='/dumps/dravik.db has been written by a newer dravik (its version 99, this one knows 2): use that one'
+    why='/dumps/dravik.db has been written by a newer dravik (its version 99, this one knows 3): use that one'
     refuses "$why"
     refuses "$why" --textfile /textfiles/dravik.prom
-    sqlite3 "$HOST/dumps/dravik.db" 'PRAGMA user_version = 2'
+    sqlite3 "$HOST/dumps/dravik.db" 'PRAGMA user_version = 3'
 
     coproc LOCK { exec sqlite3 "$HOST/dumps/dravik.db"; }
     printf "PRAGMA locking_mode = EXCLUSIVE;\nBEGIN EXCLUSIVE;\nSELECT 'locked';\n" >&"${LOCK[1]}"

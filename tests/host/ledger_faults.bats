@@ -170,7 +170,7 @@ unlock_ledger() {
     before=$(ledger 'SELECT * FROM observation')
     start_monitor
     step 2
-    expect_text ledger_complaints <<<'ERROR observe Ledger: /dumps/dravik.db has been written by a newer dravik (its version 99, this one knows 2): use that one.'
+    expect_text ledger_complaints <<<'ERROR observe Ledger: /dumps/dravik.db has been written by a newer dravik (its version 99, this one knows 3): use that one.'
     same "$before" "$(ledger 'SELECT * FROM observation')"
     same 99 "$(ledger 'PRAGMA user_version')"
 }

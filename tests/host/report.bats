@@ -302,7 +302,7 @@ velomux.conf: is no plain file' "$(manifest 'COULD NOT BE READ' | grep -E '^(dra
     report
     same 99 "$(sqlite3 "$TOP/dravik.db" 'PRAGMA user_version')"
     first | grep -q 'has been written by a newer dravik (its version 99, '
-    sqlite3 "$HOST/dumps/dravik.db" 'PRAGMA journal_mode = DELETE; PRAGMA user_version = 2' >/dev/null
+    sqlite3 "$HOST/dumps/dravik.db" 'PRAGMA journal_mode = DELETE; PRAGMA user_version = 3' >/dev/null
     mkfifo "$BATS_TEST_TMPDIR/hold"
     sqlite3 "$HOST/dumps/dravik.db" <"$BATS_TEST_TMPDIR/hold" &
     exec 9>"$BATS_TEST_TMPDIR/hold"

@@ -82,6 +82,28 @@ TEST_F(BaselineStore, AnAcceptedOneIsThePathsOfTodayAndThoseThatAreMissingAreFor
     EXPECT_EQ(paths(0), (Lines{"sdc", "sdd"}));
 }
 
+TEST_F(BaselineStore, APathThatWasForgottenAndComesBackGoesOnCountingItsTransitions) {
+    const auto transitions = [&] {
+        return database.number("SELECT transitions FROM paths WHERE name = 'sdb' AND volume = 1");
+    };
+    const auto come_back = [&] {
+        KnownTopology today = loadKnown(&database);
+        today[0].paths.push_back(path("sdb", 0));
+        saveKnown(&database, &today, 3000);
+    };
+    database.run("UPDATE paths SET transitions = 3 WHERE name = 'sdb' AND volume = 1");
+    acceptBaseline(&database, known[0], "alice", 2000);
+    come_back();
+    EXPECT_EQ(transitions(), 3);
+    database.run("UPDATE paths SET transitions = 5, presence = 'missing' WHERE name = 'sdb' AND volume = 1");
+    acceptBaseline(&database, loadKnown(&database)[0], "alice", 4000);
+    come_back();
+    EXPECT_EQ(transitions(), 5);
+    // The path of another volume between the same ports is another one.
+    KnownTopology other = loadKnown(&database);
+    EXPECT_EQ(other[1].paths[0].transitions, 0);
+}
+
 TEST_F(BaselineStore, OtherVolumesKeepTheirs) {
     acceptBaseline(&database, known[0], "alice", 2000);
     EXPECT_EQ(baseline(1), LEARNED);

@@ -45,7 +45,7 @@ TEST_F(Schema, AnEmptyFileBecomesOneOfThisVersion) {
     EXPECT_EQ(versionOf(&database), ledgerVersion());
     EXPECT_EQ(
         tables(),
-        "baseline event_count events journal observation observation_count observations operation_count "
+        "baseline event_count events forgotten_paths journal observation observation_count observations operation_count "
         "operations paths volumes ");
 }
 
@@ -59,7 +59,7 @@ TEST_F(Schema, AFileOfThisVersionStaysAsItIs) {
 }
 
 // What the first version was, whatever has become of it since.
-TEST_F(Schema, AFileOfTheFirstVersionGetsWhatTheSecondBrought) {
+TEST_F(Schema, AFileOfTheFirstVersionGetsWhatTheLaterOnesBrought) {
     database.run(
         "CREATE TABLE events (number INTEGER PRIMARY KEY AUTOINCREMENT, kind TEXT NOT NULL);"
         "CREATE TABLE operations (id INTEGER PRIMARY KEY, begun INTEGER NOT NULL, ended INTEGER NOT "
@@ -72,7 +72,7 @@ TEST_F(Schema, AFileOfTheFirstVersionGetsWhatTheSecondBrought) {
         "PRAGMA user_version = 1");
     migrate(&database);
     EXPECT_EQ(versionOf(&database), ledgerVersion());
-    EXPECT_EQ(tables(), "events journal operation_count operations ");
+    EXPECT_EQ(tables(), "events forgotten_paths journal operation_count operations ");
     EXPECT_EQ(database.number("SELECT count FROM operation_count WHERE command = 'scan' AND code = 0"), 2);
     EXPECT_EQ(database.number("SELECT count FROM operation_count WHERE command = 'scan' AND code = 7"), 1);
     EXPECT_EQ(database.number("SELECT count(*) FROM operation_count"), 2);

@@ -3,10 +3,11 @@
 // The linker sends the calls of the product's objects (and of this program's) through a wrapper; calls made
 // inside the shared libraries are not touched. mmap, pipe2, posix_spawn, setitimer, sigaction and, under the
 // common name "allocation", malloc, calloc, realloc and strdup can be made to fail; write and flock can be
-// watched.
+// watched; behind mkdirat and flock, somebody else can act.
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -38,4 +39,13 @@ class WatchedCalls {
   private:
     friend void watch(int fd, const std::string &call);
     int first_fd = -1;
+};
+
+// What somebody else does at the instant behind the next call of `name` that succeeds. One at a time.
+class ActsBehind {
+  public:
+    ActsBehind(const char *name, std::function<void()> act);
+    ~ActsBehind();
+    ActsBehind(const ActsBehind &) = delete;
+    ActsBehind &operator=(const ActsBehind &) = delete;
 };

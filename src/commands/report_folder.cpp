@@ -281,9 +281,9 @@ void ReportFolder::enterWork() {
                               ? openat(work_folder.get(), MARK, NEW_FILE, 0600)
                               : -1);
     if (!mark.isOpen()) {
-        const ReportFailure why = failure(errno);
+        const std::string why = failure(errno).what(); // while it has its name
         removeFolder(parent.get(), work_name.c_str(), work_folder.get());
-        throw why;
+        throw ReportFailure(why);
     }
 }
 

@@ -150,34 +150,69 @@ size_t wholeScore(std::string_view message, std::string_view text) {
                                                                                        : 0;
 }
 
-// The entry of the log line with the highest score; null without any.
-const Explanation *mostSpecific(const Explanations &all, std::string_view message,
-                                size_t (*score)(std::string_view message, std::string_view text)) {
-    const Explanation *best = nullptr;
-    size_t highest = 0;
+// How much the text says of a message that the log has cut, 0 where too little of it is there to tell it by.
+size_t cutScore(std::string_view message, std::string_view text) {
+    constexpr size_t LEAST = 8; // "Ledger: "; "user " begins what is none of ours, too
+    const size_t begun = begunLength(message, text);
+    return begun >= LEAST ? begun : 0;
+}
+
+// The same of the first line of a message that holds what a file or a tool has said in several.
+size_t firstLineScore(std::string_view message, std::string_view text) {
+    return mayHoldLines(text) ? begunLength(message, text) : 0;
+}
+
+using Score = size_t (*)(std::string_view message, std::string_view text);
+
+// The entries of the log lines with the highest score, each once.
+Explanations mostSpecific(const Explanations &all, std::string_view message, Score score) {
+    Explanations best;
+    size_t highest = 1;
     for (const Explanation &entry : all) {
         const size_t reached = isLogLine(entry) ? score(message, entry.key) : 0;
         if (reached > highest) {
-            highest = reached;
-            best = &entry;
+            best.clear();
         }
+        if (reached >= highest && (best.empty() || best.back().advice != entry.advice)) {
+            best.push_back(entry);
+        }
+        highest = std::max(highest, reached);
     }
     return best;
 }
 
-Explanations findLogLine(const Explanations &all, std::string_view line) {
-    const std::string_view message = messageOf(line);
-    const Explanation *entry = mostSpecific(all, message, wholeScore);
-    if (entry == nullptr && mayBeCut(line, message)) {
-        entry = mostSpecific(all, message, begunLength);
+Explanations beginningSo(const Explanations &all, std::string_view line, std::string_view message) {
+    const bool has_head = message.size() < line.size();
+    Explanations found = mayBeCut(line) ? mostSpecific(all, message, cutScore)
+                         : has_head     ? mostSpecific(all, message, firstLineScore)
+                                        : Explanations();
+    for (Explanation &entry : found) {
+        entry.is_certain = false;
     }
-    if (entry == nullptr) {
+    return found;
+}
+
+// The records of the result in a message: behind an audited command, or where another message has the first one.
+Explanations recordsIn(const Explanations &all, std::string_view message) {
+    const std::string_view audited = auditedResult(message);
+    const size_t place = audited.empty() ? message.find(ERROR_HEAD) : 0;
+    if (place == std::string_view::npos) {
         return {};
     }
-    Explanations found = {*entry};
-    const size_t result = message.rfind(ERROR_HEAD);
-    if (result != std::string_view::npos) {
-        const Explanations records = printedRecords(all, message.substr(result));
+    const std::string_view result = audited.empty() ? message.substr(place) : audited;
+    return result.substr(0, strlen(ERROR_HEAD)) == ERROR_HEAD ? printedRecords(all, result) : Explanations();
+}
+
+Explanations findLogLine(const Explanations &all, std::string_view line) {
+    const std::string_view message = messageOf(line);
+    Explanations found = mostSpecific(all, message, wholeScore);
+    if (found.empty()) {
+        found = beginningSo(all, line, message);
+    } else {
+        found.resize(1); // of two that fit alike, the first in the table
+    }
+    if (!found.empty()) {
+        const Explanations records = recordsIn(all, message);
         found.insert(found.end(), records.begin(), records.end());
     }
     return found;
@@ -201,6 +236,7 @@ Explanations findByPart(const Explanations &all, std::string_view asked) {
         const bool is_new = found.empty() || found.back().advice != entry.advice;
         if (part.size() >= SHORTEST_PART && is_new && text.find(part) != std::string::npos) {
             found.push_back(entry);
+            found.back().is_certain = false;
         }
     }
     return found.size() <= MOST_OF_PART ? found : Explanations();

@@ -42,6 +42,8 @@ struct Explanation {
     std::string key;
     int code = -1;    // of a record
     std::string text; // of a record: its message, "..." for each word that is filled in
+    // False where there was only a part of its text to tell by.
+    bool is_certain = true;
 };
 
 // "record", "event", "alert", "log_line" (for both logs).
@@ -55,11 +57,12 @@ std::vector<Explanation> allAdvice();
 //   a record's name or code (115, 0115, Error(0115)), or a result as it is printed: code and message, or the message
 //   the name of a kind of event or of an alert
 //   a line of either log, with or without what stands before its message; behind the line's own entry that of a result
-//   that stands in it
+//   that stands in it. Of one that the log has cut, each entry that begins so, and of the first line of a message that
+//   holds text of several lines, that one
 //   a part of the text of a result or line, of 8 characters at least, with or without "..." at its ends, where five entries at
 //   most have it
 // Several records may have one code. Of several texts that a line fits, the one with the most characters of its own counts.
-// Empty for what is not known.
+// What merely begins like a line is not it. What is found by a part of its text is not certain. Empty for what is not known.
 std::vector<Explanation> findAdvice(std::string_view asked);
 
 // The names that `word` is most like, the nearest first, five at most: those with two mistakes at most, whatever the case,

@@ -1,12 +1,15 @@
 // The lines of the command log, for administrators.
 #include "commands/advice_log_lines.h"
 
+#include <algorithm>
 #include <iterator>
 
 namespace dravik {
 
 namespace {
 
+constexpr std::string_view OF_SEVERAL_LINES[] = {"Read lunpath field failed form string [...].",
+                                                 "Error before: [...].", "Error before: [...]"};
 constexpr char CACHE[] = "ls -l /dumps/storage_config.json\ndf /dumps";
 
 // Texts, meaning, what to look at, what cures it.
@@ -39,6 +42,8 @@ constexpr Advice LOG_LINES[] = {
      "Install the tool that it names; where memory or processes ran out, end what takes them. A name with "
      "blanks or "
      "shell characters is refused: rename that volume."},
+    {"Execute command [...] successfully.", "A command line was run; said only while debugging.", "",
+     NOTHING_TO_DO},
     {"Popen command [...] failed", "No process could be started for the command line.",
      "free -m\ncat /proc/sys/kernel/pid_max\nps -e", "Memory or processes ran out: end what takes them."},
     {"Read output of command [...] failed: ....",
@@ -89,6 +94,12 @@ constexpr Advice LOG_LINES[] = {
      "support."},
     {"This device (...) is a failed device.", "No path of this volume works.",
      "dravik check WWID\ndravik query", "Repair the way to it: cable, switch, array port, mapping."},
+    {"Environment variable ... is not usable: [...].",
+     "The service manager has told the monitor something that it cannot follow: where to say how it is "
+     "(`NOTIFY_SOCKET`), or how often (`WATCHDOG_USEC`, `WATCHDOG_PID`). Said only while debugging.",
+     "systemctl cat dravik-monitor\nsystemctl show dravik-monitor -p Type,NotifyAccess,WatchdogUSec",
+     "The monitor works without it. Where the unit or a drop-in file sets the variable, take that out; where "
+     "nobody does, run `systemctl restart dravik-monitor`."},
     // ---- the snapshot
     {"Open file failed. file: ....", "The monitor's snapshot is not there or cannot be written.",
      "ls -ld /dumps /dumps/*",
@@ -224,6 +235,11 @@ constexpr Advice LOG_LINES[] = {
 
 AdviceTable logLineAdvice() {
     return {LOG_LINES, std::size(LOG_LINES)};
+}
+
+bool mayHoldLines(std::string_view text) {
+    return std::find(std::begin(OF_SEVERAL_LINES), std::end(OF_SEVERAL_LINES), text) !=
+           std::end(OF_SEVERAL_LINES);
 }
 
 } // namespace dravik

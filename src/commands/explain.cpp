@@ -11,6 +11,7 @@
 #include "commands/advice_catalog.h"
 #include "commands/advice_guide.h"
 #include "commands/ledger_view.h"
+#include "commands/log_pattern.h"
 #include "commands/own_options.h"
 #include "common/exit_status.h"
 #include "output/json.h"
@@ -58,17 +59,17 @@ std::string title(const Explanation &found) {
     switch (found.kind) {
     case AdviceKind::RECORD:
         snprintf(code, sizeof(code), "%04d", found.code);
-        return std::string("Result ") + code + ", " + found.key;
+        return std::string(found.is_certain ? "Result " : "Perhaps result ") + code + ", " + found.key;
     case AdviceKind::EVENT:
         return "Event " + found.key;
     case AdviceKind::ALERT:
         return "Alert " + found.key;
     case AdviceKind::CHANGE_LINE:
-        return "Line of the change log";
+        return found.is_certain ? "Line of the change log" : "Perhaps a line of the change log";
     case AdviceKind::LOG_LINE:
         break;
     }
-    return "Line of the command log";
+    return found.is_certain ? "Line of the command log" : "Perhaps a line of the command log";
 }
 
 // The text, set in and no wider than a screen.
@@ -82,7 +83,7 @@ void printParagraph(const std::string &text) {
 }
 
 void printExplanation(const Explanation &found) {
-    puts(title(found).c_str());
+    printf("%s%s\n", title(found).c_str(), found.is_certain ? "" : " (a part of it fits)");
     if (found.kind == AdviceKind::RECORD) {
         printParagraph(found.text);
     } else if (found.kind == AdviceKind::CHANGE_LINE || found.kind == AdviceKind::LOG_LINE) {
@@ -121,6 +122,7 @@ Json explanationJson(const Explanation &found) {
     entry.set("kind", adviceKindWord(found.kind))
         .set("key", found.key)
         .set("code", found.code < 0 ? Json::null() : Json::number(found.code))
+        .set("certain", found.is_certain)
         .set("meaning", withQuotes(found.advice->meaning))
         .set("look_at", std::move(commands))
         .set("cure", withQuotes(found.advice->cure));
@@ -166,7 +168,8 @@ std::string nothingKnown(const std::string &asked) {
         return problem + "?";
     }
     // What a tool has printed stands in the command log as it came.
-    return problem + (asked.find(' ') == std::string::npos
+    const bool has_head = messageOf(asked).size() < asked.size();
+    return problem + (asked.find(' ') == std::string::npos || has_head
                           ? "; \"dravik explain --list\" shows what is known"
                           : "; a line of a log that has no time stamp belongs to the line above it");
 }

@@ -10,6 +10,10 @@ namespace {
 constexpr std::string_view GAP = "...";
 constexpr std::string_view DIGITS = "0123456789";
 constexpr std::string_view STAMP_CHARACTERS = "0123456789-:. ";
+constexpr std::string_view RAN = " ran [";
+constexpr std::string_view COMMAND_END = "]: ";
+constexpr std::string_view CUT_COMMAND_END = "...]: ";
+constexpr std::string_view INTERRUPTED = "interrupted by signal ";
 // The log never cuts inside "\xHH", so that a cut line may lack up to three of its 1023 characters.
 constexpr size_t CUT_FROM = 1020;
 
@@ -39,6 +43,23 @@ std::string_view takeWord(std::string_view *rest) {
 
 bool isLevel(std::string_view word) {
     return word == "ERROR" || word == "INFO" || word == "DEBUG" || startsWith(word, "LEVEL[");
+}
+
+// Where the brackets around a command line close: behind its last word, of which one in quotes may hold anything. Of a
+// long command line the audit shows the beginning, with dots at the end, and so perhaps half of such a word.
+size_t commandEnd(std::string_view command) {
+    bool in_quotes = false;
+    for (size_t i = 0; i < command.size(); ++i) {
+        if (in_quotes && command[i] == '\\') {
+            ++i;
+        } else if (command[i] == '"') {
+            in_quotes = !in_quotes;
+        } else if (!in_quotes && startsWith(command.substr(i), COMMAND_END)) {
+            return i;
+        }
+    }
+    const size_t dots = command.rfind(CUT_COMMAND_END);
+    return dots == std::string_view::npos ? dots : dots + CUT_COMMAND_END.size() - COMMAND_END.size();
 }
 
 } // namespace
@@ -106,8 +127,25 @@ std::string_view messageOf(std::string_view line) {
     return is_head ? rest : message;
 }
 
-bool mayBeCut(std::string_view line, std::string_view message) {
-    return line.size() >= CUT_FROM || message.size() < line.size();
+bool mayBeCut(std::string_view line) {
+    return line.size() >= CUT_FROM;
+}
+
+std::string_view auditedResult(std::string_view message) {
+    const size_t ran = startsWith(message, "user ") ? message.find(RAN) : std::string_view::npos;
+    if (ran == std::string_view::npos) {
+        return "";
+    }
+    const std::string_view command = message.substr(ran + RAN.size());
+    const size_t end = commandEnd(command);
+    if (end == std::string_view::npos) {
+        return "";
+    }
+    std::string_view result = command.substr(end + COMMAND_END.size());
+    if (startsWith(result, INTERRUPTED)) {
+        result.remove_prefix(std::min(result.find(", "), result.size() - 2) + 2);
+    }
+    return result;
 }
 
 } // namespace dravik

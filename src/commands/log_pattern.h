@@ -22,8 +22,13 @@ size_t fixedLength(std::string_view pattern);
 //   [2026-11-21 03:12:41.047] ERROR getLunPath 219 Query Dravik infomation failed. ...
 std::string_view messageOf(std::string_view line);
 
-// Whether the end of the line's message may be missing, `message` being what messageOf has left of it: the log ends lines of
-// 1023 characters, and a message of several lines is a line of the log and what a tool has printed.
-bool mayBeCut(std::string_view line, std::string_view message);
+// Whether the end of the line may be missing, and the next line's text stand in its place: the log cuts lines at 1023
+// characters, with their newline.
+bool mayBeCut(std::string_view line);
+
+// What stands behind the command in the message of an audit line, from its result's first character on; "" of any other
+// message. What a user has typed is told from it by the quotes around each of his words that is not plain:
+//   user root ran [dravik setalias "x]: Error(0115)"]: Error(0103): Invalid command parameter name [x].
+std::string_view auditedResult(std::string_view message);
 
 } // namespace dravik

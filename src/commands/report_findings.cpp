@@ -105,7 +105,9 @@ void addListing(const std::vector<ReportItem> &items, Findings *findings) {
     if (listing == nullptr) {
         return;
     }
-    if (!listing->is_there) {
+    if (!listing->is_there && listing->problem.rfind("there is no ", 0) == 0) {
+        findings->push_back("the multipath tool is missing: " + listing->problem);
+    } else if (!listing->is_there) {
         findings->push_back("the multipath tool does not answer: velomux -ll " + listing->problem);
     } else if (listing->text.find("(its exit status was not 0)") != std::string::npos) {
         findings->push_back("the multipath tool fails: velomux -ll ends with an error (listing.txt)");

@@ -1,7 +1,13 @@
 // The folder in which a report is put together, beside the file that it becomes.
 //
-//   FOLDER/.dravik-report-XXXXXX/            root's alone; the report that makes it holds it locked
-//   FOLDER/.dravik-report-XXXXXX/TOP/        what is packed
+// The folder around it may be another user's, who can rename and replace at any instant what lies there, but neither enter
+// the report's folder nor change what is in it. So everything is done by descriptors, and what has the report's folder's
+// name is used only when it proves to be it. When he takes the name away, that is a failure: nothing is written and nothing
+// removed but in the folder that was made, which is emptied and stays where he has put it.
+//
+//   FOLDER/.dravik-report-XXXXXX/                root's alone; the report that makes it holds it locked
+//   FOLDER/.dravik-report-XXXXXX/made-by-dravik  empty: says that a later report may remove what a killed one has left
+//   FOLDER/.dravik-report-XXXXXX/TOP/            what is packed
 //   FOLDER/.dravik-report-XXXXXX/report.tar.gz
 #pragma once
 
@@ -32,9 +38,10 @@ constexpr long LEFT_BEHIND_SECONDS = 3600;
 class ReportFolder {
   public:
     // Makes the folder beside `file`, a name from "/" on, where there must be nothing yet, and removes those that killed
-    // reports have left there. Throws ReportFailure.
+    // reports have left there. Throws ReportFailure, also where what has been made is not empty and the running user's
+    // alone when it is opened: that is left as it is.
     explicit ReportFolder(const std::string &file);
-    // Removes it with all that is in it.
+    // Removes what is in it, and the folder itself where it still has its name.
     ~ReportFolder();
     ReportFolder(const ReportFolder &) = delete;
     ReportFolder &operator=(const ReportFolder &) = delete;
@@ -64,10 +71,13 @@ class ReportFolder {
     const Descriptor &top() const {
         return top_folder;
     }
-    // The failure of a step in this folder, with the system's reason and the remedy.
+    // The failure of a step in this folder, with the system's reason and the remedy; where the folder has lost its name, that.
     ReportFailure failure(int error) const;
 
   private:
+    void enterWork();
+    void listNames(const std::vector<std::string> &names);
+    void runTar(int archive);
     void giveName();
 
     std::string shown;  // the file's name

@@ -1,6 +1,7 @@
 // Making a report.
 #include "commands/support_report.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <ctime>
 #include <optional>
@@ -99,6 +100,16 @@ ReportItem copyLedger(const ReportFolder &folder, Redactor *redactor) {
         }
     }
     item.duration_ms = nowMs() - start;
+    return item;
+}
+
+// The same; of a ledger that is not there nothing more is said than that.
+ReportItem ledgerItem(const ReportFolder &folder, Redactor *redactor) {
+    ReportItem item = copyLedger(folder, redactor);
+    struct stat attributes = {};
+    if (!item.is_there && stat(LEDGER_FILE, &attributes) != 0 && errno == ENOENT) {
+        item.problem = "there is none: dravik-monitor has not run on this host yet";
+    }
     return item;
 }
 
@@ -246,7 +257,7 @@ Report makeReport(const std::string &file, bool redacted) {
         learnHostNames(redactor);
     }
     report.items = collectItems();
-    report.items.insert(report.items.begin() + 2, copyLedger(folder, redactor));
+    report.items.insert(report.items.begin() + 2, ledgerItem(folder, redactor));
     report.look_first = lookFirst(report.items);
     if (redactor != nullptr) {
         learnAll(report, redactor);

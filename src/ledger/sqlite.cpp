@@ -1,6 +1,8 @@
 // Thin owners over SQLite's C interface.
 #include "ledger/sqlite.h"
 
+#include "ledger/relative_files.h"
+
 namespace dravik {
 
 namespace {
@@ -13,7 +15,7 @@ namespace {
 
 // Each is used by one thread alone: no mutex is taken for every column that is read.
 Database::Database(const std::string &path, int flags, int busy_ms) {
-    const int code = sqlite3_open_v2(path.c_str(), &handle, flags | SQLITE_OPEN_NOMUTEX, nullptr);
+    const int code = sqlite3_open_v2(path.c_str(), &handle, flags | SQLITE_OPEN_NOMUTEX, fileLayerFor(path));
     if (code != SQLITE_OK) {
         const std::string reason = handle != nullptr ? sqlite3_errmsg(handle) : sqlite3_errstr(code);
         sqlite3_close(handle);

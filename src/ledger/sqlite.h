@@ -28,7 +28,8 @@ class SqliteError : public std::runtime_error {
 
 class Database {
   public:
-    // Opens the file with the flags of sqlite3_open_v2; a locked one is waited for `busy_ms` long.
+    // Opens the file with the flags of sqlite3_open_v2; a locked one is waited for `busy_ms` long. A name that is not from
+    // "/" on leads below the working folder, whatever that is called (relative_files.h).
     Database(const std::string &path, int flags, int busy_ms);
     ~Database();
     Database(const Database &) = delete;

@@ -236,6 +236,7 @@ journal of --no-pager -o short-iso --since -24h -k' "$(cat "$TOP"/journal-{monit
     sim tool velomux missing
     report
     same "listing.txt: there is no velomux on this host" "$(manifest 'COULD NOT BE READ' | grep ^listing)"
+    first | grep -qx 'the multipath tool is missing: there is no velomux on this host'
     printf '#!/bin/sh\nexec yes a line of nonsense\n' >"$HOST/usr/sbin/velomux"
     chmod 755 "$HOST/usr/sbin/velomux"
     report
@@ -286,8 +287,11 @@ velomux.conf: is no plain file' "$(manifest 'COULD NOT BE READ' | grep -E '^(dra
     sqlite3 "$HOST/dumps/dravik.db" 'PRAGMA wal_checkpoint(TRUNCATE)' >/dev/null
     mv "$HOST/dumps/dravik.db" "$BATS_TEST_TMPDIR/good"
     rm -f "$HOST"/dumps/dravik.db-*
-    report
-    same "dravik.db: there is none" "$(manifest 'COULD NOT BE READ' | grep ^dravik.db)"
+    local redact
+    for redact in '' --redact; do
+        report $redact
+        same "dravik.db: there is none: dravik-monitor has not run on this host yet" "$(manifest 'COULD NOT BE READ' | grep ^dravik.db)"
+    done
     yes 'not a database, but of some length' | head -n 200 >"$HOST/dumps/dravik.db"
     chmod 600 "$HOST/dumps/dravik.db"
     report
@@ -363,6 +367,43 @@ velomux.conf: is no plain file' "$(manifest 'COULD NOT BE READ' | grep -E '^(dra
     report
     same ".dravik-report-link .dravik-report-open r.tar.gz" "$(left | paste -sd' ')"
     [[ -e $HOST/etc/passwd ]]
+}
+
+# ---- a file in a folder that another user may change
+
+# stealing COMMANDS: another user of the host owns the folder of the report's file, and runs these commands there, in which
+# $work is the report's folder, at the moment when tar is started.
+stealing() {
+    mkdir -p "$HOST/home/thief" "$HOST/usr/local/real"
+    echo precious >"$HOST/etc/victim"
+    chmod 600 "$HOST/etc/victim"
+    chown 12345:12345 "$HOST/home/thief"
+    cp "$(type -P chroot)" "$HOST/usr/bin/chroot"
+    mv "$HOST/usr/bin/tar" "$HOST/usr/local/real/tar"
+    cat >"$HOST/usr/bin/tar" <<END
+#!/bin/sh
+chroot --userspec=12345:12345 / sh -c 'cd /home/thief; work=\$(echo .dravik-report-*); $1'
+exec /usr/local/real/tar "\$@"
+END
+    chmod 755 "$HOST/usr/bin/tar"
+}
+
+names_in() { find "$1" -mindepth 1 -maxdepth 1 -printf '%f\n' | LC_ALL=C sort | paste -sd' '; }
+
+@test "who owns the file's folder cannot lead what root writes elsewhere, nor have anything removed" {
+    ((EUID == 0)) || skip "only root can become another user here"
+    make_watched_host
+    # shellcheck disable=SC2016 # the thief's shell expands it
+    stealing 'mv "$work" aside; mkdir "$work"; for name in report.tar.gz names ledger.db; do ln -s /etc/victim "$work/$name"; done; echo his >"$work/file"'
+    run --separate-stderr in_host dravik report /home/thief/r.tar.gz
+    same 1 "$status"
+    same "" "$output"
+    same "dravik report: /home/thief: the report's folder there, W, has been renamed or removed meanwhile; name a file in a folder that nobody else may change" \
+        "$(sed -E 's/\.dravik-report-[0-9]+-[0-9]+/W/' <<<"$stderr")"
+    same precious "$(cat "$HOST/etc/victim")"
+    same "W aside" "$(names_in "$HOST/home/thief" | sed -E 's/\.dravik-report-[0-9]+-[0-9]+/W/')"
+    same "file ledger.db names report.tar.gz" "$(names_in "$HOST"/home/thief/.dravik-report-*)"
+    same "" "$(names_in "$HOST/home/thief/aside")"
 }
 
 # ---- redaction

@@ -1,5 +1,5 @@
 """The texts that the source logs, one a line, sorted: logged_texts.py SRC. "..." stands for what differs, as in the
-operator guide; a text that only shows while debugging is left out. What cannot be read as a call is an error."""
+operator guide. What cannot be read as a call is an error."""
 import pathlib
 import re
 import sys
@@ -58,7 +58,7 @@ def texts_of(path):
         given = arguments(source, call.end())
         place = CALLS[call[1]]
         text = given[place] if place < len(given) else given[-1]
-        if text in HANDED_ON or "LOG_DEBUG" in given or given == ["level", "..."]:
+        if text in HANDED_ON or given == ["level", "..."]:
             continue
         if LITERAL.sub("", text).strip():
             sys.exit(f"{path}: no text of a log line: {text}")

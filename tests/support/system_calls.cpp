@@ -6,6 +6,7 @@
 #include <spawn.h>
 #include <sys/file.h>
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -14,6 +15,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 namespace {
 
@@ -27,6 +29,21 @@ size_t failing_size = 0;
 WatchedCalls *watched = nullptr;
 
 bool children_never_end = false;
+
+// The call behind which somebody acts, and what; null when nobody does.
+const char *acted_behind = nullptr;
+std::function<void()> action;
+
+// Gives the call's result back with its errno.
+int actBehind(const char *name, int result) {
+    if (result == 0 && acted_behind != nullptr && strcmp(acted_behind, name) == 0) {
+        acted_behind = nullptr;
+        const int error = errno;
+        action();
+        errno = error;
+    }
+    return result;
+}
 
 bool fails(const char *name, size_t size = 0) {
     if (failing_name == nullptr || strcmp(failing_name, name) != 0) {
@@ -100,6 +117,20 @@ ChildrenNeverEnd::~ChildrenNeverEnd() {
     children_never_end = false;
 }
 
+ActsBehind::ActsBehind(const char *name, std::function<void()> act) {
+    if (acted_behind != nullptr) {
+        fprintf(stderr, "system_calls: somebody acts already\n");
+        abort();
+    }
+    action = std::move(act);
+    acted_behind = name;
+}
+
+ActsBehind::~ActsBehind() {
+    acted_behind = nullptr;
+    action = nullptr;
+}
+
 extern "C" {
 
 void *__real_malloc(size_t size);
@@ -115,6 +146,7 @@ int __real_sigaction(int signal_number, const struct sigaction *action, struct s
 ssize_t __real_write(int fd, const void *bytes, size_t size);
 int __real_flock(int fd, int operation);
 pid_t __real_waitpid(pid_t pid, int *status, int options);
+int __real_mkdirat(int folder, const char *name, mode_t mode);
 
 void *__wrap_malloc(size_t size) {
     return fails("allocation", size) ? nullptr : __real_malloc(size);
@@ -167,7 +199,11 @@ int __wrap_flock(int fd, int operation) {
     watch(fd, lock == LOCK_EX   ? "flock exclusive"
               : lock == LOCK_UN ? "flock unlock"
                                 : "flock " + std::to_string(operation));
-    return __real_flock(fd, operation);
+    return actBehind("flock", __real_flock(fd, operation));
+}
+
+int __wrap_mkdirat(int folder, const char *name, mode_t mode) {
+    return actBehind("mkdirat", __real_mkdirat(folder, name, mode));
 }
 
 pid_t __wrap_waitpid(pid_t pid, int *status, int options) {

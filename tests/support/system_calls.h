@@ -3,10 +3,11 @@
 // The linker sends the calls of the product's objects (and of this program's) through a wrapper; calls made
 // inside the shared libraries are not touched. mmap, pipe2, posix_spawn, setitimer, sigaction and, under the
 // common name "allocation", malloc, calloc, realloc and strdup can be made to fail; write and flock can be
-// watched; waitpid can be told of a child that does not end.
+// watched; behind mkdirat and flock, somebody else can act; waitpid can be told of a child that does not end.
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -47,4 +48,13 @@ class ChildrenNeverEnd {
     ~ChildrenNeverEnd();
     ChildrenNeverEnd(const ChildrenNeverEnd &) = delete;
     ChildrenNeverEnd &operator=(const ChildrenNeverEnd &) = delete;
+};
+
+// What somebody else does at the instant behind the next call of `name` that succeeds. One at a time.
+class ActsBehind {
+  public:
+    ActsBehind(const char *name, std::function<void()> act);
+    ~ActsBehind();
+    ActsBehind(const ActsBehind &) = delete;
+    ActsBehind &operator=(const ActsBehind &) = delete;
 };

@@ -11,11 +11,12 @@ using namespace dravik;
 
 namespace {
 
-// What is found, "KIND KEY" each, parted by "; ".
+// What is found, "KIND KEY" each, parted by "; ", with "perhaps " before what is not certain.
 std::string found(const std::string &asked) {
     std::string text;
     for (const Explanation &entry : findAdvice(asked)) {
-        text += (text.empty() ? "" : "; ") + std::string(adviceKindWord(entry.kind)) + " " + entry.key;
+        text += std::string(text.empty() ? "" : "; ") + (entry.is_certain ? "" : "perhaps ") +
+                adviceKindWord(entry.kind) + " " + entry.key;
     }
     return text;
 }
@@ -115,36 +116,76 @@ TEST(Advice, AResultInALineFollowsTheLine) {
               "log_line user ... ran [...]: ...");
 }
 
-TEST(Advice, ALineThatTheLogHasCutIsFoundByItsBeginning) {
-    const std::string cut =
-        "[2026-11-21 10:16:40.902] ERROR exe_cmd 88 Execute command [" + std::string(1000, 'x');
-    EXPECT_EQ(found(cut), "log_line Execute command [...] failed, exit code [...]");
-    EXPECT_EQ(found(cut + "[2026-11-21 10:16:40.903] ERROR exe_cmd 89 and the next line"),
-              "log_line Execute command [...] failed, exit code [...]");
+TEST(Advice, WhatAUserHasTypedIsNotTakenForTheResultOfHisCommand) {
+    const std::string audit = "log_line user ... ran [...]: ...; record ";
+    EXPECT_EQ(
+        found("[2026-11-21 10:16:40.902] INFO  audit 93 user root ran [dravik setalias \"Error(0115)x\"]: "
+              "Error(0103): Invalid command parameter name [Error(0115)x]."),
+        audit + "EC_invalid_param_name");
+    EXPECT_EQ(
+        found("user root ran [dravik setalias \"]: Error(0123): The path is being used, can not be "
+              "deleted.\"]: Error(0115): This path_alias [Error(0113): This Path [a] is already online.] "
+              "does not exist."),
+        audit + "EC_no_path_alias");
+    EXPECT_EQ(found("user root ran [dravik setalias \"Error(0115)\"]: Command executed successfully."),
+              "log_line user ... ran [...]: ...");
+    EXPECT_EQ(
+        found("user root ran [dravik scan]: interrupted by signal 2, Error(0003): Execute system command "
+              "failed."),
+        audit + "EC_exe_cmd_failed");
+    EXPECT_EQ(
+        found("Query Dravik infomation failed. Error message: Error(0115): This path_alias [Error(0103)] "
+              "does not exist.."),
+        "log_line Query Dravik infomation failed. Error message: ....; record EC_no_path_alias");
+}
+
+TEST(Advice, OfALineThatTheLogHasCutEachTextThatBeginsSoIsAGuess) {
+    const std::string head = "[2026-11-21 10:16:40.902] ERROR exe_cmd 88 ";
+    const std::string cut = head + "Execute command [" + std::string(1000, 'x');
+    const std::string guesses = "perhaps log_line Execute command [...] failed, exit code [...]; "
+                                "perhaps log_line Execute command [...] failed; "
+                                "perhaps log_line Execute command [...] successfully.; "
+                                "perhaps log_line Execute command [...] timeout";
+    EXPECT_EQ(found(cut), guesses);
+    EXPECT_EQ(found(cut + "[2026-11-21 10:16:40.903] ERROR exe_cmd 89 and the next line"), guesses);
+    EXPECT_EQ(found(head + "user root ran [dravik setalias " + std::string(1000, 'x')),
+              "perhaps log_line user ... ran [...]: ...");
+    // Too little of it to tell it by.
+    EXPECT_EQ(found(head + "user friendly names " + std::string(1000, 'x')), "");
     EXPECT_EQ(found(std::string(1023, 'x')), "");
 }
 
-TEST(Advice, TheFirstLineOfAMessageOfSeveralIsFoundByItsBeginning) {
+TEST(Advice, ALineThatMerelyBeginsLikeOneIsNotKnown) {
+    for (const char *message : {"user friendly names are off", "device (x) does something unknown",
+                                "Execute command [x] is strange", "This device (x) is odd", "something new",
+                                "Ledger: half a sen", "Failed to write file x"}) {
+        EXPECT_EQ(found(std::string("[2026-11-21 10:16:40.902] ERROR x 93 ") + message), "") << message;
+        EXPECT_EQ(found(std::string("[2026-11-21 10:16:40.902] ") + message), "") << message;
+    }
+}
+
+TEST(Advice, TheFirstLineOfAMessageOfSeveralIsAGuess) {
     EXPECT_EQ(found("[2026-11-21 10:16:40.902] ERROR readFieldFromStr1 217 Read lunpath field failed form "
                     "string [rubbish"),
-              "log_line Read lunpath field failed form string [...].");
+              "perhaps log_line Read lunpath field failed form string [...].");
+    EXPECT_EQ(found("[2026-11-21 10:16:40.902] ERROR read_name 157 Error before: [{"),
+              "perhaps log_line Error before: [...].");
     EXPECT_EQ(found("[2026-11-21 10:16:40.902] ERROR exe_cmd 296 Error message: "),
               "log_line Error message: ...");
-    EXPECT_EQ(found("[2026-11-21 10:16:40.902] ERROR exe_cmd 296 something new"), "");
     EXPECT_EQ(found("Read lunpath field failed form string [rubbish"), "");
 }
 
-TEST(Advice, APartOfATextStandsForItWhereFewHaveIt) {
+TEST(Advice, APartOfATextIsAGuessWhereFewHaveIt) {
     const std::string deleted =
-        "log_line The lun is deleted, the properties are [ path_alias: ..., wwid: ... ].";
+        "perhaps log_line The lun is deleted, the properties are [ path_alias: ..., wwid: ... ].";
     EXPECT_EQ(found("The lun is deleted"), deleted);
     EXPECT_EQ(found("[2026-11-21 03:12:41] ... The lun is deleted ..."), deleted);
     EXPECT_EQ(found("lun is d"), deleted);
     EXPECT_EQ(found("lun is "), "");
     EXPECT_EQ(found("Query Dravik infomation failed."),
-              "log_line Query Dravik infomation failed. Error message: ....");
+              "perhaps log_line Query Dravik infomation failed. Error message: ....");
     EXPECT_EQ(found("is changed from"), ""); // seven have it
-    EXPECT_EQ(found("does not be configed"), "record EC_no_wwid");
+    EXPECT_EQ(found("does not be configed"), "perhaps record EC_no_wwid");
     EXPECT_EQ(found("........"), "");
 }
 

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <sstream>
 #include <string>
 
 #include "commands/log_pattern.h"
@@ -22,4 +23,16 @@ TEST(AdviceLogLines, TextsThatShareAnEntryStandOneALine) {
         EXPECT_NE(keys.front(), '\n');
         EXPECT_NE(keys.back(), '\n');
     }
+}
+
+TEST(AdviceLogLines, ATextThatMayHoldLinesIsOneOfTheTable) {
+    size_t count = 0;
+    for (const Advice &advice : logLineAdvice()) {
+        std::istringstream keys(advice.keys);
+        for (std::string key; std::getline(keys, key);) {
+            count += mayHoldLines(key) ? 1U : 0U;
+        }
+    }
+    EXPECT_EQ(count, 3u);
+    EXPECT_FALSE(mayHoldLines("Error before: ["));
 }

@@ -90,6 +90,39 @@ TEST_F(Explain, ALineOfALogAndTheResultInItAreToldOneBehindTheOther) {
         line + "\n" + USED + "[0]\n");
 }
 
+TEST_F(Explain, AGuessIsCalledOne) {
+    const std::string line = "[2026-11-21 10:16:40.902] ERROR read_name 157 Error before: [{";
+    EXPECT_EQ(explain({line}),
+              "Perhaps a line of the command log (a part of it fits)\n"
+              "    Error before: [...].\n"
+              "What it means\n"
+              "    The file of remembered names is damaged.\n"
+              "What to look at\n"
+              "    ls -l /dumps/storage_config.json\n"
+              "    df /dumps\n"
+              "What usually cures it\n"
+              "    Delete \"/dumps/storage_config.json\": \"dravik query\" asks the array again.\n[0]\n");
+    EXPECT_EQ(
+        explain({"--json", line}),
+        document("explain",
+                 R"("entries":[{"kind":"log_line","key":"Error before: [...].","code":null,"certain":false,)"
+                 R"("meaning":"The file of remembered names is damaged.","look_at":)"
+                 R"(["ls -l /dumps/storage_config.json","df /dumps"],"cure":)"
+                 R"("Delete \"/dumps/storage_config.json\": \"dravik query\" asks the array again."}])") +
+            "[0]\n");
+    EXPECT_EQ(
+        explain({"[2026-11-21 10:16:40.902] ERROR x 93 user friendly names are off"}),
+        "! dravik explain: nothing is known of \"[2026-11-21 10:16:40.902] ERROR x 93 user friendly names "
+        "are off\"; \"dravik explain --list\" shows what is known\n[1]\n");
+}
+
+TEST_F(Explain, WhatIsFoundByAPartIsCalledAGuess) {
+    const std::string result = explain({"does not be configed"});
+    EXPECT_EQ(result.substr(0, result.find('\n')), "Perhaps result 0122, EC_no_wwid (a part of it fits)");
+    const std::string change = explain({"The lun is deleted"});
+    EXPECT_EQ(change.substr(0, change.find('\n')), "Perhaps a line of the change log (a part of it fits)");
+}
+
 TEST_F(Explain, TheLinesOfEveryAnswerFit80ColumnsButForCommands) {
     for (const Explanation &entry : allAdvice()) {
         const std::string text = explain({entry.key});
@@ -102,17 +135,18 @@ TEST_F(Explain, TheLinesOfEveryAnswerFit80ColumnsButForCommands) {
 
 TEST_F(Explain, TheAnswerAsJsonHasTheSameKnowledge) {
     const std::string members =
-        R"("entries":[{"kind":"record","key":"EC_no_wwid","code":122,"meaning":"The volume has no alias in the )"
+        R"("entries":[{"kind":"record","key":"EC_no_wwid","code":122,"certain":true,"meaning":"The volume has no alias in the )"
         R"(configuration.","look_at":["dravik lsalias"],"cure":"Copy the WWID from \"dravik lsalias\", which shows )"
         R"(those that have one."}])";
     EXPECT_EQ(explain({"122", "--json"}), document("explain", members) + "[0]\n");
     EXPECT_EQ(explain({"EC_no_wwid"}, true), document("explain", members) + "[0]\n");
-    EXPECT_EQ(explain({"--json", "path_seen_again"}),
-              document("explain",
-                       R"("entries":[{"kind":"event","key":"path_seen_again","code":null,"meaning":)"
-                       R"("A path that was missing from the listing is listed again.","look_at":)"
-                       R"(["dravik query VOLUME"],"cure":"Nothing to do."}])") +
-                  "[0]\n");
+    EXPECT_EQ(
+        explain({"--json", "path_seen_again"}),
+        document("explain",
+                 R"("entries":[{"kind":"event","key":"path_seen_again","code":null,"certain":true,"meaning":)"
+                 R"("A path that was missing from the listing is listed again.","look_at":)"
+                 R"(["dravik query VOLUME"],"cure":"Nothing to do."}])") +
+            "[0]\n");
 }
 
 TEST_F(Explain, WithoutWordsItSaysWhatIsMissing) {

@@ -58,12 +58,32 @@ TEST(LogPattern, WhatIsNoHeadStays) {
     EXPECT_EQ(messageOf(""), "");
 }
 
-TEST(LogPattern, ALineOf1023CharactersOrWithAHeadMayLackItsEnd) {
-    EXPECT_FALSE(mayBeCut(std::string(1019, 'x'), std::string(1019, 'x')));
-    EXPECT_TRUE(mayBeCut(std::string(1020, 'x'), std::string(1020, 'x'))); // never inside "\xHH"
-    EXPECT_TRUE(
-        mayBeCut(std::string(2000, 'x'), std::string(2000, 'x'))); // the next line stands right behind it
-    EXPECT_TRUE(mayBeCut("[2026-11-21 03:12:41.047] x", "x"));
+TEST(LogPattern, ALineOf1023CharactersMayLackItsEnd) {
+    EXPECT_FALSE(mayBeCut(std::string(1019, 'x')));
+    EXPECT_TRUE(mayBeCut(std::string(1020, 'x'))); // never inside "\xHH"
+    EXPECT_TRUE(mayBeCut(std::string(2000, 'x'))); // the next line stands right behind it
+    EXPECT_FALSE(mayBeCut("[2026-11-21 03:12:41.047] x"));
+}
+
+TEST(LogPattern, TheResultOfAnAuditLineStandsBehindTheBracketsWhateverTheUserHasTyped) {
+    EXPECT_EQ(auditedResult("user root ran [dravik scan]: Command executed successfully."),
+              "Command executed successfully.");
+    EXPECT_EQ(auditedResult("user root (login alice) ran [dravik delete mail]: Error(0123): a [b]: c."),
+              "Error(0123): a [b]: c.");
+    EXPECT_EQ(auditedResult(R"(user root ran [dravik delete "]: Error(0115): x" "\"]: y"]: Error(0103): z.)"),
+              "Error(0103): z.");
+    EXPECT_EQ(auditedResult(R"(user root ran [dravik delete "\\"]: Error(0103): z.)"), "Error(0103): z.");
+    EXPECT_EQ(auditedResult("user root ran [dravik scan]: interrupted by signal 2, Error(0103): z."),
+              "Error(0103): z.");
+    EXPECT_EQ(auditedResult("user root ran [dravik scan]: ended by signal 15"), "ended by signal 15");
+    // Cut within a word in quotes.
+    EXPECT_EQ(auditedResult(R"(user root ran [dravik delete "]: Error(0115): xxx...]: Error(0103): z.)"),
+              "Error(0103): z.");
+    EXPECT_EQ(auditedResult(R"(user root ran [dravik delete "]: Error(0115))"), "");
+    EXPECT_EQ(auditedResult("user root ran [dravik scan]: interrupted by signal 2"), "");
+    EXPECT_EQ(auditedResult("user root ran [dravik scan]"), "");
+    EXPECT_EQ(auditedResult("Query failed. user root ran [dravik scan]: x"), "");
+    EXPECT_EQ(auditedResult(""), "");
 }
 
 TEST(LogPattern, WhatIsLeftOfALineIsHeldAgainstThePatternAsFarAsItGoes) {

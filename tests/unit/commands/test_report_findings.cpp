@@ -107,6 +107,13 @@ TEST_F(ReportFindings, AMultipathToolThatDoesNotAnswerOrFailsIsSaid) {
     EXPECT_EQ(first(), Lines{"the multipath tool fails: velomux -ll ends with an error (listing.txt)"});
 }
 
+TEST_F(ReportFindings, AMultipathToolThatIsMissingIsSaidInASentence) {
+    observe({okVolume()}, NOW - 5000);
+    add("listing.txt", "", "there is no velomux on this host");
+    EXPECT_EQ(first(), (Lines{"the multipath tool is missing: there is no velomux on this host",
+                              "could not be read, or not whole: listing.txt (MANIFEST says why)"}));
+}
+
 TEST_F(ReportFindings, AFullDumpsIsSaidBelow16MiB) {
     observe({okVolume()}, NOW - 5000);
     add("dumps.txt", "bytes free 16777215 of 33554432, files free 100\n\n");

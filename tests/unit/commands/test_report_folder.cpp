@@ -10,13 +10,16 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <sched.h>
 #include <sys/file.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "host/interruption.h"
 #include "tests/support/children.h"
 #include "tests/support/fake_tools.h"
+#include "tests/support/system_calls.h"
 
 using namespace dravik;
 
@@ -81,6 +84,47 @@ class ReportFolderTest : public testing::Test {
         }
         return "made";
     }
+    // What the owner of `place` does the moment that the report's folder is made, called with its name.
+    template <typename Act> void refusedWhen(const char *what, const Act &act) {
+        std::string work;
+        std::string answer;
+        {
+            const ActsBehind somebody("mkdirat", [&] {
+                work = workFolder();
+                act(work);
+            });
+            answer = refusal(file);
+        }
+        EXPECT_EQ(answer, place + ": " + std::filesystem::path(work).filename().string() +
+                              ", just made there, is no empty folder of root's alone: somebody else has "
+                              "replaced it, or the file system knows no owners; name a file in a folder that "
+                              "nobody else may change")
+            << what;
+        EXPECT_FALSE(std::filesystem::exists(file)) << what;
+    }
+    // Takes the report's folder out of the way and puts one of somebody else's there, through which links lead to `victim`.
+    std::string replaceWork() const {
+        const std::string work = workFolder();
+        std::filesystem::rename(work, place + "/aside");
+        std::filesystem::create_directory(work);
+        for (const char *name : {"report.tar.gz", "names", "ledger.db", "rewritten.db", "top"}) {
+            std::filesystem::create_symlink(place + "/victim", work + "/" + name);
+        }
+        std::ofstream(place + "/victim") << "precious";
+        return work;
+    }
+    // What a report says when its folder has lost its name.
+    std::string lostName(const std::string &work) const {
+        return place + ": the report's folder there, " + std::filesystem::path(work).filename().string() +
+               ", has been renamed or removed meanwhile; name a file in a folder that nobody else may change";
+    }
+    // That nothing was written or removed in what replaceWork() has put there, and that the report's folder is empty.
+    void untouched(const std::string &work) const {
+        EXPECT_EQ(namesIn(work), (Names{"ledger.db", "names", "report.tar.gz", "rewritten.db", "top"}));
+        EXPECT_EQ(outputOf("/bin/cat " + place + "/victim"), "precious");
+        EXPECT_EQ(namesIn(place), (Names{std::filesystem::path(work).filename(), "aside", "victim"}));
+        EXPECT_EQ(namesIn(place + "/aside"), Names{});
+    }
     void makeOld(const std::string &name, time_t seconds) const {
         const timespec then = {time(nullptr) - seconds, 0};
         const timespec times[2] = {then, then};
@@ -90,6 +134,7 @@ class ReportFolderTest : public testing::Test {
     void leaveBehind(const std::string &name, time_t seconds, mode_t mode = 0700) const {
         const std::string folder = place + "/" + name;
         std::filesystem::create_directories(folder + "/top/deeper");
+        std::ofstream(folder + "/made-by-dravik") << "";
         std::ofstream(folder + "/top/file") << "text";
         std::ofstream(folder + "/report.tar.gz") << "text";
         std::filesystem::create_symlink("/etc", folder + "/link");
@@ -192,8 +237,10 @@ TEST_F(ReportFolderTest, OnlyAFolderOfAKilledReportIsRemovedByTheNextOne) {
     EXPECT_EQ(refusal(file), "made");
     EXPECT_EQ(namesIn(place), (Names{".dravik-report-file", ".dravik-report-link", ".dravik-report-locked",
                                      ".dravik-report-open", ".dravik-report-young", "dravik-report-other"}));
-    EXPECT_EQ(namesIn(place + "/.dravik-report-young"), (Names{"link", "report.tar.gz", "top"}));
-    EXPECT_EQ(namesIn(place + "/dravik-report-other"), (Names{"link", "report.tar.gz", "top"}));
+    EXPECT_EQ(namesIn(place + "/.dravik-report-young"),
+              (Names{"link", "made-by-dravik", "report.tar.gz", "top"}));
+    EXPECT_EQ(namesIn(place + "/dravik-report-other"),
+              (Names{"link", "made-by-dravik", "report.tar.gz", "top"}));
     EXPECT_EQ(modeOf("/etc").substr(0, 1), "d"); // no link is followed
 }
 
@@ -268,7 +315,7 @@ TEST_F(ReportFolderTest, AFileThatCannotBePackedIsAFailureAndLeavesNothing) {
 
 TEST_F(ReportFolderTest, APackingThatIsKilledIsAFailureAndNoReport) {
     const FakeTools tools;
-    tools.runs("tar", "echo half > report.tar.gz\nkill -KILL $$");
+    tools.runs("tar", "echo half\nkill -KILL $$");
     EXPECT_THROW(
         {
             ReportFolder folder(file);
@@ -293,4 +340,182 @@ TEST_F(ReportFolderTest, AVisitLeadsIntoTheFolderAndBackToTheRoot) {
         EXPECT_EQ(namesIn(workFolder() + "/top"), Names{"here"});
     }
     EXPECT_EQ(namesIn(place), Names{});
+}
+
+// ---- a folder that another user may change
+
+TEST_F(ReportFolderTest, WhatIsNoLongerTheFolderThatWasMadeIsNeitherUsedNorRemoved) {
+    const std::string kept = place + "/kept";
+    refusedWhen("another user's", [&](const std::string &work) {
+        std::filesystem::rename(work, kept);
+        std::filesystem::create_directory(work);
+        std::ofstream(work + "/file") << "text";
+        if (geteuid() == 0) {
+            ASSERT_EQ(chown(work.c_str(), 12345, 12345), 0);
+            ASSERT_EQ(chmod(work.c_str(), 0700), 0);
+        }
+    });
+    EXPECT_EQ(namesIn(workFolder()), Names{"file"});
+    EXPECT_EQ(namesIn(kept), Names{});
+    std::filesystem::remove_all(workFolder());
+    refusedWhen("others may enter", [&](const std::string &work) { chmod(work.c_str(), 0750); });
+    EXPECT_EQ(modeOf(workFolder()), "d 750");
+    std::filesystem::remove_all(workFolder());
+    refusedWhen("not empty", [&](const std::string &work) { std::ofstream(work + "/file") << "text"; });
+    EXPECT_EQ(namesIn(workFolder()), Names{"file"});
+    std::filesystem::remove_all(workFolder());
+    refusedWhen("a link", [&](const std::string &work) {
+        std::filesystem::remove(work);
+        std::filesystem::create_symlink(kept, work);
+    });
+    EXPECT_TRUE(std::filesystem::is_symlink(workFolder()));
+    std::filesystem::remove(workFolder());
+    refusedWhen("a file", [&](const std::string &work) {
+        std::filesystem::remove(work);
+        std::ofstream(work) << "text";
+    });
+    EXPECT_EQ(outputOf("cat " + workFolder()), "text");
+    std::filesystem::remove(workFolder());
+    refusedWhen("nothing", [&](const std::string &work) { std::filesystem::remove(work); });
+    EXPECT_EQ(namesIn(place), Names{"kept"});
+}
+
+TEST_F(ReportFolderTest, AFolderThatLosesItsNameIsAFailureThatTouchesNothingElse) {
+    for (const bool is_late : {false, true}) {
+        std::string work;
+        try {
+            ReportFolder folder(file);
+            work = is_late ? "" : replaceWork();
+            folder.makeTop("top");
+            folder.write("a", "text");
+            work = is_late ? replaceWork() : work;
+            std::string problem;
+            EXPECT_EQ(folder.checksums(&problem).substr(64), "  a\n");
+            folder.pack({"a"});
+            ADD_FAILURE();
+        } catch (const ReportFailure &failure) {
+            EXPECT_EQ(failure.what(), lostName(work));
+        }
+        untouched(work);
+        std::filesystem::remove_all(place + "/aside");
+        std::filesystem::remove_all(work);
+    }
+}
+
+TEST_F(ReportFolderTest, AFolderThatIsRemovedIsAFailure) {
+    std::string work;
+    try {
+        ReportFolder folder(file);
+        work = workFolder();
+        std::filesystem::remove_all(work);
+        folder.makeTop("top");
+        FAIL();
+    } catch (const ReportFailure &failure) {
+        EXPECT_EQ(failure.what(), lostName(work));
+    }
+    EXPECT_EQ(namesIn(place), Names{});
+}
+
+TEST_F(ReportFolderTest, TarWritesIntoTheOpenFileWhereverTheFolderGoesMeanwhile) {
+    const FakeTools tools;
+    std::ofstream(place + "/victim") << "precious";
+    tools.runs("tar", "/bin/mv '" + place + "'/.dravik-report-* '" + place + "/aside'\n" + "/bin/mkdir '" +
+                          place + "/.dravik-report-x'\n" + "/bin/ln -s '" + place + "/victim' '" + place +
+                          "/.dravik-report-x/report.tar.gz'\necho archive");
+    std::string work;
+    try {
+        ReportFolder folder(file);
+        folder.makeTop("top");
+        folder.write("a", "text");
+        work = workFolder();
+        folder.pack({"a"});
+        FAIL();
+    } catch (const ReportFailure &failure) {
+        EXPECT_EQ(failure.what(), lostName(work));
+    }
+    EXPECT_EQ(tools.calls(), Names{"tar [-c] [-z] [-f] [-] [--owner] [0] [--group] [0] [--numeric-owner] "
+                                   "[--no-recursion] [-T] [names]"});
+    EXPECT_EQ(outputOf("/bin/cat " + place + "/victim"), "precious");
+    EXPECT_EQ(namesIn(place), (Names{".dravik-report-x", "aside", "victim"}));
+    EXPECT_EQ(namesIn(place + "/.dravik-report-x"), Names{"report.tar.gz"});
+    EXPECT_EQ(namesIn(place + "/aside"), Names{});
+}
+
+TEST_F(ReportFolderTest, WhatIsNotTheFileThatTarHasWrittenGetsNoName) {
+    const FakeTools tools;
+    tools.runs("tar", "/bin/rm report.tar.gz\necho other > report.tar.gz\necho archive");
+    try {
+        ReportFolder folder(file);
+        folder.makeTop("top");
+        folder.pack({});
+        FAIL();
+    } catch (const ReportFailure &failure) {
+        EXPECT_EQ(failure.what(), file +
+                                      " has been replaced while it was packed; name a file in a folder that "
+                                      "nobody else may change");
+    }
+    EXPECT_EQ(namesIn(place), Names{});
+}
+
+TEST_F(ReportFolderTest, StandardInputIsBackBehindThePacking) {
+    struct stat before = {};
+    struct stat after = {};
+    ASSERT_EQ(fstat(STDIN_FILENO, &before), 0);
+    ReportFolder folder(file);
+    folder.makeTop("top");
+    folder.pack({});
+    ASSERT_EQ(fstat(STDIN_FILENO, &after), 0);
+    EXPECT_EQ(before.st_ino, after.st_ino);
+    EXPECT_EQ(before.st_dev, after.st_dev);
+}
+
+TEST_F(ReportFolderTest, AFolderOfRootsThatWasGivenAReportsNameIsNotRemovedUnlessItIsEmpty) {
+    std::filesystem::create_directory(place + "/.dravik-report-backup");
+    std::ofstream(place + "/.dravik-report-backup/data") << "precious";
+    std::filesystem::create_directory(place + "/.dravik-report-linked");
+    std::filesystem::create_symlink("data", place + "/.dravik-report-linked/made-by-dravik");
+    std::filesystem::create_directory(place + "/.dravik-report-empty");
+    for (const char *name : {".dravik-report-backup", ".dravik-report-linked", ".dravik-report-empty"}) {
+        ASSERT_EQ(chmod((place + "/" + name).c_str(), 0700), 0);
+        makeOld(name, LEFT_BEHIND_SECONDS + 60);
+    }
+    EXPECT_EQ(refusal(file), "made");
+    EXPECT_EQ(namesIn(place), (Names{".dravik-report-backup", ".dravik-report-linked"}));
+    EXPECT_EQ(namesIn(place + "/.dravik-report-backup"), Names{"data"});
+}
+
+TEST_F(ReportFolderTest, WhatTakesTheNameOfAFolderThatIsBeingRemovedStays) {
+    leaveBehind(".dravik-report-old", LEFT_BEHIND_SECONDS + 60);
+    {
+        const ActsBehind somebody("flock", [this] {
+            std::filesystem::rename(place + "/.dravik-report-old", place + "/aside");
+            std::filesystem::create_directory(place + "/.dravik-report-old");
+            std::ofstream(place + "/.dravik-report-old/file") << "text";
+        });
+        EXPECT_EQ(refusal(file), "made");
+    }
+    EXPECT_EQ(namesIn(place), (Names{".dravik-report-old", "aside"}));
+    EXPECT_EQ(namesIn(place + "/.dravik-report-old"), Names{"file"});
+    EXPECT_EQ(namesIn(place + "/aside"), Names{});
+}
+
+TEST_F(ReportFolderTest, NoOtherFileSystemIsEnteredWhereAFolderIsRemoved) {
+    constexpr int NO_MOUNT = 77;
+    leaveBehind(".dravik-report-old", LEFT_BEHIND_SECONDS + 60);
+    const std::string inside = place + "/.dravik-report-old/top/deeper";
+    const int status = inChild([&] {
+        if (unshare(CLONE_NEWNS) != 0 || mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+            mount("none", inside.c_str(), "tmpfs", 0, "size=64k") != 0) {
+            return NO_MOUNT;
+        }
+        std::ofstream(inside + "/file") << "precious";
+        const bool made = refusal(file) == "made";
+        return made && outputOf("cat " + inside + "/file") == "precious" ? 0 : 1;
+    });
+    if (status == NO_MOUNT) {
+        GTEST_SKIP() << "no file system can be mounted here";
+    }
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(namesIn(place), Names{".dravik-report-old"});
+    EXPECT_EQ(namesIn(place + "/.dravik-report-old"), Names{"top"});
 }

@@ -15,6 +15,7 @@
 #include "commands/report_folder.h"
 #include "commands/report_ledger_copy.h"
 #include "commands/report_manifest.h"
+#include "commands/report_redacting.h"
 #include "commands/report_redaction.h"
 #include "commands/report_secrets.h"
 #include "common/callers_folder.h"
@@ -91,12 +92,8 @@ ReportItem copyLedger(const ReportFolder &folder, Redactor *redactor) {
     } else if (!item.is_there) {
         item.problem += "; as it is, it cannot be redacted";
     } else if (redactor != nullptr) {
-        try {
-            Database copy(WORK_LEDGER, SQLITE_OPEN_READONLY, 0);
-            learnLedger(redactor, &copy);
-        } catch (const SqliteError &) {
-            // Tables of another version: the other texts tell the names.
-        }
+        item.problem = learnCopy(WORK_LEDGER, redactor);
+        item.is_there = item.problem.empty();
     }
     item.duration_ms = nowMs() - start;
     return item;
@@ -162,28 +159,6 @@ void learnHostNames(Redactor *redactor) {
     learnHost(redactor, file.text.substr(0, file.text.find_first_of(" \t\n")));
 }
 
-void learnAll(const Report &report, Redactor *redactor) {
-    for (const ReportItem &item : report.items) {
-        if (item.is_there && item.learn != nullptr) {
-            item.learn(redactor, item.text);
-        }
-    }
-}
-
-void redact(Report *report, Redactor *redactor) {
-    for (ReportItem &item : report->items) {
-        checkInterruption();
-        item.problem = redactor->text(item.problem);
-        if (item.is_there && item.name != LEDGER_ITEM) {
-            item.text = redactor->text(item.text);
-            cutItem(&item); // tokens may be longer than what they stand for
-        }
-    }
-    for (std::string &sentence : report->look_first) {
-        sentence = redactor->text(sentence);
-    }
-}
-
 // ---- the archive
 
 // dravik-report-db1-20261121T031241Z: what of the host's name is no letter, digit, "." or "-" is "_".
@@ -247,17 +222,18 @@ Report makeReport(const std::string &file, bool redacted) {
     }
     report.items = collectItems();
     report.items.insert(report.items.begin() + 2, copyLedger(folder, redactor));
-    report.look_first = lookFirst(report.items);
     if (redactor != nullptr) {
-        learnAll(report, redactor);
+        learnItems(&report.items, redactor);
     }
+    report.look_first = lookFirst(report.items);
     for (ReportItem &item : report.items) {
         if (item.name == LEDGER_ITEM) {
             placeLedger(folder, &item, redactor);
         }
     }
     if (redactor != nullptr) {
-        redact(&report, redactor);
+        redactItems(&report.items, redactor);
+        redactSentences(&report.look_first, redactor);
     }
     checkInterruption();
     folder.makeTop(topName(redactor));

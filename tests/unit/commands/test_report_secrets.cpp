@@ -1,6 +1,10 @@
 // Which names are learnt from which text: what a text that holds them all has become.
 #include "commands/report_secrets.h"
 
+#include "commands/report_log_secrets.h"
+
+#include <chrono>
+
 #include "tests/support/ledger_on_host.h"
 
 using namespace dravik;
@@ -24,8 +28,19 @@ class ReportSecrets : public LedgerOnHost {};
 TEST_F(ReportSecrets, AHostsShortNameIsTheHostAndWhatIsBehindItsDotTheDomain) {
     EXPECT_EQ(after(learnHost, "db1.site.example", "db1 DB1.site.example x.site.example"),
               "host-1 host-1 x.domain-1");
-    EXPECT_EQ(after(learnHost, "db1", "db1 db1.site.example"), "host-1 host-1.site.example");
+    EXPECT_EQ(after(learnHost, "db1", "db1 db1.site.example"), "host-1 host-1.domain-1");
     EXPECT_EQ(after(learnHost, "", "db1"), "db1");
+}
+
+TEST_F(ReportSecrets, AHostThatIsNamedWithItsDomainAndWithoutHasOneToken) {
+    for (const bool short_first : {true, false}) {
+        Redactor redactor;
+        learnHost(&redactor, short_first ? "db1" : "db1.site.example");
+        learnHost(&redactor, short_first ? "db1.site.example" : "db1");
+        EXPECT_EQ(redactor.text("db1 db1.site.example"), "host-1 host-1") << short_first;
+        EXPECT_EQ(redactor.token(Secret::HOST, "db1"), "host-1") << short_first;
+        EXPECT_EQ(redactor.token(Secret::HOST, "db1.site.example"), "host-1") << short_first;
+    }
 }
 
 TEST_F(ReportSecrets, ALogNamesAliasesWwidsVirtualDisksAndUsersByTheWordBeforeThem) {
@@ -45,6 +60,19 @@ TEST_F(ReportSecrets, ALogNamesAliasesWwidsVirtualDisksAndUsersByTheWordBeforeTh
         {"[t] audit user alice ran (login bob)", "[t] audit user user-1 ran (login user-2)"},
         {"dravik-monitor: user carol did", "dravik-monitor: user user-1 did"},
         {"[t] audit user root ran", "[t] audit user root ran"},
+        {"[t] INFO  audit 93 user dave ran [dravik scan]: Command executed successfully.",
+         "[t] INFO  audit 93 user user-1 ran [dravik scan]: Command executed successfully."},
+        {"[t] INFO  audit 93 user dave (login erin) ran [dravik delete first]: This device [first] does not "
+         "exist.",
+         "[t] INFO  audit 93 user user-1 (login user-2) ran [dravik delete alias-1]: This device [alias-1] "
+         "does "
+         "not exist."},
+        {"[t] INFO  audit 7 user root ran [dravik baseline accept --json first]: x",
+         "[t] INFO  audit 7 user root ran [dravik baseline accept --json alias-1]: x"},
+        {"[t] audits 7 user dave, audit x user dave, audit user",
+         "[t] audits 7 user dave, audit x user dave, audit user"},
+        {"[t] vdisk name change from (NULL) to (disk one), was NULL.",
+         "[t] vdisk name change from (NULL) to (vdisk-1), was NULL."},
         {"[t] nothing named first", "[t] nothing named first"},
     };
     for (const auto &line : lines) {
@@ -53,11 +81,43 @@ TEST_F(ReportSecrets, ALogNamesAliasesWwidsVirtualDisksAndUsersByTheWordBeforeTh
     }
 }
 
-TEST_F(ReportSecrets, TheKernelsOwnNamesAreNoNamesOfTheSite) {
-    EXPECT_EQ(
-        after(learnLog, "path_alias: dm-3\npath_alias: sdaa\npath_alias: nvme0n1\n", "dm-3 sdaa nvme0n1"),
-        "dm-3 sdaa nvme0n1");
-    EXPECT_EQ(after(learnLog, "path_alias: sdatabase\n", "sdatabase"), "alias-1");
+TEST_F(ReportSecrets, NamesThatTheKernelNumbersAreNoNamesOfTheSite) {
+    for (const char *name : {"dm-3", "dm-12", "nvme0", "nvme0n1", "nvme0c1n2", "nvme10n2p3"}) {
+        EXPECT_EQ(after(learnLog, std::string("path_alias: ") + name + ", x", name), name);
+    }
+}
+
+TEST_F(ReportSecrets, NamesThatOnlyLookLikeTheKernelsAreTheSites) {
+    for (const char *name : {"nvme0payroll", "sdpay", "dm-7hr", "sdatabase", "dm-", "nvme", "nvmex", "dm-3x",
+                             "sda-1", "nvme0n1x", "nvme0n"}) {
+        EXPECT_EQ(after(learnLog, std::string("path_alias: ") + name + ", x", name), "alias-1") << name;
+    }
+}
+
+TEST_F(ReportSecrets, AUserOrAWwidMayBeCalledAsADeviceIs) {
+    EXPECT_EQ(after(learnLog, "ran (login sdean)", "(login sdean)"), "(login user-1)");
+    EXPECT_EQ(after(learnLog, "ran (login dm-3)", "(login dm-3)"), "(login user-1)");
+    EXPECT_EQ(after(learnLog, "wwid: nvme0n1, x", "nvme0n1"), "wwid-1");
+}
+
+TEST_F(ReportSecrets, AnAliasThatIsADeviceOfThisHostStaysTheDevice) {
+    Redactor redactor;
+    learnLog(&redactor, "path_alias: sdb, x\npath_alias: sdpay, x\npath_alias: sdq, x\n");
+    learnDevices(&redactor,
+                 "sdb device=1:0:0:1 dev=8:16\nsdaa device=1:0:0:2\n\npay_roll\nsdtoolong\nsd\nsdx1 a=b\n");
+    learnLog(&redactor, "path_alias: sdaa, x\npath_alias: pay_roll, x\npath_alias: sdtoolong, x\n");
+    EXPECT_EQ(redactor.text("sdb sdb1 sdaa sdpay sdq pay_roll sdtoolong"),
+              "sdb sdb1 sdaa alias-2 alias-3 alias-5 alias-6");
+    EXPECT_EQ(redactor.token(Secret::ALIAS, "sdb"), "alias-1");
+}
+
+TEST_F(ReportSecrets, AUserCalledAsADeviceOfThisHostIsReplacedAllTheSame) {
+    Redactor redactor;
+    learnDevices(&redactor, "sdean device=1:0:0:1\n");
+    learnLog(&redactor, "path_alias: sdean, x\n");
+    EXPECT_EQ(redactor.text("sdean"), "sdean");
+    learnLog(&redactor, "ran (login sdean)\n");
+    EXPECT_EQ(redactor.text("sdean").substr(0, 5), "alias"); // the token of its first meaning
 }
 
 TEST_F(ReportSecrets, AConfigurationNamesAliasesAndWwidsWithQuotesOrWithout) {
@@ -76,6 +136,18 @@ TEST_F(ReportSecrets, AConfigurationNamesAliasesAndWwidsWithQuotesOrWithout) {
     EXPECT_EQ(after(learnConfiguration, conf,
                     "odd wwid, first, second one, third, fourth, other, plain_wwid, the old one"),
               "wwid-1, alias-1, alias-2, alias-3, fourth, other, wwid-2, the old one");
+}
+
+TEST_F(ReportSecrets, AConfigurationsPatternWithTheDigitsOfAWwidIsReplacedWhole) {
+    for (const char *pattern : {"3600b5d60001a2b3*", "3600b5d60001a2b3.*", "^3600b5d60001a2b3.+$",
+                                "36*00b5d60001a2b3", "3600b5d60001a2b30000000000[0-9]*"}) {
+        const std::string line = std::string("  wwid \"") + pattern + "\"\n";
+        EXPECT_EQ(after(learnConfiguration, line, line), "  wwid \"wwid-1\"\n") << pattern;
+    }
+    for (const char *pattern : {"*", ".*", "^.*", "3600*", "other.*", "3600b5d.*"}) {
+        const std::string line = std::string("  wwid \"") + pattern + "\"\n";
+        EXPECT_EQ(after(learnConfiguration, line, line), line) << pattern;
+    }
 }
 
 TEST_F(ReportSecrets, AListingNamesTheVolumeBeforeItsMap) {
@@ -106,11 +178,77 @@ TEST_F(ReportSecrets, TheNameCacheNamesWwidsAndVirtualDisksAsJsonWritesThemToo) 
     }
 }
 
+TEST_F(ReportSecrets, ADamagedNameCacheStillNamesWhatStandsBehindItsWords) {
+    const std::string entry = R"({"wwid": "odd_wwid", "vdisk_name" : "vol_1"},)";
+    for (const std::string &cache : {R"({"disk": [)" + entry, entry,
+                                     R"({"disk": [)" + entry + R"({"wwid": "x", "vdisk_na)", "\1{" + entry}) {
+        EXPECT_EQ(after(learnNameCache, cache, "vol_1 odd_wwid"), "vdisk-1 wwid-1") << cache;
+    }
+    EXPECT_EQ(after(learnNameCache, R"({"vdisk_name": "torn one)", "torn one"), "vdisk-1");
+}
+
+TEST_F(ReportSecrets, ANameIsKnownAsTheNameCacheSpellsItToo) {
+    const std::string cache = R"({"disk":[{"wwid":"w_1","vdisk_name":"K\u00f6ln \/ 1"}]})";
+    EXPECT_EQ(after(learnNameCache, cache, cache + " K\xc3\xb6ln / 1"),
+              R"({"disk":[{"wwid":"wwid-1","vdisk_name":"vdisk-1"}]} vdisk-1)");
+}
+
 TEST_F(ReportSecrets, TheNvmeViewNamesSerialNumbers) {
     EXPECT_EQ(after(learnSerials,
                     "nvme/nvme0 transport=tcp serial=S3X7NX0 state=live\nnvme/nvme1 serial=S3X7NX1\n",
                     "S3X7NX1 S3X7NX0 live tcp"),
               "serial-2 serial-1 live tcp");
+}
+
+TEST_F(ReportSecrets, TheKernelsMapsNameVolumesAndWhatLiesOnThem) {
+    const std::string maps =
+        "dm-2 name=mpatha1 uuid=part1-mpath-mpath_wwid_1 slaves=dm-0 holders=\n"
+        "dm-0 dev=253:0 name=mpatha uuid=mpath-mpath_wwid_1 slaves=sdb holders=dm-1\n"
+        "dm-1 name=vg_oracle-data uuid=LVM-x slaves=dm-0 holders=\n"
+        "dm-3 name=luks-payroll uuid=CRYPT-LUKS2-600b5d60001a2b3c0000000000000009-luks-payroll slaves= "
+        "holders=\n"
+        "dm-4 name=other-part1 uuid=part1-mpath-gone slaves= holders=\n"
+        "dm-5 name=root uuid=CRYPT-x slaves= holders=\n"
+        "dm-6 name=bare slaves= holders=\n"
+        "dm-7\n";
+    EXPECT_EQ(after(learnMaps, maps, maps),
+              "dm-2 name=alias-1p1 uuid=part1-mpath-wwid-1 slaves=dm-0 holders=\n"
+              "dm-0 dev=253:0 name=alias-1 uuid=mpath-wwid-1 slaves=sdb holders=dm-1\n"
+              "dm-1 name=map-1 uuid=LVM-x slaves=dm-0 holders=\n"
+              "dm-3 name=map-2 uuid=CRYPT-LUKS2-wwid-2-map-2 slaves= holders=\n"
+              "dm-4 name=map-3 uuid=part1-mpath-gone slaves= holders=\n"
+              "dm-5 name=root uuid=CRYPT-x slaves= holders=\n"
+              "dm-6 name=map-4 slaves= holders=\n"
+              "dm-7\n");
+}
+
+TEST_F(ReportSecrets, ANameCacheIsWholeWhenItIsJsonFromItsFirstByteToItsLast) {
+    for (const std::string whole :
+         {"{}", "{\"disk\":[]}\n", "[]", " {\"disk\":[{\"wwid\":\"1\",\"vdisk_name\":\"a\"}]} "}) {
+        EXPECT_TRUE(isWholeNameCache(whole)) << whole;
+    }
+    for (const std::string &damaged :
+         {std::string(), std::string("{"), std::string("{\"disk\":["), std::string("{} x"),
+          std::string("{}\0", 3), std::string("{}\0vol_1", 8), std::string("\x01")}) {
+        EXPECT_FALSE(isWholeNameCache(damaged)) << damaged;
+    }
+}
+
+TEST_F(ReportSecrets, AMegabyteOfLinesWithoutTheirSecondNameTakesWellUnderASecond) {
+    for (const char *piece :
+         {"path alias is changed from [a\n", "path alias is changed from [a ", "vdisk name change from (x) ",
+          "\"vdisk_name\": \"", "path_alias: ", "audit 7 user ", "dravik delete "}) {
+        std::string text;
+        while (text.size() < 1200000) {
+            text += piece;
+        }
+        Redactor redactor;
+        const auto start = std::chrono::steady_clock::now();
+        learnLog(&redactor, text);
+        learnNameCache(&redactor, text);
+        const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
+        EXPECT_LT(took.count(), 1.0) << piece;
+    }
 }
 
 TEST_F(ReportSecrets, TheLedgerNamesEveryAliasWwidAndUserInItsTables) {

@@ -225,7 +225,7 @@ Report makeReport(const std::string &file, bool redacted) {
     if (redactor != nullptr) {
         learnItems(&report.items, redactor);
     }
-    report.look_first = lookFirst(report.items);
+    report.look_first = lookFirst(report.items, redactor);
     for (ReportItem &item : report.items) {
         if (item.name == LEDGER_ITEM) {
             placeLedger(folder, &item, redactor);

@@ -535,12 +535,14 @@ dm-92 name=alias-1p1 uuid=part1-mpath-wwid-1 slaves= holders=" "$(grep '^dm-9[12
     stop_monitor
     rm -f "$HOST"/dumps/*.log
     sim tool velomux missing
-    sqlite3 "$HOST/dumps/dravik.db" "UPDATE events SET alias = 'odd_site_name'; ALTER TABLE baseline RENAME TO baseline_2"
+    sqlite3 "$HOST/dumps/dravik.db" "UPDATE events SET alias = 'odd_site_name'; ALTER TABLE operations RENAME TO operations_2"
     report
-    same "dravik.db events.txt" "$(cd "$TOP" && grep -laF odd_site_name -- * | paste -sd' ')"
+    same "dravik.db events.txt" "$(cd "$TOP" && grep -laF odd_site_name -- * | LC_ALL=C sort | paste -sd' ')"
     report --redact
     [[ ! -e $TOP/dravik.db && ! -e $TOP/events.txt && ! -e $TOP/check.txt ]]
-    manifest 'COULD NOT BE READ' | grep -qxF 'dravik.db: its names cannot be read (no such table: baseline): it cannot be redacted'
+    same "" "$(left_of odd_site_name)"
+    same "" "$(grep -F odd_site_name "$BATS_TEST_TMPDIR/said")"
+    manifest 'COULD NOT BE READ' | grep -qxF 'dravik.db: its names cannot be read (no such table: operations): it cannot be redacted'
     sqlite3 "$HOST/dumps/dravik.db" 'PRAGMA user_version = 99'
     report --redact
     [[ ! -e $TOP/dravik.db && ! -e $TOP/events.txt && ! -e $TOP/check.txt ]]

@@ -43,63 +43,6 @@ TEST_F(ReportSecrets, AHostThatIsNamedWithItsDomainAndWithoutHasOneToken) {
     }
 }
 
-TEST_F(ReportSecrets, ALogNamesAliasesWwidsVirtualDisksAndUsersByTheWordBeforeThem) {
-    const std::vector<std::pair<const char *, const char *>> lines = {
-        {"[t] path_alias: first, state", "[t] path_alias: alias-1, state"},
-        {"[t] [path_alias: first]", "[t] [path_alias: alias-1]"},
-        {"[t] wwid: odd_wwid, state", "[t] wwid: wwid-1, state"},
-        {"[t] path alias is changed from [one] to [two].",
-         "[t] path alias is changed from [alias-1] to [alias-2]."},
-        {"[t] lun wwid is changed from [w_1] to [w_2].",
-         "[t] lun wwid is changed from [wwid-1] to [wwid-2]."},
-        {"[t] vdisk name change from (disk one) to (disk two).",
-         "[t] vdisk name change from (vdisk-1) to (vdisk-2)."},
-        {"[t] dravik setalias -alias first -wwid odd_wwid",
-         "[t] dravik setalias -alias alias-1 -wwid wwid-1"},
-        {"[t] [dravik delalias -path_alias first]", "[t] [dravik delalias -path_alias alias-1]"},
-        {"[t] audit user alice ran (login bob)", "[t] audit user user-1 ran (login user-2)"},
-        {"dravik-monitor: user carol did", "dravik-monitor: user user-1 did"},
-        {"[t] audit user root ran", "[t] audit user root ran"},
-        {"[t] INFO  audit 93 user dave ran [dravik scan]: Command executed successfully.",
-         "[t] INFO  audit 93 user user-1 ran [dravik scan]: Command executed successfully."},
-        {"[t] INFO  audit 93 user dave (login erin) ran [dravik delete first]: This device [first] does not "
-         "exist.",
-         "[t] INFO  audit 93 user user-1 (login user-2) ran [dravik delete alias-1]: This device [alias-1] "
-         "does "
-         "not exist."},
-        {"[t] INFO  audit 7 user root ran [dravik baseline accept --json first]: x",
-         "[t] INFO  audit 7 user root ran [dravik baseline accept --json alias-1]: x"},
-        {"[t] audits 7 user dave, audit x user dave, audit user",
-         "[t] audits 7 user dave, audit x user dave, audit user"},
-        {"[t] vdisk name change from (NULL) to (disk one), was NULL.",
-         "[t] vdisk name change from (NULL) to (vdisk-1), was NULL."},
-        {"[t] nothing named first", "[t] nothing named first"},
-    };
-    for (const auto &line : lines) {
-        EXPECT_EQ(after(learnLog, line.first, line.first), line.second);
-        EXPECT_EQ(after(learnLog, "x\n" + std::string(line.first) + "\nstate", line.first), line.second);
-    }
-}
-
-TEST_F(ReportSecrets, NamesThatTheKernelNumbersAreNoNamesOfTheSite) {
-    for (const char *name : {"dm-3", "dm-12", "nvme0", "nvme0n1", "nvme0c1n2", "nvme10n2p3"}) {
-        EXPECT_EQ(after(learnLog, std::string("path_alias: ") + name + ", x", name), name);
-    }
-}
-
-TEST_F(ReportSecrets, NamesThatOnlyLookLikeTheKernelsAreTheSites) {
-    for (const char *name : {"nvme0payroll", "sdpay", "dm-7hr", "sdatabase", "dm-", "nvme", "nvmex", "dm-3x",
-                             "sda-1", "nvme0n1x", "nvme0n"}) {
-        EXPECT_EQ(after(learnLog, std::string("path_alias: ") + name + ", x", name), "alias-1") << name;
-    }
-}
-
-TEST_F(ReportSecrets, AUserOrAWwidMayBeCalledAsADeviceIs) {
-    EXPECT_EQ(after(learnLog, "ran (login sdean)", "(login sdean)"), "(login user-1)");
-    EXPECT_EQ(after(learnLog, "ran (login dm-3)", "(login dm-3)"), "(login user-1)");
-    EXPECT_EQ(after(learnLog, "wwid: nvme0n1, x", "nvme0n1"), "wwid-1");
-}
-
 TEST_F(ReportSecrets, AnAliasThatIsADeviceOfThisHostStaysTheDevice) {
     Redactor redactor;
     learnLog(&redactor, "path_alias: sdb, x\npath_alias: sdpay, x\npath_alias: sdq, x\n");
@@ -234,21 +177,16 @@ TEST_F(ReportSecrets, ANameCacheIsWholeWhenItIsJsonFromItsFirstByteToItsLast) {
     }
 }
 
-TEST_F(ReportSecrets, AMegabyteOfLinesWithoutTheirSecondNameTakesWellUnderASecond) {
-    for (const char *piece :
-         {"path alias is changed from [a\n", "path alias is changed from [a ", "vdisk name change from (x) ",
-          "\"vdisk_name\": \"", "path_alias: ", "audit 7 user ", "dravik delete "}) {
-        std::string text;
-        while (text.size() < 1200000) {
-            text += piece;
-        }
-        Redactor redactor;
-        const auto start = std::chrono::steady_clock::now();
-        learnLog(&redactor, text);
-        learnNameCache(&redactor, text);
-        const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
-        EXPECT_LT(took.count(), 1.0) << piece;
+TEST_F(ReportSecrets, AMegabyteOfNamesThatDoNotEndTakesWellUnderASecond) {
+    std::string text;
+    while (text.size() < 1200000) {
+        text += "\"vdisk_name\": \"";
     }
+    Redactor redactor;
+    const auto start = std::chrono::steady_clock::now();
+    learnNameCache(&redactor, text);
+    const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
+    EXPECT_LT(took.count(), 1.0);
 }
 
 TEST_F(ReportSecrets, TheLedgerNamesEveryAliasWwidAndUserInItsTables) {
@@ -272,16 +210,6 @@ TEST_F(ReportSecrets, TheLedgerNamesEveryAliasWwidAndUserInItsTables) {
     for (const char *alias : {"volume_x", "typed_one"}) {
         EXPECT_EQ(redactor.text(alias).substr(0, 6), "alias-") << alias;
     }
-}
-
-TEST_F(ReportSecrets, AnAliasTooLongForTheRecordsIsFoundAsTheyCutIt) {
-    const std::string alias = "abcdefghijklmnopqrstuvwxyz_01234567";
-    Redactor redactor;
-    for (const std::string &each : {alias}) {
-        learnListing(&redactor, each + " (" + WWID + ") dm-3 KORVEL,QVX\n");
-    }
-    EXPECT_EQ(redactor.text(alias + " " + alias.substr(0, 31) + WWID + " " + alias.substr(0, 30)),
-              "alias-1 alias-1 alias-1");
 }
 
 TEST_F(ReportSecrets, ALedgerOfOtherTablesIsAFailure) {

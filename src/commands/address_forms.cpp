@@ -39,11 +39,11 @@ bool beginsWith(std::string_view text, size_t place, std::string_view word) {
     return text.size() - place >= word.size() && inSmallLetters(text.substr(place, word.size())) == word;
 }
 
-// 3600b5d60001a2b3c0000000000000001, 0x20d0000b5d6a1010
+// 3600b5d60001a2b3c0000000000000001, 0x20d0000b5d6a1010, x20d0000b5d6a1010
 AddressForm hexAt(std::string_view text, size_t place) {
     size_t begin = place;
     bool is_wwid = false;
-    for (const std::string_view head : {"0x", "eui.", "naa."}) {
+    for (const std::string_view head : {"0x", "x", "eui.", "naa."}) {
         if (beginsWith(text, place, head)) {
             begin += head.size();
             is_wwid = head == "eui.";
@@ -66,25 +66,44 @@ AddressForm hexAt(std::string_view text, size_t place) {
             "hex:" + inSmallLetters(text.substr(begin, digits))};
 }
 
-// 20:d0:00:0b:5d:6a:10:10
+// 20:d0:00:0b:5d:6a:10:10, 00-1b-21-ab-cd-ef
 AddressForm pairsAt(std::string_view text, size_t place) {
     std::string digits;
     size_t end = place;
+    const char separator = isAt(text, place + 2, '-') ? '-' : ':';
     constexpr size_t MORE_THAN_A_WWPN = 18; // digits: then it is none, however many follow
     while (digits.size() < MORE_THAN_A_WWPN && isHexAt(text, end) && isHexAt(text, end + 1)) {
         digits += inSmallLetters(text.substr(end, 2));
         end += 2;
-        if (!isAt(text, end, ':') || !isHexAt(text, end + 1)) {
+        if (!isAt(text, end, separator) || !isHexAt(text, end + 1)) {
             break;
         }
         ++end;
     }
-    const bool is_wwpn = digits.size() == 16;
+    const bool is_wwpn = digits.size() == 16 && separator == ':';
     if ((!is_wwpn && digits.size() != 12) || end - place != digits.size() / 2 * 3 - 1 ||
         !endsWord(text, end)) {
         return {};
     }
     return {end - place, is_wwpn ? AddressKind::WWPN : AddressKind::MAC, "hex:" + digits};
+}
+
+// 001b.21ab.cdef
+AddressForm foursAt(std::string_view text, size_t place) {
+    constexpr size_t LENGTH = 14;
+    std::string digits;
+    for (size_t i = place; i < place + LENGTH; ++i) {
+        const bool is_dot = (i - place) % 5 == 4;
+        if (is_dot ? !isAt(text, i, '.') : !isHexAt(text, i)) {
+            return {};
+        }
+        digits += is_dot ? "" : inSmallLetters(text.substr(i, 1));
+    }
+    const size_t end = place + LENGTH;
+    if (!endsWord(text, end) || (isAt(text, end, '.') && isHexAt(text, end + 1))) {
+        return {};
+    }
+    return {LENGTH, AddressKind::MAC, "hex:" + digits};
 }
 
 AddressForm ipv4At(std::string_view text, size_t place) {
@@ -131,12 +150,16 @@ bool isInsideColons(std::string_view text, size_t place) {
     return digits <= MOST_DIGITS && (digits + 1 >= place || !isWordByte(text[place - 2 - digits]));
 }
 
+// Whether an address with a port may begin at `place`. Behind pairs of digits with colons, more pairs are no address's
+// beginning: a worldwide name or another address may begin among them.
+bool mayHavePort(std::string_view text, size_t place) {
+    return !isInsideColons(text, place) ||
+           (isHexAt(text, place) && isHexAt(text, place + 1) && isHexAt(text, place + 2));
+}
+
 AddressForm ipv6At(std::string_view text, size_t place) {
     constexpr size_t LONGEST = INET6_ADDRSTRLEN + 6; // with a port
     constexpr size_t SHORTEST_IPV6 = 3;              // ::1
-    if (isInsideColons(text, place)) {
-        return {};
-    }
     size_t end = place;
     while (end < text.size() && end - place < LONGEST &&
            (isHex(text[end]) || text[end] == ':' || text[end] == '.')) {
@@ -150,11 +173,45 @@ AddressForm ipv6At(std::string_view text, size_t place) {
         word.pop_back();
     }
     std::string address = word;
-    if (canonicalIpv6(address).empty() && address.find(':') != std::string::npos) {
+    if (canonicalIpv6(address).empty() && address.find(':') != std::string::npos &&
+        mayHavePort(text, place)) {
         address.resize(address.rfind(':')); // what follows is a port
     }
     const std::string canonical = canonicalIpv6(address);
     return canonical.empty() ? AddressForm{} : AddressForm{word.size(), AddressKind::IP, "ip:" + canonical};
+}
+
+bool isInName(std::string_view text, size_t place) {
+    return place < text.size() &&
+           (isWordByte(text[place]) || std::string_view(".-:_").find(text[place]) != std::string_view::npos);
+}
+
+size_t digitsEnd(std::string_view text, size_t place) {
+    while (place < text.size() && isDigit(text[place])) {
+        ++place;
+    }
+    return place;
+}
+
+// Whether the number of a LUN ends the word at `place`: "-lun-3", "-lun-0x4001000000000000", "-lun-3-part1".
+bool isLunAt(std::string_view text, size_t place) {
+    constexpr std::string_view LUN = "-lun-";
+    constexpr std::string_view PART = "-part";
+    constexpr size_t MOST_DIGITS = 20;
+    if (text.compare(place, LUN.size(), LUN) != 0) {
+        return false;
+    }
+    size_t begin = place + LUN.size();
+    const bool is_hex = beginsWith(text, begin, "0x");
+    begin += is_hex ? 2 : 0;
+    size_t end = begin;
+    while (end < begin + MOST_DIGITS &&
+           (is_hex ? isHexAt(text, end) : end < text.size() && isDigit(text[end]))) {
+        ++end;
+    }
+    const size_t part = end + PART.size();
+    const bool has_part = text.substr(end, PART.size()) == PART && digitsEnd(text, part) > part;
+    return end > begin && !isInName(text, has_part ? digitsEnd(text, part) : end);
 }
 
 AddressForm qualifiedNameAt(std::string_view text, size_t place) {
@@ -162,10 +219,9 @@ AddressForm qualifiedNameAt(std::string_view text, size_t place) {
     if (!is_iqn && !beginsWith(text, place, "nqn.")) {
         return {};
     }
-    constexpr std::string_view LUN = "-lun-";
+    constexpr size_t LONGEST = 223;
     size_t end = place;
-    while (end < text.size() && text.compare(end, LUN.size(), LUN) != 0 &&
-           (isWordByte(text[end]) || std::string_view(".-:_").find(text[end]) != std::string_view::npos)) {
+    while (end - place < LONGEST && isInName(text, end) && !isLunAt(text, end)) {
         ++end;
     }
     std::string_view name = text.substr(place, end - place);
@@ -206,10 +262,10 @@ AddressForm addressAt(std::string_view text, size_t place) {
         return {};
     }
     const char first = smallLetter(text[place]);
-    if (!isHex(first) && first != ':' && first != 'i' && first != 'n') {
+    if (!isHex(first) && first != ':' && first != 'i' && first != 'n' && first != 'x') {
         return {};
     }
-    for (const auto form : {hexAt, pairsAt, ipv4At, ipv6At, qualifiedNameAt}) {
+    for (const auto form : {hexAt, pairsAt, foursAt, ipv4At, ipv6At, qualifiedNameAt}) {
         AddressForm found = form(text, place);
         if (found.length > 0) {
             return found;

@@ -15,12 +15,12 @@ struct AddressForm {
 };
 
 // The address that begins at `place`, where a word may begin, and ends where a word ends or the number of a partition follows:
-//   WWID   32 hexadecimal digits, with or without "3", "0x", "eui.", "naa."; "3" or "eui." and 16
-//   WWPN   16 hexadecimal digits, with or without "0x" (a WWNN is one, too); eight pairs of them with colons
+//   WWID   32 hexadecimal digits, with or without "3", "0x", "x", "eui.", "naa."; "3" or "eui." and 16
+//   WWPN   16 hexadecimal digits, with or without "0x" or "x" (a WWNN is one, too); eight pairs of them with colons
 //   IP     IPv4 with four numbers (RFC 791), IPv6 (RFC 4291); of IPv6 with a port behind it both are taken
-//   MAC    six pairs of hexadecimal digits with colons
-//   IQN    "iqn.", and NQN "nqn.", with letters, digits and . - : _ ; "-lun-" and what follows does not belong to it, nor
-//          "." "-" ":" at its end (RFC 3720, NVM Express)
+//   MAC    six pairs of hexadecimal digits with colons or dashes, three fours with dots
+//   IQN    "iqn.", and NQN "nqn.", with letters, digits and . - : _ , 223 characters at most (RFC 3720, NVM Express); a
+//          LUN that ends the word ("-lun-3", "-lun-3-part1") does not belong to it, nor "." "-" ":" at its end
 AddressForm addressAt(std::string_view text, size_t place);
 
 // A letter, a digit, or a byte of a character beyond ASCII.

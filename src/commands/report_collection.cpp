@@ -15,6 +15,7 @@
 #include "commands/ledger_view.h"
 #include "commands/report_folder.h"
 #include "commands/report_kernel.h"
+#include "commands/report_log_secrets.h"
 #include "commands/report_secrets.h"
 #include "commands/version.h"
 #include "common/dumps_folder.h"
@@ -50,6 +51,7 @@ struct Source {
 LedgerView readView(ReportItem *item) {
     LedgerView view;
     item->source = "the ledger";
+    item->is_from_ledger = true;
     item->is_there = readLedger(&view, &item->problem);
     return view;
 }
@@ -69,6 +71,7 @@ void fillCheck(ReportItem *item) {
 void fillEvents(ReportItem *item) {
     constexpr int64_t LAST_EVENTS = 2000;
     item->source = "the last " + std::to_string(LAST_EVENTS) + " events of the ledger";
+    item->is_from_ledger = true;
     const LedgerOpening opening = openLedger(LedgerUse::READ);
     item->problem = opening.problem;
     if (opening.status != LedgerStatus::OPEN) {
@@ -183,6 +186,7 @@ void fillSnapshot(ReportItem *item) {
     readFile(item, "/dumps/data.dravik");
 }
 void fillNameCache(ReportItem *item) {
+    item->is_whole = isWholeNameCache;
     readFile(item, VDISK_CACHE_FILE);
 }
 void fillConfiguration(ReportItem *item) {
@@ -252,12 +256,22 @@ ReportItem collect(const Source &source) {
     return item;
 }
 
+Learn learnerOf(const std::string &view) {
+    if (view == "kernel-maps.txt") {
+        return learnMaps;
+    }
+    if (view == "kernel-paths.txt") {
+        return learnDevices;
+    }
+    return view == "kernel-nvme.txt" ? learnSerials : nullptr;
+}
+
 ReportItem collect(const KernelView &view) {
     checkInterruption();
     ReportItem item;
     item.name = view.name;
     item.limit = view.limit;
-    item.learn = item.name == "kernel-nvme.txt" ? learnSerials : nullptr;
+    item.learn = learnerOf(item.name);
     item.source = view.source;
     readBeside(&item, view.write, KERNEL_SECONDS);
     return item;

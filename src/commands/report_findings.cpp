@@ -6,6 +6,7 @@
 
 #include "commands/ledger_view.h"
 #include "commands/report_collection.h"
+#include "commands/report_names.h"
 #include "commands/verdict_text.h"
 #include "commands/volume_text.h"
 
@@ -47,12 +48,22 @@ void addVerdict(const LedgerView &view, Findings *findings) {
     }
 }
 
-void addLedger(Findings *findings) {
+// The ledger as it is by now: it may know a volume that was not there when its copy was made.
+void addLedger(const std::vector<ReportItem> &items, Redactor *redactor, Findings *findings) {
     LedgerView view;
     std::string problem;
     if (!readLedger(&view, &problem)) {
         findings->push_back(problem);
         return;
+    }
+    const ReportItem *check = findItem(items, "check.txt");
+    if (redactor != nullptr && (check == nullptr || !check->is_there)) {
+        return; // its names are not known
+    }
+    for (const KnownVolume &volume : view.volumes) {
+        if (redactor != nullptr) {
+            learnVolume(redactor, volume.attributes.alias, volume.wwid);
+        }
     }
     addVerdict(view, findings);
     if (!isStale(view) && !qualityText(view).empty()) {
@@ -159,9 +170,9 @@ void addUnread(const std::vector<ReportItem> &items, Findings *findings) {
 
 } // namespace
 
-std::vector<std::string> lookFirst(const std::vector<ReportItem> &items) {
+std::vector<std::string> lookFirst(const std::vector<ReportItem> &items, Redactor *redactor) {
     Findings findings;
-    addLedger(&findings);
+    addLedger(items, redactor, &findings);
     addServices(items, &findings);
     addListing(items, &findings);
     addSpace(items, &findings);

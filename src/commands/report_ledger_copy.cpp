@@ -311,6 +311,8 @@ LedgerRewriting rewriteLedger(const std::string &from, const std::string &to, Re
             static_cast<uint64_t>(sizeOf(to)) > limit ? "it is too large even without its events" : "";
     } catch (const SqliteError &error) {
         done.problem = std::string("its copy cannot be written: ") + error.what();
+    } catch (const RedactionOverrun &) {
+        done.problem = "it took too long to redact";
     }
     return done;
 }

@@ -31,7 +31,8 @@ What is in it:
 
 constexpr char REDACTED[] = R"text(
 Names and addresses of the site are replaced by tokens: host-1, wwid-1, wwpn-1,
-ip-1, alias-1, vdisk-1, user-1. One value has one token in every file.
+ip-1, alias-1, vdisk-1, user-1. One value has one token in every file. What may
+hold names that cannot be known is left out; MANIFEST says so.
 )text";
 
 std::string headText(const char *title, const ReportHead &head) {

@@ -22,7 +22,11 @@ struct ReportItem {
     Keep keep = Keep::BEGINNING;
     // What learns the names in it before anything is redacted; null where there are none to learn.
     void (*learn)(Redactor *redactor, const std::string &text) = nullptr;
-    std::string source; // "/dumps/dravik_cli.log", "velomux -ll"
+    // Whether the text is whole, where names can be learnt from a whole one alone: a redacted report goes without any other. Null
+    // where every part of it does.
+    bool (*is_whole)(const std::string &text) = nullptr;
+    bool is_from_ledger = false; // its names are those of the ledger
+    std::string source;          // "/dumps/dravik_cli.log", "velomux -ll"
     std::string text;
     bool is_there = false;   // in the archive
     bool is_expected = true; // false for one that a sound host may lack: then `problem` is nothing to look at

@@ -16,6 +16,7 @@
 #include "commands/report_folder.h"
 #include "commands/report_ledger_copy.h"
 #include "commands/report_manifest.h"
+#include "commands/report_redacting.h"
 #include "commands/report_redaction.h"
 #include "commands/report_secrets.h"
 #include "common/callers_folder.h"
@@ -83,6 +84,10 @@ ReportItem copyLedger(const ReportFolder &folder, Redactor *redactor) {
     item.limit = LEDGER_ITEM_LIMIT;
     item.keep = Keep::END;
     item.source = LEDGER_FILE;
+    if (access(LEDGER_FILE, F_OK) != 0 && errno == ENOENT) {
+        item.problem = "there is none: dravik-monitor has not run on this host yet";
+        return item;
+    }
     const Milliseconds start = nowMs();
     const ReportFolder::Visit visit(folder.work());
     item.problem = backUpLedger(WORK_LEDGER, BACKUP_SECONDS);
@@ -92,24 +97,10 @@ ReportItem copyLedger(const ReportFolder &folder, Redactor *redactor) {
     } else if (!item.is_there) {
         item.problem += "; as it is, it cannot be redacted";
     } else if (redactor != nullptr) {
-        try {
-            Database copy(WORK_LEDGER, SQLITE_OPEN_READONLY, 0);
-            learnLedger(redactor, &copy);
-        } catch (const SqliteError &) {
-            // Tables of another version: the other texts tell the names.
-        }
+        item.problem = learnCopy(WORK_LEDGER, redactor);
+        item.is_there = item.problem.empty();
     }
     item.duration_ms = nowMs() - start;
-    return item;
-}
-
-// The same; of a ledger that is not there nothing more is said than that.
-ReportItem ledgerItem(const ReportFolder &folder, Redactor *redactor) {
-    ReportItem item = copyLedger(folder, redactor);
-    struct stat attributes = {};
-    if (!item.is_there && stat(LEDGER_FILE, &attributes) != 0 && errno == ENOENT) {
-        item.problem = "there is none: dravik-monitor has not run on this host yet";
-    }
     return item;
 }
 
@@ -171,28 +162,6 @@ void learnHostNames(Redactor *redactor) {
     file.limit = LONGEST_NAME;
     readFile(&file, "/etc/hostname");
     learnHost(redactor, file.text.substr(0, file.text.find_first_of(" \t\n")));
-}
-
-void learnAll(const Report &report, Redactor *redactor) {
-    for (const ReportItem &item : report.items) {
-        if (item.is_there && item.learn != nullptr) {
-            item.learn(redactor, item.text);
-        }
-    }
-}
-
-void redact(Report *report, Redactor *redactor) {
-    for (ReportItem &item : report->items) {
-        checkInterruption();
-        item.problem = redactor->text(item.problem);
-        if (item.is_there && item.name != LEDGER_ITEM) {
-            item.text = redactor->text(item.text);
-            cutItem(&item); // tokens may be longer than what they stand for
-        }
-    }
-    for (std::string &sentence : report->look_first) {
-        sentence = redactor->text(sentence);
-    }
 }
 
 // ---- the archive
@@ -257,18 +226,19 @@ Report makeReport(const std::string &file, bool redacted) {
         learnHostNames(redactor);
     }
     report.items = collectItems();
-    report.items.insert(report.items.begin() + 2, ledgerItem(folder, redactor));
-    report.look_first = lookFirst(report.items);
+    report.items.insert(report.items.begin() + 2, copyLedger(folder, redactor));
     if (redactor != nullptr) {
-        learnAll(report, redactor);
+        learnItems(&report.items, redactor);
     }
+    report.look_first = lookFirst(report.items, redactor);
     for (ReportItem &item : report.items) {
         if (item.name == LEDGER_ITEM) {
             placeLedger(folder, &item, redactor);
         }
     }
     if (redactor != nullptr) {
-        redact(&report, redactor);
+        redactItems(&report.items, redactor);
+        redactSentences(&report.look_first, redactor);
     }
     checkInterruption();
     folder.makeTop(topName(redactor));

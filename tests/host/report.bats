@@ -494,3 +494,109 @@ plain_and_redacted() {
     same "$(sed -E 's/^[^ ]+( \([^)]*\))? dm-/VOLUME dm-/' "$PLAIN/listing.txt")" \
         "$(sed -E 's/^[^ ]+( \([^)]*\))? dm-/VOLUME dm-/' "$TOP/listing.txt")"
 }
+
+# left_of WORD...: where the words still stand in the redacted archive, a line each.
+left_of() { printf '%s\n' "$@" | grep -raoFf - "$TOP" | sed "s,^$TOP/,," | sort | uniq -c; }
+
+@test "a name cache that is torn, or larger than what is taken of it, is left out of a redacted archive, which says so" {
+    make_watched_host
+    echo '[2026-11-21 00:00:00.000] INFO  vdisk 1 device (sdb), vdisk name change from (vol_payroll) to (vol_database).' >>"$HOST/dumps/dravik_cli.log"
+    printf '{"disk": [{"wwid": "w_1", "vdisk_name": "vol_payroll"}, {"wwid": "w_2", "vdisk_na' >"$HOST/dumps/storage_config.json"
+    report --redact
+    [[ ! -e $TOP/storage_config.json ]]
+    same "storage_config.json: it is damaged or too large, and not all of its names are known: it cannot be redacted" \
+        "$(manifest 'COULD NOT BE READ' | grep ^storage)"
+    same nothing "$(manifest CUT)"
+    same "" "$(left_of vol_payroll vol_database)"
+    report
+    cmp "$HOST/dumps/storage_config.json" "$TOP/storage_config.json"
+    awk 'BEGIN { printf "{\"disk\": ["; for (i = 1; i < 40000; i++) printf "{\"wwid\": \"w_%d\", \"vdisk_name\": \"vol_site_%d\"},\n", i, i
+        print "{\"wwid\": \"w\", \"vdisk_name\": \"vol_payroll\"}]}" }' >"$HOST/dumps/storage_config.json"
+    (($(stat -c %s "$HOST/dumps/storage_config.json") > 2097152))
+    report --redact
+    [[ ! -e $TOP/storage_config.json ]]
+    same "" "$(left_of vol_site_ vol_payroll vol_database)"
+    sed -i 5,39990d "$HOST/dumps/storage_config.json"
+    report --redact
+    same '{"disk": [{"wwid": "wwid-N", "vdisk_name": "vdisk-N"},' "$(sed -n '1s/-[0-9]*"/-N"/gp' "$TOP/storage_config.json")"
+    same "" "$(left_of vol_site_ vol_payroll vol_database)"
+}
+
+@test "names that only look like the kernel's are replaced everywhere, the disks of the host stay" {
+    make_watched_host
+    sim rename mpatha sdpay
+    sim rename mpathb nvme0payroll
+    sim rename mpathc dm-7hr
+    step
+    in_host SUDO_USER=sdean SUDO_UID=1001 dravik delete nvme0gone >/dev/null || true
+    report
+    local name
+    for name in sdpay nvme0payroll dm-7hr; do
+        same "$name data.dravik dravik.db dravik_monitor.log events.txt kernel-maps.txt listing.txt" \
+            "$name $(cd "$TOP" && grep -laF "$name" data.dravik dravik.db dravik_monitor.log events.txt kernel-maps.txt listing.txt | paste -sd' ')"
+    done
+    grep -q 'login sdean' "$TOP/dravik_cli.log"
+    report --redact
+    same "" "$(left_of sdpay nvme0payroll dm-7hr sdean nvme0gone)"
+    same "dm-0 name=alias-N uuid=mpath-wwid-N slaves=sdb,sdc,sdd,sde holders=" "$(sed -nE '1s/-[0-9]+ (uuid|slaves)/-N \1/gp' "$TOP/kernel-maps.txt")"
+    grep -q ' ran \[dravik delete alias-[0-9]*\]: ' "$TOP/dravik_cli.log"
+}
+
+@test "names behind an escaped control byte are replaced" {
+    make_watched_host
+    printf '%s\n' '[2026-11-21 00:00:00.000] ERROR run 1 Error message: err\x09mpatha\x093600b5d60001a2b3c0000000000000001\x0910.1.2.3\x0a\x1b[31mmpatha' \
+        >>"$HOST/dumps/dravik_cli.log"
+    report --redact
+    same 'err\x09alias-N\x09wwid-N\x09ip-N\x0a\x1b[31malias-N' \
+        "$(sed -nE 's/^.*Error message: (err.*)$/\1/p' "$TOP/dravik_cli.log" | sed -E 's/(alias|wwid|ip)-[0-9]+/\1-N/g')"
+    same "" "$(left_of mpatha 3600b5d60001a2b3c0000000000000001 10.1.2.3)"
+}
+
+@test "aliases and names of other maps that the kernel alone still knows are replaced" {
+    make_watched_host
+    stop_monitor
+    rm -f "$HOST"/dumps/* "$HOST/etc/velomux.conf"
+    sim tool velomux missing
+    mkdir -p "$HOST"/sys/block/dm-9{1,2}/dm
+    echo vg_oracle-data >"$HOST/sys/block/dm-91/dm/name"
+    echo LVM-x >"$HOST/sys/block/dm-91/dm/uuid"
+    echo mpatha1 >"$HOST/sys/block/dm-92/dm/name"
+    echo part1-mpath-3600b5d60001a2b3c0000000000000001 >"$HOST/sys/block/dm-92/dm/uuid"
+    report
+    same "dm-0 name=mpatha uuid=mpath-3600b5d60001a2b3c0000000000000001 slaves=sdb,sdc,sdd,sde holders=" "$(sed -n 1p "$TOP/kernel-maps.txt")"
+    report --redact
+    same "dm-0 name=alias-1 uuid=mpath-wwid-1 slaves=sdb,sdc,sdd,sde holders=" "$(sed -n 1p "$TOP/kernel-maps.txt")"
+    same "dm-91 name=map-1 uuid=LVM-x slaves= holders=
+dm-92 name=alias-1p1 uuid=part1-mpath-wwid-1 slaves= holders=" "$(grep '^dm-9[12]' "$TOP/kernel-maps.txt")"
+    same "" "$(left_of mpatha mpathb vg_oracle)"
+}
+
+@test "a ledger whose names cannot be known is left out of a redacted archive, and so is what is made from it" {
+    make_watched_host
+    stop_monitor
+    rm -f "$HOST"/dumps/*.log
+    sim tool velomux missing
+    sqlite3 "$HOST/dumps/dravik.db" "UPDATE events SET alias = 'odd_site_name'; ALTER TABLE operations RENAME TO operations_2"
+    report
+    same "dravik.db events.txt" "$(cd "$TOP" && grep -laF odd_site_name -- * | LC_ALL=C sort | paste -sd' ')"
+    report --redact
+    [[ ! -e $TOP/dravik.db && ! -e $TOP/events.txt && ! -e $TOP/check.txt ]]
+    same "" "$(left_of odd_site_name)"
+    same "" "$(grep -F odd_site_name "$BATS_TEST_TMPDIR/said")"
+    manifest 'COULD NOT BE READ' | grep -qxF 'dravik.db: its names cannot be read (no such table: operations): it cannot be redacted'
+    sqlite3 "$HOST/dumps/dravik.db" 'PRAGMA user_version = 99'
+    report --redact
+    [[ ! -e $TOP/dravik.db && ! -e $TOP/events.txt && ! -e $TOP/check.txt ]]
+    manifest 'COULD NOT BE READ' | grep -qE '^dravik.db: it has been written by a newer dravik \(its version 99, known here [0-9]+\), and its names are not known: it cannot be redacted$'
+    same "" "$(left_of mpatha odd_site_name)"
+}
+
+@test "the domain behind the host's short name is replaced" {
+    make_watched_host
+    echo 'Adapter FW:v1 HN:simhost.corp.example OS:Linux' >"$HOST/sys/class/fc_host/host1/symbolic_name"
+    report
+    grep -q 'HN:simhost.corp.example' "$TOP/kernel-fc.txt"
+    report --redact
+    same 1 "$(grep -cE 'HN:host-[0-9]+\.domain-1_OS:Linux' "$TOP/kernel-fc.txt")"
+    same "" "$(left_of corp.example)"
+}

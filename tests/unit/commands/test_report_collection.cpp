@@ -6,6 +6,7 @@
 #include <set>
 #include <sys/stat.h>
 
+#include "commands/report_secrets.h"
 #include "commands/version.h"
 #include "tests/support/ledger_on_host.h"
 
@@ -83,6 +84,22 @@ TEST_F(ReportCollection, TheFilesInDumpsAreTakenAsTheyAre) {
         EXPECT_EQ(item.source, "/dumps/" + file);
         EXPECT_EQ(item.left_out, 0U);
         EXPECT_NE(item.learn, nullptr) << file;
+    }
+}
+
+TEST_F(ReportCollection, NamesAreLearntFromTheKernelsMapsPathsAndNvmeControllers) {
+    const std::vector<ReportItem> items = collectItems();
+    EXPECT_EQ(taken(items, "kernel-maps.txt").learn, &learnMaps);
+    EXPECT_EQ(taken(items, "kernel-paths.txt").learn, &learnDevices);
+    EXPECT_EQ(taken(items, "kernel-nvme.txt").learn, &learnSerials);
+    EXPECT_EQ(taken(items, "by-path.txt").learn, nullptr);
+}
+
+TEST_F(ReportCollection, TheNameCacheMustBeWholeAndTheLedgersTextsAreMarked) {
+    for (const ReportItem &item : collectItems()) {
+        EXPECT_EQ(item.is_whole, item.name == "storage_config.json" ? &isWholeNameCache : nullptr)
+            << item.name;
+        EXPECT_EQ(item.is_from_ledger, item.name == "check.txt" || item.name == "events.txt") << item.name;
     }
 }
 

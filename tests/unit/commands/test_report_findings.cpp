@@ -1,6 +1,7 @@
 // What to look at first: the sentence of each fact, whole, and their order.
 #include "commands/report_findings.h"
 
+#include "commands/report_redaction.h"
 #include "tests/support/ledger_on_host.h"
 
 using namespace dravik;
@@ -44,6 +45,19 @@ TEST_F(ReportFindings, WhereNothingStandsOutThatIsSaid) {
     add("dravik_cli.log", "[2026-11-21 03:00:00] INFO main 12 ran\n");
     add("journal-kernel.txt", "", "there is no journalctl on this host", false);
     EXPECT_EQ(first(), Lines{NOTHING});
+}
+
+TEST_F(ReportFindings, OfTheLedgerARedactedReportSaysOnlyWhatItHasLearntTheNamesOf) {
+    observe({lastPathVolume("payroll")}, NOW - 5000);
+    Redactor redactor;
+    EXPECT_EQ(lookFirst(items, &redactor), Lines{NOTHING});
+    EXPECT_EQ(redactor.text("payroll"), "payroll");
+    add("check.txt", "CRITICAL - 1 of 1 volume on its last path");
+    const Lines said = lookFirst(items, &redactor);
+    EXPECT_EQ(said, first());
+    ASSERT_GT(said.size(), 1U);
+    EXPECT_EQ(said[1].substr(0, 20), "payroll: last path, ");
+    EXPECT_EQ(redactor.text(said[1]).substr(0, 20), "alias-1: last path, ");
 }
 
 TEST_F(ReportFindings, WithoutALedgerThatIsTheFirstSentence) {

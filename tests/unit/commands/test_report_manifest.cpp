@@ -64,7 +64,8 @@ TEST(ReportManifest, TheReadmeOfARedactedReportExplainsTheTokens) {
     EXPECT_EQ(readmeText(REDACTED, {"a is gone"}),
               "Dravik report\n" + made(", redacted\n") + "\nLook first at:\n  - a is gone\n" + CONTENTS +
                   "\nNames and addresses of the site are replaced by tokens: host-1, wwid-1, wwpn-1,\n"
-                  "ip-1, alias-1, vdisk-1, user-1. One value has one token in every file.\n");
+                  "ip-1, alias-1, vdisk-1, user-1. One value has one token in every file. What may\n"
+                  "hold names that cannot be known is left out; MANIFEST says so.\n");
 }
 
 TEST(ReportManifest, ChecksumsAreReadByNameAndOtherLinesPassedOver) {

@@ -1,11 +1,12 @@
 // Which names are learnt from logs: what a line that holds them has become.
 #include "commands/report_log_secrets.h"
 
+#include <utility>
+#include <vector>
+
 #include <gtest/gtest.h>
 
 #include "tests/support/processor_time.h"
-#include <utility>
-#include <vector>
 
 using namespace dravik;
 

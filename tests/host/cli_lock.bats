@@ -129,7 +129,8 @@ END
     make_host
     hold dravik stop
     local children
-    children=$(descendants "$HOLDER")
+    # The lock is taken before the tool is started.
+    until children=$(descendants "$HOLDER") && [[ $children ]]; do sleep 0.05; done
     kill -KILL "$HOLDER"
     sim tool systemctl ok
     run --separate-stderr in_host dravik stop

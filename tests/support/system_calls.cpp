@@ -32,14 +32,14 @@ bool children_never_end = false;
 
 // The call behind which somebody acts, and what; null when nobody does.
 const char *acted_behind = nullptr;
-std::function<void()> action;
+std::function<void()> act_behind;
 
 // Gives the call's result back with its errno.
 int actBehind(const char *name, int result) {
     if (result == 0 && acted_behind != nullptr && strcmp(acted_behind, name) == 0) {
         acted_behind = nullptr;
         const int error = errno;
-        action();
+        act_behind();
         errno = error;
     }
     return result;
@@ -122,13 +122,13 @@ ActsBehind::ActsBehind(const char *name, std::function<void()> act) {
         fprintf(stderr, "system_calls: somebody acts already\n");
         abort();
     }
-    action = std::move(act);
+    act_behind = std::move(act);
     acted_behind = name;
 }
 
 ActsBehind::~ActsBehind() {
     acted_behind = nullptr;
-    action = nullptr;
+    act_behind = nullptr;
 }
 
 extern "C" {

@@ -10,7 +10,6 @@ using namespace dravik;
 
 namespace {
 
-constexpr char WWID[] = "3600b5d60001a2b3c0000000000000001";
 
 // `text` as a redactor gives it that has learnt from `from`.
 std::string after(void (*learn)(Redactor *, const std::string &), const std::string &from,

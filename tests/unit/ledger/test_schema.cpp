@@ -43,10 +43,9 @@ TEST_F(Schema, AnEmptyFileBecomesOneOfThisVersion) {
     EXPECT_EQ(versionOf(&database), 0);
     migrate(&database);
     EXPECT_EQ(versionOf(&database), ledgerVersion());
-    EXPECT_EQ(
-        tables(),
-        "baseline event_count events forgotten_paths journal observation observation_count observations operation_count "
-        "operations paths volumes ");
+    EXPECT_EQ(tables(), "baseline event_count events forgotten_paths journal observation observation_count "
+                        "observations operation_count "
+                        "operations paths volumes ");
 }
 
 TEST_F(Schema, AFileOfThisVersionStaysAsItIs) {

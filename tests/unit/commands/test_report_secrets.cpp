@@ -10,7 +10,6 @@ using namespace dravik;
 
 namespace {
 
-
 // `text` as a redactor gives it that has learnt from `from`.
 std::string after(void (*learn)(Redactor *, const std::string &), const std::string &from,
                   const std::string &text) {

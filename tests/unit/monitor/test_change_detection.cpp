@@ -365,6 +365,10 @@ TEST_F(ChangeDetection, TheSnapshotThatCannotBeWrittenIsLoggedAndOtherwiseIgnore
     EXPECT_EQ(dumps.commandLogMessages(),
               Lines{"ERROR Open file failed. file: /dumps/no-such-folder/data.dravik."});
     EXPECT_EQ(dumps.changeLogLines(), (Lines{CREATED_A, "The path is created, " + PATH_1_PROPERTIES}));
+    // What could not be written is written as soon as it can be.
+    snprintf(lunPathFile, sizeof(lunPathFile), "/dumps/data.dravik");
+    cmpAndLog();
+    EXPECT_EQ(dumps.read("data.dravik"), "mpatha,36a,8:16,sdb,ready,active,running,\n");
 }
 
 TEST_F(ChangeDetection, EachLineIsAlsoTracedToTheConsole) {
